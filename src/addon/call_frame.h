@@ -1,0 +1,82 @@
+#pragma once
+
+#include <concepts>
+#include <exception>
+#include <optional>
+#include <string>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include <node_api.h>
+
+#include "addon/arguments.h"
+#include "addon/results.h"
+
+namespace ostler {
+
+// Runs `body` and turns what it throws into a pending JavaScript error, with
+// `fallback` as the callback's answer, which the host then never sees.
+template <typename Body>
+napi_value guarded(napi_env env, napi_value fallback, Body body) noexcept {
+  try {
+    return body();
+  } catch (const PendingException&) {
+    // The host gets the exception that is pending.
+  } catch (const std::exception& error) {
+    napi_throw_error(env, nullptr, error.what());
+  } catch (...) {
+    napi_throw_error(env, nullptr, "Unknown Linux native addon error");
+  }
+  return fallback;
+}
+
+// What a callback answers after an error, by the type of its result.
+template <typename Result>
+napi_value fallbackFor(napi_env env) {
+  if constexpr (std::same_as<Result, std::vector<unsigned char>> ||
+                std::same_as<Result, std::optional<WindowInfo>>) {
+    return nullValue(env);
+  } else if constexpr (std::same_as<Result, std::string>) {
+    return toValue(env, std::string());
+  } else {
+    return undefinedValue(env);
+  }
+}
+
+// The callback that a driver function's signature describes: its parameters
+// say how the arguments are read, its result says what goes back.
+template <auto function>
+struct Forward;
+
+template <typename Result, typename... Parameters, Result (*function)(Parameters...)>
+struct Forward<function> {
+  static napi_value callback(napi_env env, napi_callback_info info) {
+    return guarded(env, fallbackFor<Result>(env),
+                   [&] { return call(env, info, std::index_sequence_for<Parameters...>()); });
+  }
+
+private:
+  template <std::size_t... index>
+  static napi_value call(napi_env env, [[maybe_unused]] napi_callback_info info,
+                         std::index_sequence<index...>) {
+    // Braces, because they evaluate from left to right.
+    std::tuple<std::remove_cvref_t<Parameters>...> values;
+    if constexpr (sizeof...(Parameters) > 0) {
+      const std::vector<napi_value> arguments = fetchArguments(env, info, sizeof...(Parameters));
+      values = {read<std::remove_cvref_t<Parameters>>(env, arguments[index])...};
+    }
+    if constexpr (std::is_void_v<Result>) {
+      std::apply(function, values);
+      return undefinedValue(env);
+    } else {
+      return toValue(env, std::apply(function, values));
+    }
+  }
+};
+
+template <auto function>
+constexpr napi_callback forward = Forward<function>::callback;
+
+}  // namespace ostler

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "driver/backend.h"
+
+namespace ostler {
+
+// Stands in where no session was found: every operation throws `message`.
+std::unique_ptr<Backend> makeUnsupportedBackend(std::string message);
+
+}  // namespace ostler

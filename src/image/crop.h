@@ -1,0 +1,15 @@
+#pragma once
+
+#include <cstdint>
+
+#include "image/rgb_image.h"
+
+namespace ostler {
+
+// The part of `image` that a rectangle in image pixels covers. A negative
+// origin counts as 0 and shortens nothing; what lies past the far edges is cut
+// off, which can leave an image without pixels.
+RgbImage cropImage(const RgbImage& image, std::int32_t x, std::int32_t y, std::int32_t cropWidth,
+                   std::int32_t cropHeight);
+
+}  // namespace ostler

@@ -1,0 +1,70 @@
+#include "image/encode_jpeg.h"
+
+#include <algorithm>
+#include <cmath>
+#include <csetjmp>
+#include <cstdio>  // jpeglib.h needs FILE
+#include <cstdlib>
+
+#include <jpeglib.h>
+
+namespace ostler {
+namespace {
+
+struct Compressor {
+  Compressor() = default;
+  Compressor(const Compressor&) = delete;
+  Compressor& operator=(const Compressor&) = delete;
+  ~Compressor() {
+    jpeg_destroy_compress(&info);
+    std::free(output);
+  }
+
+  jpeg_compress_struct info{};
+  // libjpeg knows only its own part, which therefore comes first.
+  struct {
+    jpeg_error_mgr manager;
+    std::jmp_buf context;
+  } error{};
+  unsigned char* output = nullptr;
+  unsigned long outputSize = 0;
+};
+
+extern "C" [[noreturn]] void jumpOut(j_common_ptr info) {
+  std::longjmp(reinterpret_cast<decltype(Compressor::error)*>(info->err)->context, 1);
+}
+
+// libjpeg leaves this function by a jump when it fails, so nothing with a
+// destructor may live in it.
+bool compress(Compressor& compressor, const RgbImage& image, int quality) {
+  jpeg_compress_struct* info = &compressor.info;
+  info->err = jpeg_std_error(&compressor.error.manager);
+  info->err->error_exit = jumpOut;
+  if (setjmp(compressor.error.context) != 0) return false;
+  jpeg_create_compress(info);
+  jpeg_mem_dest(info, &compressor.output, &compressor.outputSize);
+  info->image_width = static_cast<JDIMENSION>(image.width);
+  info->image_height = static_cast<JDIMENSION>(image.height);
+  info->input_components = 3;
+  info->in_color_space = JCS_RGB;
+  jpeg_set_defaults(info);
+  jpeg_set_quality(info, quality, TRUE);
+  jpeg_start_compress(info, TRUE);
+  while (info->next_scanline < info->image_height) {
+    JSAMPROW row = const_cast<JSAMPROW>(image.row(static_cast<std::int32_t>(info->next_scanline)));
+    jpeg_write_scanlines(info, &row, 1);
+  }
+  jpeg_finish_compress(info);
+  return true;
+}
+
+}  // namespace
+
+std::vector<unsigned char> encodeJpeg(const RgbImage& image, double quality) {
+  const double percent = std::clamp(quality * 100.0, 0.0, 100.0);
+  Compressor compressor;
+  if (!compress(compressor, image, static_cast<int>(std::lround(percent)))) return {};
+  return {compressor.output, compressor.output + compressor.outputSize};
+}
+
+}  // namespace ostler

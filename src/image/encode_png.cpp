@@ -1,0 +1,81 @@
+#include "image/encode_png.h"
+
+#include <csetjmp>
+#include <new>
+
+#include <png.h>
+
+namespace ostler {
+namespace {
+
+struct Writer {
+  Writer() : png(png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr)) {
+    if (png != nullptr) info = png_create_info_struct(png);
+  }
+  Writer(const Writer&) = delete;
+  Writer& operator=(const Writer&) = delete;
+  ~Writer() { png_destroy_write_struct(&png, &info); }
+
+  png_structp png;
+  png_infop info = nullptr;
+};
+
+struct Output {
+  std::vector<unsigned char> bytes;
+  bool outOfMemory = false;
+};
+
+bool append(Output& output, png_bytep data, png_size_t size) noexcept {
+  try {
+    output.bytes.insert(output.bytes.end(), data, data + size);
+    return true;
+  } catch (...) {
+    output.outOfMemory = true;
+    return false;
+  }
+}
+
+extern "C" void appendToOutput(png_structp png, png_bytep data, png_size_t size) {
+  // A jump rather than png_error, which prints.
+  if (!append(*static_cast<Output*>(png_get_io_ptr(png)), data, size)) png_longjmp(png, 1);
+}
+
+extern "C" void flushNothing(png_structp) {}
+
+// libpng's default error function prints before it jumps, so what it would
+// refuse is never shown to it.
+bool isAcceptable(png_structp png, const RgbImage& image) {
+  return image.width > 0 && image.height > 0 &&
+         static_cast<png_uint_32>(image.width) <= png_get_user_width_max(png) &&
+         static_cast<png_uint_32>(image.height) <= png_get_user_height_max(png);
+}
+
+// libpng leaves this function by a jump when it fails, so nothing with a
+// destructor may live in it.
+bool write(const Writer& writer, Output& output, const RgbImage& image, png_bytepp rows) {
+  if (setjmp(png_jmpbuf(writer.png)) != 0) return false;
+  png_set_write_fn(writer.png, &output, appendToOutput, flushNothing);
+  png_set_IHDR(writer.png, writer.info, static_cast<png_uint_32>(image.width),
+               static_cast<png_uint_32>(image.height), 8, PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
+               PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+  png_write_info(writer.png, writer.info);
+  png_write_image(writer.png, rows);
+  png_write_end(writer.png, writer.info);
+  return true;
+}
+
+}  // namespace
+
+std::vector<unsigned char> encodePng(const RgbImage& image) {
+  const Writer writer;
+  if (writer.png == nullptr || writer.info == nullptr || !isAcceptable(writer.png, image)) return {};
+  std::vector<png_bytep> rows;
+  rows.reserve(static_cast<std::size_t>(image.height));
+  for (std::int32_t y = 0; y < image.height; ++y) rows.push_back(const_cast<png_bytep>(image.row(y)));
+  Output output;
+  if (write(writer, output, image, rows.data())) return std::move(output.bytes);
+  if (output.outOfMemory) throw std::bad_alloc();
+  return {};
+}
+
+}  // namespace ostler

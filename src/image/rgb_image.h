@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "image/bytes.h"
+
+namespace ostler {
+
+// Packed RGB: red, green, blue, 8 bits each, rows from top to bottom with no
+// gap, width * height * 3 bytes.
+struct RgbImage {
+  // Uninitialised pixels. Throws std::length_error or std::bad_alloc when the
+  // size is beyond what memory can hold.
+  RgbImage(std::int32_t imageWidth, std::int32_t imageHeight)
+      : width(imageWidth),
+        height(imageHeight),
+        bytes(static_cast<std::size_t>(imageWidth) * static_cast<std::size_t>(imageHeight) * 3) {}
+
+  const unsigned char* row(std::int32_t y) const { return bytes.data() + rowOffset(y); }
+  unsigned char* row(std::int32_t y) { return bytes.data() + rowOffset(y); }
+
+  std::int32_t width;
+  std::int32_t height;
+  PixelBytes bytes;
+
+private:
+  std::size_t rowOffset(std::int32_t y) const {
+    return static_cast<std::size_t>(y) * static_cast<std::size_t>(width) * 3;
+  }
+};
+
+}  // namespace ostler

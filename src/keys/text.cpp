@@ -1,0 +1,74 @@
+#include "keys/text.h"
+
+#include <algorithm>
+#include <cctype>
+#include <optional>
+#include <utility>
+
+namespace ostler {
+namespace {
+
+constexpr std::uint32_t replacementCharacter = 0xFFFD;
+
+bool isSpace(unsigned char byte) { return std::isspace(byte) != 0; }
+
+struct Lead {
+  std::size_t continuations;
+  std::uint32_t payload;
+};
+
+std::optional<Lead> leadOf(unsigned char byte) {
+  if ((byte & 0xE0) == 0xC0) return Lead{1, byte & 0x1Fu};
+  if ((byte & 0xF0) == 0xE0) return Lead{2, byte & 0x0Fu};
+  if ((byte & 0xF8) == 0xF0) return Lead{3, byte & 0x07u};
+  return std::nullopt;
+}
+
+// The value of a lead byte's sequence, nothing when a continuation byte is none.
+std::optional<std::uint32_t> sequenceValue(Lead lead, const char* continuation) {
+  std::uint32_t value = lead.payload;
+  for (std::size_t k = 0; k < lead.continuations; ++k) {
+    const auto byte = static_cast<unsigned char>(continuation[k]);
+    if ((byte & 0xC0) != 0x80) return std::nullopt;
+    value = value << 6 | (byte & 0x3Fu);
+  }
+  return value;
+}
+
+}  // namespace
+
+std::string foldCase(std::string text) {
+  for (char& byte : text) byte = static_cast<char>(std::tolower(static_cast<unsigned char>(byte)));
+  return text;
+}
+
+std::string trimWhitespace(std::string text) {
+  const auto first = std::find_if_not(text.begin(), text.end(), isSpace);
+  const auto last = std::find_if_not(text.rbegin(), std::make_reverse_iterator(first), isSpace).base();
+  return {first, last};
+}
+
+std::vector<std::uint32_t> decodeUtf8(const std::string& text) {
+  std::vector<std::uint32_t> codePoints;
+  codePoints.reserve(text.size());
+  std::size_t i = 0;
+  while (i < text.size()) {
+    const auto byte = static_cast<unsigned char>(text[i]);
+    if (byte < 0x80) {
+      codePoints.push_back(byte);
+      ++i;
+      continue;
+    }
+    const std::optional<Lead> lead = leadOf(byte);
+    if (lead && i + lead->continuations >= text.size()) {
+      codePoints.push_back(replacementCharacter);
+      break;
+    }
+    const auto value = lead ? sequenceValue(*lead, text.data() + i + 1) : std::nullopt;
+    codePoints.push_back(value.value_or(replacementCharacter));
+    i += value ? lead->continuations + 1 : 1;
+  }
+  return codePoints;
+}
+
+}  // namespace ostler

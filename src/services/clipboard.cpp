@@ -1,0 +1,5 @@
+#include "driver/driver.h"
+
+std::string driverGetClipboard() { return {}; }
+
+void driverSetClipboard(const std::string&) {}

@@ -1,0 +1,5 @@
+#include "driver/driver.h"
+
+bool driverLock(napi_threadsafe_function) { return false; }
+
+void driverUnlock() {}

@@ -1,0 +1,48 @@
+#include <optional>
+#include <stdexcept>
+
+#include <X11/extensions/XTest.h>
+#include <X11/keysym.h>
+
+#include "driver/escape_flags.h"
+#include "keys/combo.h"
+#include "x11/x11_backend.h"
+
+namespace ostler {
+namespace {
+
+// Tells the Escape watcher, for as long as it lives, that Escape is our own.
+class SyntheticEscape {
+public:
+  SyntheticEscape() { syntheticEscapeActive.exchange(true); }
+  SyntheticEscape(const SyntheticEscape&) = delete;
+  SyntheticEscape& operator=(const SyntheticEscape&) = delete;
+  ~SyntheticEscape() { syntheticEscapeActive.exchange(false); }
+};
+
+}  // namespace
+
+void X11Backend::key(const std::string& combo) {
+  const auto keycodeOf = [this](KeySym keysym, const std::string& part) {
+    const KeyCode keycode = XKeysymToKeycode(xDisplay, keysym);
+    if (keycode == 0) throw std::runtime_error("Unable to resolve X11 keycode for: " + part);
+    return keycode;
+  };
+  const std::optional<KeyCombo> keys = resolveKeyCombo(combo, "Linux/X11", keycodeOf);
+  if (!keys) return;
+
+  std::optional<SyntheticEscape> synthetic;
+  const KeyCode escape = XKeysymToKeycode(xDisplay, XK_Escape);
+  if (escape != 0 && escape == keys->main) synthetic.emplace();
+
+  const auto send = [this](std::uint64_t keycode, Bool down) {
+    XTestFakeKeyEvent(xDisplay, static_cast<unsigned>(keycode), down, 0);
+  };
+  for (const std::uint64_t keycode : keys->held) send(keycode, True);
+  send(keys->main, True);
+  send(keys->main, False);
+  for (auto keycode = keys->held.rbegin(); keycode != keys->held.rend(); ++keycode) send(*keycode, False);
+  XSync(xDisplay, False);
+}
+
+}  // namespace ostler

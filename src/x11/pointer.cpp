@@ -1,0 +1,111 @@
+#include <cmath>
+#include <cstdint>
+#include <stdexcept>
+
+#include <X11/extensions/XTest.h>
+
+#include "driver/pointer_input.h"
+#include "driver/sleep.h"
+#include "x11/x11_backend.h"
+
+namespace ostler {
+namespace {
+
+unsigned buttonNumber(Button button) {
+  switch (button) {
+    case Button::middle:
+      return Button2;
+    case Button::right:
+      return Button3;
+    case Button::left:
+      break;
+  }
+  return Button1;
+}
+
+int toPixel(double coordinate) { return static_cast<int>(std::lround(coordinate)); }
+
+}  // namespace
+
+void X11Backend::pressButton(unsigned button) {
+  XTestFakeButtonEvent(xDisplay, button, True, 0);
+  XSync(xDisplay, False);
+}
+
+void X11Backend::releaseButton(unsigned button) {
+  XTestFakeButtonEvent(xDisplay, button, False, 0);
+  XSync(xDisplay, False);
+}
+
+void X11Backend::mouseMove(double x, double y) {
+  XWarpPointer(xDisplay, None, rootWindow, 0, 0, 0, 0, toPixel(x), toPixel(y));
+  XSync(xDisplay, False);
+}
+
+void X11Backend::click(double x, double y, const std::string& button, int count) {
+  mouseMove(x, y);
+  sleepFor(waits::afterMove);
+  const unsigned number = buttonNumber(buttonNamed(button));
+  for (int i = 0; i < count; ++i) {
+    if (i > 0) sleepFor(waits::betweenClicks);
+    pressButton(number);
+    sleepFor(waits::betweenPressAndRelease);
+    releaseButton(number);
+  }
+}
+
+void X11Backend::drag(double fromX, double fromY, double toX, double toY) {
+  mouseMove(fromX, fromY);
+  sleepFor(waits::aroundDragPress);
+  pressButton(Button1);
+  sleepFor(waits::aroundDragPress);
+  const DragPath path(fromX, fromY, toX, toY);
+  for (int step = 1; step <= path.steps(); ++step) {
+    constexpr int screenOfPointer = -1;
+    XTestFakeMotionEvent(xDisplay, screenOfPointer, toPixel(path.x(step)), toPixel(path.y(step)), 0);
+    XSync(xDisplay, False);
+    sleepFor(waits::afterDragStep);
+  }
+  releaseButton(Button1);
+}
+
+void X11Backend::mouseDown(double x, double y) {
+  mouseMove(x, y);
+  sleepFor(waits::afterMove);
+  pressButton(Button1);
+}
+
+void X11Backend::mouseUp(double, double) { releaseButton(Button1); }
+
+void X11Backend::turnWheel(unsigned button, int clicks) {
+  for (std::int64_t left = std::abs(static_cast<std::int64_t>(clicks)); left > 0; --left) {
+    XTestFakeButtonEvent(xDisplay, button, True, 0);
+    XTestFakeButtonEvent(xDisplay, button, False, 0);
+  }
+}
+
+void X11Backend::scroll(double x, double y, int dx, int dy) {
+  // The core protocol turns the wheel by buttons of its own.
+  constexpr unsigned up = 4, down = 5, left = 6, right = 7;
+  mouseMove(x, y);
+  sleepFor(waits::afterMove);
+  turnWheel(dx < 0 ? left : right, dx);
+  turnWheel(dy < 0 ? up : down, dy);
+  XSync(xDisplay, False);
+}
+
+Point X11Backend::cursorPosition() {
+  Window root = 0, child = 0;
+  int rootX = 0, rootY = 0, windowX = 0, windowY = 0;
+  unsigned mask = 0;
+  XQueryPointer(xDisplay, rootWindow, &root, &child, &rootX, &rootY, &windowX, &windowY, &mask);
+  return {rootX, rootY};
+}
+
+Size X11Backend::display() {
+  const Screen* screen = DefaultScreenOfDisplay(xDisplay);
+  if (screen == nullptr) throw std::runtime_error("Unable to query the X11 display size.");
+  return {WidthOfScreen(screen), HeightOfScreen(screen)};
+}
+
+}  // namespace ostler
