@@ -1,0 +1,201 @@
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <random>
+
+#include <gtest/gtest.h>
+#include <jpeglib.h>
+#include <png.h>
+
+#include "image/crop.h"
+#include "image/encode_jpeg.h"
+#include "image/encode_png.h"
+#include "image/finish_capture.h"
+#include "image/resample.h"
+#include "x11/channel_scale.h"
+
+namespace ostler {
+namespace {
+
+RgbImage noise(std::int32_t width, std::int32_t height) {
+  RgbImage image(width, height);
+  std::mt19937 random(1);
+  for (auto& byte : image.bytes) byte = static_cast<unsigned char>(random());
+  return image;
+}
+
+RgbImage greyRow(std::initializer_list<unsigned char> values) {
+  RgbImage image(static_cast<std::int32_t>(values.size()), 1);
+  unsigned char* out = image.bytes.data();
+  for (const unsigned char value : values) out = std::fill_n(out, 3, value);
+  return image;
+}
+
+Size pngSize(const std::vector<unsigned char>& file) {
+  png_image image{};
+  image.version = PNG_IMAGE_VERSION;
+  if (png_image_begin_read_from_memory(&image, file.data(), file.size()) == 0) return {};
+  png_image_free(&image);
+  return {static_cast<std::int32_t>(image.width), static_cast<std::int32_t>(image.height)};
+}
+
+TEST(CropImage, ClampsToTheImage) {
+  const RgbImage image = noise(120, 50);
+  struct {
+    std::int32_t x, y, width, height;
+    Rect taken;
+  } const cases[] = {
+      {10, 20, 30, 20, {10, 20, 30, 20}},
+      {100, 0, 50, 50, {100, 0, 20, 50}},
+      {-10, -7, 50, 20, {0, 0, 50, 20}},
+      {0, 45, 1000000, 1000000, {0, 45, 120, 5}},
+      {120, 0, 5, 5, {0, 0, 0, 5}},
+      {0, 1000, 5, 5, {0, 0, 5, 0}},
+      {0, 0, -3, 4, {0, 0, 0, 4}},
+      {std::numeric_limits<std::int32_t>::min(),
+       0,
+       std::numeric_limits<std::int32_t>::max(),
+       1,
+       {0, 0, 120, 1}},
+  };
+  for (const auto& item : cases) {
+    const RgbImage result = cropImage(image, item.x, item.y, item.width, item.height);
+    ASSERT_EQ((Size{result.width, result.height}), (Size{item.taken.width, item.taken.height}))
+        << &item - cases;
+    for (std::int32_t y = 0; y < result.height && result.width > 0; ++y) {
+      EXPECT_EQ(std::memcmp(result.row(y), image.row(item.taken.y + y) + item.taken.x * 3,
+                            static_cast<std::size_t>(result.width) * 3),
+                0)
+          << &item - cases;
+    }
+  }
+}
+
+// The filter as it is defined, pixel by pixel, without anything kept.
+RgbImage resampledPlainly(const RgbImage& image, std::int32_t width, std::int32_t height) {
+  RgbImage result(width, height);
+  const double sx = static_cast<double>(image.width) / width, sy = static_cast<double>(image.height) / height;
+  for (int ty = 0; ty < height; ++ty) {
+    for (int tx = 0; tx < width; ++tx) {
+      const double x0 = tx * sx, x1 = std::min((tx + 1) * sx, static_cast<double>(image.width));
+      const double y0 = ty * sy, y1 = std::min((ty + 1) * sy, static_cast<double>(image.height));
+      double weights = 0, sums[3] = {};
+      for (int y = static_cast<int>(y0);
+           y <= std::min(static_cast<int>(std::floor(y1 - 1e-10)), image.height - 1); ++y) {
+        const double wy = std::min(y1, y + 1.0) - std::max<double>(y0, y);
+        for (int x = static_cast<int>(x0);
+             x <= std::min(static_cast<int>(std::floor(x1 - 1e-10)), image.width - 1); ++x) {
+          const double w = (std::min(x1, x + 1.0) - std::max<double>(x0, x)) * wy;
+          weights += w;
+          for (int c = 0; c < 3; ++c) sums[c] += image.row(y)[x * 3 + c] * w;
+        }
+      }
+      for (int c = 0; c < 3; ++c)
+        result.row(ty)[tx * 3 + c] = static_cast<unsigned char>(sums[c] / weights + 0.5);
+    }
+  }
+  return result;
+}
+
+TEST(ResampleImage, IsTheAreaWeightedMean) {
+  EXPECT_EQ(resampleImage(greyRow({0, 30, 90}), 2, 1).bytes, greyRow({10, 70}).bytes);
+  EXPECT_EQ(resampleImage(greyRow({10, 20, 30, 40}), 2, 1).bytes, greyRow({15, 35}).bytes);
+  EXPECT_EQ(resampleImage(greyRow({10, 20}), 3, 1).bytes, greyRow({10, 15, 20}).bytes);
+  EXPECT_EQ(resampleImage(greyRow({0, 1}), 1, 1).bytes, greyRow({1}).bytes);
+  EXPECT_EQ(resampleImage(greyRow({255, 255, 255}), 7, 1).bytes,
+            greyRow({255, 255, 255, 255, 255, 255, 255}).bytes);
+  const RgbImage image = noise(97, 61);
+  for (const Size size : {Size{1, 1}, {64, 36}, {96, 61}, {97, 7}, {13, 200}, {193, 122}, {48, 30}}) {
+    EXPECT_EQ(resampleImage(image, size.width, size.height).bytes,
+              resampledPlainly(image, size.width, size.height).bytes)
+        << size.width << 'x' << size.height;
+  }
+  EXPECT_THROW(resampleImage(image, 2147483647, 2147483647), std::length_error);
+}
+
+TEST(FinishCapture, LetsACropWinOverATarget) {
+  struct {
+    double scale;
+    Size target;
+    Rect crop;
+    Size size;
+  } const cases[] = {
+      {1, {}, {}, {200, 100}},
+      {1, {100, 50}, {}, {100, 50}},
+      {1, {100, 0}, {}, {200, 100}},
+      {1, {-1, 50}, {0, 0, 10, -5}, {200, 100}},
+      {1, {100, 50}, {0, 0, 30, 20}, {30, 20}},
+      {2, {}, {10, 10, 50, 30}, {100, 60}},
+      {2, {100, 50}, {90, 0, 50, 30}, {20, 60}},
+      {1.5, {}, {1, 0, 3, 1}, {5, 2}},
+      {1, {}, {200, 0, 5, 5}, {}},
+      {0.1, {}, {0, 0, 4, 4}, {}},
+      {2, {}, {2147483647, 0, 1, 1}, {2, 2}},
+  };
+  for (const auto& item : cases) {
+    const auto file = finishCapture(noise(200, 100), item.scale, item.scale, item.target, item.crop, -1.0);
+    EXPECT_EQ(pngSize(file), item.size) << &item - cases;
+  }
+}
+
+// The quality setting shows in the first entry of the luminance table.
+TEST(EncodeJpeg, RoundsTheQualityAndLimitsIt) {
+  const RgbImage image = noise(16, 16);
+  const auto encodedAt = [&](int quality) { return encodeJpeg(image, quality / 100.0); };
+  const std::pair<double, int> cases[] = {{-0.0, 0},
+                                          {0.0, 0},
+                                          {0.124, 12},
+                                          {0.125, 13},
+                                          {0.75, 75},
+                                          {2.0, 100},
+                                          {std::numeric_limits<double>::infinity(), 100}};
+  for (const auto& [quality, same] : cases) EXPECT_EQ(encodeJpeg(image, quality), encodedAt(same)) << quality;
+  EXPECT_NE(encodedAt(12), encodedAt(13));
+  jpeg_decompress_struct info{};
+  jpeg_error_mgr error{};
+  info.err = jpeg_std_error(&error);
+  jpeg_create_decompress(&info);
+  const auto file = encodedAt(75);
+  jpeg_mem_src(&info, file.data(), file.size());
+  jpeg_read_header(&info, TRUE);
+  EXPECT_EQ((Size{static_cast<int>(info.image_width), static_cast<int>(info.image_height)}), (Size{16, 16}));
+  EXPECT_EQ(info.quant_tbl_ptrs[0]->quantval[0], 8);
+  EXPECT_EQ(info.comp_info[0].h_samp_factor, 2);
+  jpeg_destroy_decompress(&info);
+}
+
+TEST(Encoders, RefuseQuietlyWhatTheLibrariesCannotHold) {
+  testing::internal::CaptureStderr();
+  for (const Size size : {Size{0, 5}, {5, 0}, {0, 0}}) {
+    EXPECT_TRUE(encodeJpeg(RgbImage(size.width, size.height), 1).empty());
+    EXPECT_TRUE(encodePng(RgbImage(size.width, size.height)).empty());
+  }
+  EXPECT_TRUE(encodeJpeg(RgbImage(65501, 1), 0.5).empty());
+  EXPECT_TRUE(encodePng(RgbImage(1000001, 1)).empty());
+  EXPECT_TRUE(encodePng(RgbImage(1, 1000001)).empty());
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST(ChannelScale, ScalesEveryWidthToEightBits) {
+  struct {
+    unsigned long mask, pixel;
+    int byte;
+  } const cases[] = {
+      {0x00FF0000, 0xFFABCDEF, 0xAB},
+      {0xF800, 0x8000, 132},
+      {0xF800, 0xFFFF, 255},
+      {0x07E0, 0x0420, 134},
+      {0x001F, 0xFFE0, 0},
+      {0x3FF00000, 0x3FF00000, 255},
+      {0x3FF, 0x202, 128},
+      {0, 0xFFFFFFFF, 0},
+      {0x80000000, 0x80000000, 255},
+      {0xFFFFFFFF, 0x80000000, 128},
+      {0x5, 0x4, 340 & 0xFF},  // two bits apart: 4 of 3 does not fit a byte
+  };
+  for (const auto& item : cases)
+    EXPECT_EQ(ChannelScale(item.mask).byteOf(item.pixel), item.byte) << &item - cases;
+}
+
+}  // namespace
+}  // namespace ostler
