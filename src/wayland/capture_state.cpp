@@ -1,0 +1,94 @@
+#include "wayland/capture_state.h"
+
+#include <new>
+#include <stdexcept>
+
+namespace ostler {
+
+void CaptureState::setFormat(const StreamFormat& format) {
+  const MutexLock lock(frameMutex);
+  videoFormat = format.videoFormat;
+  frameWidth = format.width;
+  frameHeight = format.height;
+  // A logical size from the portal stays; one taken from the stream stays at
+  // the first, so that the pointer's coordinates keep their meaning.
+  if (logicalWidth > 0 && logicalHeight > 0) return;
+  logicalWidth = format.width;
+  logicalHeight = format.height;
+}
+
+StreamFormat CaptureState::format() const {
+  const MutexLock lock(frameMutex);
+  return {videoFormat, frameWidth, frameHeight};
+}
+
+void CaptureState::storeFrame(std::shared_ptr<const Frame> newFrame, std::optional<Point> cursor) {
+  {
+    const MutexLock lock(frameMutex);
+    // The old frame goes with the parameter, after the lock: to unmap it takes
+    // as long as to copy one.
+    frame.swap(newFrame);
+    frameReady = true;
+    if (cursor) {
+      streamCursorX = cursor->x;
+      streamCursorY = cursor->y;
+      streamCursorKnown = true;
+    }
+  }
+  frameCondition.notify_all();
+}
+
+void CaptureState::failStream(const char* error) noexcept {
+  {
+    const MutexLock lock(frameMutex);
+    streamFailed = true;
+    try {
+      streamError = error;
+    } catch (const std::bad_alloc&) {
+      streamError.clear();
+    }
+  }
+  frameCondition.notify_all();
+}
+
+void CaptureState::setLogicalSize(Size size) {
+  const MutexLock lock(frameMutex);
+  logicalWidth = size.width;
+  logicalHeight = size.height;
+}
+
+void CaptureState::setLastPointer(Point position) {
+  const MutexLock lock(frameMutex);
+  lastPointerX = position.x;
+  lastPointerY = position.y;
+}
+
+void CaptureState::waitForFirstFrame(std::chrono::milliseconds timeout) {
+  MutexLock lock(frameMutex);
+  const auto deadline = std::chrono::steady_clock::now() + timeout;
+  while (!frameReady && !streamFailed) {
+    if (lock.waitUntil(frameCondition, deadline) == std::cv_status::timeout) break;
+  }
+  if (streamFailed) throw std::runtime_error("Wayland ScreenCast stream failed: " + streamError);
+  if (!frameReady) throw std::runtime_error("Timed out waiting for the Wayland ScreenCast stream.");
+}
+
+std::shared_ptr<const Frame> CaptureState::latestFrame() const {
+  const MutexLock lock(frameMutex);
+  return frame;
+}
+
+Size CaptureState::display() const {
+  const MutexLock lock(frameMutex);
+  if (logicalWidth > 0 && logicalHeight > 0) return {logicalWidth, logicalHeight};
+  if (frameWidth > 0 && frameHeight > 0) return {frameWidth, frameHeight};
+  throw std::runtime_error("Wayland display size is not available yet.");
+}
+
+Point CaptureState::cursorPosition() const {
+  const MutexLock lock(frameMutex);
+  if (streamCursorKnown) return {streamCursorX, streamCursorY};
+  return {lastPointerX, lastPointerY};
+}
+
+}  // namespace ostler

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "driver/records.h"
+#include "wayland/annotated_mutex.h"
+#include "wayland/frame.h"
+
+namespace ostler {
+
+// What the PipeWire thread and the caller's thread share. The lock is held only
+// to read or write fields, never during a copy or a call of PipeWire. Outlives
+// the stream that writes to it.
+class CaptureState {
+public:
+  // The stream's side.
+  void setFormat(const StreamFormat& format);
+  StreamFormat format() const;
+  void storeFrame(std::shared_ptr<const Frame> newFrame, std::optional<Point> cursor);
+  // For good: no frame that follows makes up for it.
+  void failStream(const char* error) noexcept;
+
+  // The caller's side.
+  void setLogicalSize(Size size);
+  void setLastPointer(Point position);
+  // Returns when there is a frame and the stream has not failed. Throws when it
+  // has, with or without a frame, and when no frame came in time.
+  void waitForFirstFrame(std::chrono::milliseconds timeout);
+  // Null before the first frame.
+  std::shared_ptr<const Frame> latestFrame() const;
+  // In display units, else stream pixels; throws while neither is known.
+  Size display() const;
+  // The stream's last word on it, or else where the pointer was sent last.
+  Point cursorPosition() const;
+
+private:
+  mutable Mutex frameMutex;
+  std::condition_variable frameCondition;  // signalled for frameReady and streamFailed
+  bool frameReady OSTLER_GUARDED_BY(frameMutex) = false;
+  bool streamFailed OSTLER_GUARDED_BY(frameMutex) = false;
+  std::string streamError OSTLER_GUARDED_BY(frameMutex);
+  std::uint32_t videoFormat OSTLER_GUARDED_BY(frameMutex) = 0;
+  std::int32_t frameWidth OSTLER_GUARDED_BY(frameMutex) = 0;
+  std::int32_t frameHeight OSTLER_GUARDED_BY(frameMutex) = 0;
+  std::int32_t logicalWidth OSTLER_GUARDED_BY(frameMutex) = 0;
+  std::int32_t logicalHeight OSTLER_GUARDED_BY(frameMutex) = 0;
+  std::int32_t streamCursorX OSTLER_GUARDED_BY(frameMutex) = 0;
+  std::int32_t streamCursorY OSTLER_GUARDED_BY(frameMutex) = 0;
+  bool streamCursorKnown OSTLER_GUARDED_BY(frameMutex) = false;
+  std::int32_t lastPointerX OSTLER_GUARDED_BY(frameMutex) = 0;
+  std::int32_t lastPointerY OSTLER_GUARDED_BY(frameMutex) = 0;
+  std::shared_ptr<const Frame> frame OSTLER_GUARDED_BY(frameMutex);
+};
+
+}  // namespace ostler

@@ -1,0 +1,239 @@
+#include "wayland/capture_stream.h"
+
+#include <cerrno>
+#include <cstring>
+#include <exception>
+#include <new>
+#include <stdexcept>
+#include <string_view>
+#include <utility>
+
+#include <fcntl.h>
+#include <gio/gunixfdlist.h>
+
+#include "wayland/frame_intake.h"
+#include "wayland/portal_call.h"
+#include "wayland/stream_format.h"
+
+namespace ostler {
+namespace {
+
+struct VariantUnref {
+  void operator()(GVariant* variant) const { g_variant_unref(variant); }
+};
+struct FdListUnref {
+  void operator()(GUnixFDList* list) const { g_object_unref(list); }
+};
+
+FileDescriptor openPipeWireRemote(GDBusConnection* connection, const std::string& sessionHandle) {
+  GVariantBuilder options;
+  g_variant_builder_init(&options, G_VARIANT_TYPE("a{sv}"));
+  GError* error = nullptr;
+  GUnixFDList* received = nullptr;
+  const std::unique_ptr<GVariant, VariantUnref> reply(g_dbus_connection_call_with_unix_fd_list_sync(
+      connection, "org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop",
+      "org.freedesktop.portal.ScreenCast", "OpenPipeWireRemote",
+      g_variant_new("(oa{sv})", sessionHandle.c_str(), &options), G_VARIANT_TYPE("(h)"),
+      G_DBUS_CALL_FLAGS_NONE, -1, nullptr, &received, nullptr, &error));
+  if (reply == nullptr) throwGError("Failed to open the PipeWire remote from the Wayland portal", error);
+  const std::unique_ptr<GUnixFDList, FdListUnref> list(received);
+
+  gint32 index = -1;
+  g_variant_get(reply.get(), "(h)", &index);
+  // GLib prints when it is asked for a descriptor that did not come.
+  const bool came = list != nullptr && index >= 0 && index < g_unix_fd_list_get_length(list.get());
+  FileDescriptor remote(came ? g_unix_fd_list_get(list.get(), index, &error) : -1);
+  if (!remote) {
+    throwGError("Failed to retrieve the PipeWire file descriptor from the Wayland portal", error);
+  }
+  return remote;
+}
+
+FileDescriptor duplicate(const FileDescriptor& descriptor) {
+  FileDescriptor copy(fcntl(descriptor.get(), F_DUPFD_CLOEXEC, 5));
+  if (!copy) {
+    throw std::runtime_error(std::string("Failed to duplicate the PipeWire file descriptor: ") +
+                             std::strerror(errno));
+  }
+  return copy;
+}
+
+class LoopLock {
+public:
+  explicit LoopLock(pw_thread_loop* held) : loop(held) { pw_thread_loop_lock(loop); }
+  LoopLock(const LoopLock&) = delete;
+  LoopLock& operator=(const LoopLock&) = delete;
+  ~LoopLock() { pw_thread_loop_unlock(loop); }
+
+private:
+  pw_thread_loop* loop;
+};
+
+// A buffer on loan from the stream.
+class DequeuedBuffer {
+public:
+  explicit DequeuedBuffer(pw_stream* from) : stream(from), buffer(pw_stream_dequeue_buffer(from)) {}
+  DequeuedBuffer(const DequeuedBuffer&) = delete;
+  DequeuedBuffer& operator=(const DequeuedBuffer&) = delete;
+  ~DequeuedBuffer() {
+    if (buffer != nullptr) pw_stream_queue_buffer(stream, buffer);
+  }
+
+  const spa_buffer* get() const { return buffer == nullptr ? nullptr : buffer->buffer; }
+
+private:
+  pw_stream* stream;
+  pw_buffer* buffer;
+};
+
+// No exception may reach PipeWire: it fails the stream instead.
+template <typename Action>
+void failingTheStream(CaptureState& state, Action action) noexcept {
+  try {
+    action();
+  } catch (const std::bad_alloc&) {
+    state.failStream("out of memory");
+  } catch (const std::exception& error) {
+    state.failStream(error.what());
+  }
+}
+
+}  // namespace
+
+void initialisePipeWire() {
+  static const bool initialised = [] {
+    // Before pw_init, which lets PIPEWIRE_DEBUG override it.
+    pw_log_set_level(SPA_LOG_LEVEL_NONE);
+    pw_init(nullptr, nullptr);
+    return true;
+  }();
+  static_cast<void>(initialised);
+}
+
+void CaptureStream::ThreadLoopStopper::operator()(pw_thread_loop* loop) const {
+  pw_thread_loop_stop(loop);
+  pw_thread_loop_destroy(loop);
+}
+void CaptureStream::ContextDestroyer::operator()(pw_context* context) const { pw_context_destroy(context); }
+void CaptureStream::CoreDisconnector::operator()(pw_core* core) const { pw_core_disconnect(core); }
+void CaptureStream::StreamDestroyer::operator()(pw_stream* connected) const {
+  pw_stream_disconnect(connected);
+  pw_stream_destroy(connected);
+}
+
+CaptureStream::CaptureStream(GDBusConnection* connection, const std::string& sessionHandle,
+                             std::uint32_t nodeId, CaptureState& captureState)
+    : CaptureStream(openPipeWireRemote(connection, sessionHandle), nodeId, captureState) {}
+
+// The object counts as built once it has delegated, so a connection that fails
+// half way is torn down by the destructor.
+CaptureStream::CaptureStream(FileDescriptor remote, std::uint32_t nodeId, CaptureState& captureState)
+    : CaptureStream(std::move(remote), captureState) {
+  connectStream(nodeId);
+}
+
+CaptureStream::CaptureStream(FileDescriptor remote, CaptureState& captureState)
+    : state(captureState), pipeWireFd(std::move(remote)) {}
+
+CaptureStream::~CaptureStream() {
+  if (threadLoop == nullptr) return;
+  const LoopLock lock(threadLoop.get());
+  if (stream != nullptr) spa_hook_remove(&streamListener);
+  stream.reset();
+  if (pipeWireCore != nullptr) spa_hook_remove(&coreListener);
+  pipeWireCore.reset();
+  pipeWireContext.reset();
+}
+
+void CaptureStream::connectStream(std::uint32_t nodeId) {
+  // PipeWire closes the descriptor that it is given.
+  FileDescriptor connectionFd = duplicate(pipeWireFd);
+  threadLoop.reset(pw_thread_loop_new("ostler-wayland", nullptr));
+  if (threadLoop == nullptr) throw std::runtime_error("Failed to create the PipeWire thread loop.");
+  if (pw_thread_loop_start(threadLoop.get()) != 0) {
+    throw std::runtime_error("Failed to start the PipeWire thread loop.");
+  }
+
+  // No event runs before the stream is connected as a whole.
+  const LoopLock lock(threadLoop.get());
+  pipeWireContext.reset(pw_context_new(pw_thread_loop_get_loop(threadLoop.get()), nullptr, 0));
+  if (pipeWireContext == nullptr) throw std::runtime_error("Failed to create the PipeWire context.");
+  pipeWireCore.reset(pw_context_connect_fd(pipeWireContext.get(), connectionFd.get(), nullptr, 0));
+  if (pipeWireCore == nullptr) throw std::runtime_error("Failed to connect to the portal PipeWire remote.");
+  connectionFd.release();
+  pw_proxy_add_listener(reinterpret_cast<pw_proxy*>(pipeWireCore.get()), &coreListener, &coreEvents, this);
+
+  stream.reset(pw_stream_new(pipeWireCore.get(), "ostler-wayland",
+                             pw_properties_new("media.type", "Video", "media.category", "Capture",
+                                               "media.role", "Screen", nullptr)));
+  if (stream == nullptr) throw std::runtime_error("Failed to create the PipeWire stream.");
+  pw_stream_add_listener(stream.get(), &streamListener, &streamEvents, this);
+
+  PodRoom room;
+  const spa_pod* offered = buildOfferedFormats(room);
+  const auto flags = static_cast<pw_stream_flags>(PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS);
+  if (pw_stream_connect(stream.get(), PW_DIRECTION_INPUT, nodeId, flags, &offered, 1) != 0) {
+    throw std::runtime_error("Failed to connect the PipeWire stream to the Wayland ScreenCast node.");
+  }
+}
+
+const pw_stream_events CaptureStream::streamEvents = [] {
+  pw_stream_events events{};
+  events.version = PW_VERSION_STREAM_EVENTS;
+  events.state_changed = onStreamStateChanged;
+  events.param_changed = onStreamParamChanged;
+  events.process = onStreamProcess;
+  return events;
+}();
+
+// The core's own events say the same, but take a macro that is no standard C++
+// to listen to. Errors of other objects go to those objects.
+const pw_proxy_events CaptureStream::coreEvents = [] {
+  pw_proxy_events events{};
+  events.version = PW_VERSION_PROXY_EVENTS;
+  events.error = onCoreError;
+  return events;
+}();
+
+void CaptureStream::onStreamStateChanged(void* data, pw_stream_state, pw_stream_state newState,
+                                         const char* error) noexcept {
+  if (newState != PW_STREAM_STATE_ERROR) return;
+  static_cast<CaptureStream*>(data)->state.failStream(error != nullptr ? error
+                                                                       : "unknown PipeWire stream error");
+}
+
+// When the daemon dies the stream turns unconnected, without an error.
+void CaptureStream::onCoreError(void* data, int, int, const char* message) noexcept {
+  static_cast<CaptureStream*>(data)->state.failStream(message != nullptr ? message
+                                                                         : "unknown PipeWire stream error");
+}
+
+void CaptureStream::onStreamParamChanged(void* data, std::uint32_t id, const spa_pod* param) noexcept {
+  if (param == nullptr || id != SPA_PARAM_Format) return;
+  auto* self = static_cast<CaptureStream*>(data);
+  failingTheStream(self->state, [&] { self->acceptFormat(param); });
+}
+
+void CaptureStream::onStreamProcess(void* data) noexcept {
+  auto* self = static_cast<CaptureStream*>(data);
+  const DequeuedBuffer buffer(self->stream.get());
+  failingTheStream(self->state, [&] { self->takeBuffer(buffer.get()); });
+}
+
+void CaptureStream::acceptFormat(const spa_pod* param) {
+  const std::optional<StreamFormat> format = parseFormat(param);
+  if (!format) return;
+  state.setFormat(*format);
+  requireSupportedFormat(format->videoFormat);
+  PodRoom room;
+  std::array<const spa_pod*, 3> answer = buildBufferParams(room, *format);
+  pw_stream_update_params(stream.get(), answer.data(), static_cast<std::uint32_t>(answer.size()));
+}
+
+void CaptureStream::takeBuffer(const spa_buffer* buffer) {
+  std::optional<FrameIntake> intake = takeIn(buffer, state.format());
+  if (!intake) return;
+  state.storeFrame(std::make_shared<const Frame>(std::move(intake->frame)), intake->cursor);
+}
+
+}  // namespace ostler

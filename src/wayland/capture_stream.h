@@ -1,0 +1,78 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include <gio/gio.h>
+#include <pipewire/pipewire.h>
+
+#include "wayland/capture_state.h"
+#include "wayland/file_descriptor.h"
+
+namespace ostler {
+
+// Once per process, before the first stream. PipeWire prints nothing from then
+// on unless the user asks for it with PIPEWIRE_DEBUG.
+void initialisePipeWire();
+
+// The PipeWire stream that the portal gives of a session's first monitor or
+// window. It is connected once and never again.
+//
+// A thread of its own runs its events, with the lock of the thread loop held:
+// `param_changed` when the server has fixed a format, `process` for each
+// buffer, `state_changed`, and `error` of the core. They write to the state,
+// whose lock is always taken after the loop's. The destructor stops the thread
+// before it returns, so no event comes after it.
+class CaptureStream {
+public:
+  // Asks the portal for the session's PipeWire remote. Returns with the stream
+  // on its way; the first frame is waited for in the state.
+  CaptureStream(GDBusConnection* connection, const std::string& sessionHandle, std::uint32_t nodeId,
+                CaptureState& state);
+  // The same on a descriptor of the remote.
+  CaptureStream(FileDescriptor remote, std::uint32_t nodeId, CaptureState& state);
+  CaptureStream(const CaptureStream&) = delete;
+  CaptureStream& operator=(const CaptureStream&) = delete;
+  ~CaptureStream();
+
+private:
+  CaptureStream(FileDescriptor remote, CaptureState& state);
+  void connectStream(std::uint32_t nodeId);
+
+  static const pw_stream_events streamEvents;
+  static const pw_proxy_events coreEvents;
+  static void onStreamStateChanged(void* data, pw_stream_state old, pw_stream_state state,
+                                   const char* error) noexcept;
+  static void onStreamParamChanged(void* data, std::uint32_t id, const spa_pod* param) noexcept;
+  static void onStreamProcess(void* data) noexcept;
+  static void onCoreError(void* data, int sequence, int result, const char* message) noexcept;
+  void acceptFormat(const spa_pod* param);
+  void takeBuffer(const spa_buffer* buffer);
+
+  struct ThreadLoopStopper {
+    void operator()(pw_thread_loop* loop) const;
+  };
+  struct ContextDestroyer {
+    void operator()(pw_context* context) const;
+  };
+  struct CoreDisconnector {
+    void operator()(pw_core* core) const;
+  };
+  struct StreamDestroyer {
+    void operator()(pw_stream* stream) const;
+  };
+
+  CaptureState& state;
+  // In the order of construction. What stands between the loop and the hooks
+  // is touched under the lock of the loop only.
+  FileDescriptor pipeWireFd;
+  std::unique_ptr<pw_thread_loop, ThreadLoopStopper> threadLoop;
+  std::unique_ptr<pw_context, ContextDestroyer> pipeWireContext;
+  std::unique_ptr<pw_core, CoreDisconnector> pipeWireCore;
+  std::unique_ptr<pw_stream, StreamDestroyer> stream;
+  spa_hook coreListener{};
+  spa_hook streamListener{};
+};
+
+}  // namespace ostler

@@ -1,0 +1,83 @@
+#include "wayland/frame_intake.h"
+
+#include <cstring>
+#include <utility>
+
+#include <spa/buffer/buffer.h>
+#include <spa/buffer/meta.h>
+
+#include "wayland/stream_format.h"
+
+namespace ostler {
+namespace {
+
+// The first metadata of a type, if it is as large as `Meta`. SPA gives room for
+// the whole of it, aligned.
+template <typename Meta>
+const Meta* findMeta(const spa_buffer& buffer, std::uint32_t type) {
+  return static_cast<const Meta*>(spa_buffer_find_meta_data(&buffer, type, sizeof(Meta)));
+}
+
+bool isCorrupted(const spa_buffer& buffer) {
+  const auto* header = findMeta<spa_meta_header>(buffer, SPA_META_Header);
+  return header != nullptr && (header->flags & SPA_META_HEADER_FLAG_CORRUPTED) != 0;
+}
+
+std::optional<Point> cursorIn(const spa_buffer& buffer) {
+  const auto* cursor = findMeta<spa_meta_cursor>(buffer, SPA_META_Cursor);
+  if (cursor == nullptr || cursor->id == 0) return std::nullopt;
+  return Point{cursor->position.x, cursor->position.y};
+}
+
+// Where the rows stand in the mapped memory.
+struct RowLayout {
+  std::size_t offset;
+  std::size_t stride;
+  std::size_t rowBytes;
+  std::size_t rows;
+
+  // In steps that cannot overflow: each value is below 2^34.
+  bool fitsIn(std::size_t size) const {
+    if (offset > size || rowBytes > size - offset) return false;
+    return rows - 1 <= (size - offset - rowBytes) / stride;
+  }
+};
+
+void copyRows(unsigned char* to, const unsigned char* memory, const RowLayout& layout) {
+  const unsigned char* from = memory + layout.offset;
+  if (layout.stride == layout.rowBytes) {
+    std::memcpy(to, from, layout.rows * layout.rowBytes);
+    return;
+  }
+  for (std::size_t row = 0; row < layout.rows; ++row) {
+    std::memcpy(to + row * layout.rowBytes, from + row * layout.stride, layout.rowBytes);
+  }
+}
+
+}  // namespace
+
+std::optional<FrameIntake> takeIn(const spa_buffer* buffer, const StreamFormat& format) {
+  if (buffer == nullptr || buffer->n_datas == 0) return std::nullopt;
+  const spa_data& data = buffer->datas[0];
+  if (data.data == nullptr || isCorrupted(*buffer) || data.chunk == nullptr) return std::nullopt;
+
+  // The chunk is in memory shared with the server. Each field is read once, so
+  // that what is checked is what is used.
+  const volatile spa_chunk& chunk = *data.chunk;
+  const std::int32_t stride = chunk.stride;
+  if (chunk.size == 0 || format.width <= 0 || format.height <= 0) return std::nullopt;
+  requireSupportedFormat(format.videoFormat);
+
+  RowLayout layout;
+  layout.offset = chunk.offset;
+  layout.rowBytes = static_cast<std::size_t>(format.width) * bytesPerFramePixel;
+  layout.stride = stride > 0 ? static_cast<std::size_t>(stride) : layout.rowBytes;
+  layout.rows = static_cast<std::size_t>(format.height);
+  if (!layout.fitsIn(data.maxsize)) return std::nullopt;
+
+  FrameIntake intake{{format, PixelBytes(layout.rows * layout.rowBytes)}, cursorIn(*buffer)};
+  copyRows(intake.frame.bytes.data(), static_cast<const unsigned char*>(data.data), layout);
+  return intake;
+}
+
+}  // namespace ostler
