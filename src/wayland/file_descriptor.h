@@ -1,0 +1,31 @@
+#pragma once
+
+#include <unistd.h>
+#include <utility>
+
+namespace ostler {
+
+// Closes its descriptor when it goes; -1 is none. A library that takes the
+// descriptor over is given release().
+class FileDescriptor {
+public:
+  FileDescriptor() = default;
+  explicit FileDescriptor(int descriptor) noexcept : fd(descriptor) {}
+  FileDescriptor(FileDescriptor&& other) noexcept : fd(other.release()) {}
+  FileDescriptor& operator=(FileDescriptor&& other) noexcept {
+    std::swap(fd, other.fd);
+    return *this;
+  }
+  ~FileDescriptor() {
+    if (fd >= 0) close(fd);
+  }
+
+  int get() const noexcept { return fd; }
+  int release() noexcept { return std::exchange(fd, -1); }
+  explicit operator bool() const noexcept { return fd >= 0; }
+
+private:
+  int fd = -1;
+};
+
+}  // namespace ostler
