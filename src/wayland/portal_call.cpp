@@ -37,6 +37,7 @@ public:
 // What a request shares with the handlers that end its wait.
 struct PortalWait {
   GDBusConnection* connection = nullptr;
+  const char* requestPath = "";
   GLibOwner<GMainLoop> loop;
   std::uint32_t code = 2;
   GLibOwner<GVariant> results;
@@ -48,8 +49,8 @@ struct PortalWait {
   }
 };
 
-void onResponse(PortalWait& wait, GVariant* parameters) noexcept {
-  if (wait.ended) return;
+void onResponse(PortalWait& wait, std::string_view objectPath, GVariant* parameters) noexcept {
+  if (wait.ended || objectPath != wait.requestPath) return;
   if (g_variant_is_of_type(parameters, G_VARIANT_TYPE("(ua{sv})"))) {
     GVariant* results = nullptr;
     g_variant_get(parameters, "(u@a{sv})", &wait.code, &results);
@@ -60,7 +61,7 @@ void onResponse(PortalWait& wait, GVariant* parameters) noexcept {
 
 // The portal's name changes hands. Its first owner is no news: the method call
 // may have started the portal.
-void onNameOwnerChanged(PortalWait& wait, GVariant* parameters) noexcept {
+void onNameOwnerChanged(PortalWait& wait, std::string_view, GVariant* parameters) noexcept {
   if (!g_variant_is_of_type(parameters, G_VARIANT_TYPE("(sss)"))) return;
   const char* oldOwner = "";
   g_variant_get(parameters, "(&s&s&s)", nullptr, &oldOwner, nullptr);
@@ -74,25 +75,17 @@ gboolean onBusCheck(gpointer data) noexcept {
   return G_SOURCE_CONTINUE;
 }
 
-struct Signal {
-  const char* sender;
-  const char* interfaceName;
-  const char* member;
-  const char* objectPath;
-  const char* arg0;
-};
-
 // GLib may have a call of the handler queued still after the subscription has
 // been ended, so the guard goes only when GLib has let go of it. Nothing of it
 // is left in the context then.
 class SignalSubscription {
 public:
-  using Handler = void (*)(PortalWait&, GVariant*);
+  using Handler = void (*)(PortalWait&, std::string_view, GVariant*);
 
-  SignalSubscription(PortalWait& sharedWait, const Signal& signal, Handler signalHandler)
+  SignalSubscription(PortalWait& sharedWait, const char* sender, const char* interfaceName,
+                     const char* member, const char* arg0, Handler signalHandler)
       : wait(sharedWait), handler(signalHandler) {
-    id = g_dbus_connection_signal_subscribe(wait.connection, signal.sender, signal.interfaceName,
-                                            signal.member, signal.objectPath, signal.arg0,
+    id = g_dbus_connection_signal_subscribe(wait.connection, sender, interfaceName, member, nullptr, arg0,
                                             G_DBUS_SIGNAL_FLAGS_NONE, onSignal, this, onReleased);
   }
   SignalSubscription(const SignalSubscription&) = delete;
@@ -103,10 +96,10 @@ public:
   }
 
 private:
-  static void onSignal(GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar*,
+  static void onSignal(GDBusConnection*, const gchar*, const gchar* objectPath, const gchar*, const gchar*,
                        GVariant* parameters, gpointer data) noexcept {
     const SignalSubscription& self = *static_cast<SignalSubscription*>(data);
-    self.handler(self.wait, parameters);
+    self.handler(self.wait, objectPath, parameters);
   }
   static void onReleased(gpointer data) noexcept { static_cast<SignalSubscription*>(data)->released = true; }
 
@@ -115,18 +108,6 @@ private:
   guint id = 0;
   bool released = false;
 };
-
-// Where the portal puts the Request object, by its convention.
-std::string requestPath(GDBusConnection* connection, GVariant* parameters) {
-  const GLibOwner<GVariant> options(
-      g_variant_get_child_value(parameters, g_variant_n_children(parameters) - 1));
-  const char* token = "";
-  g_variant_lookup(options.get(), "handle_token", "&s", &token);
-  std::string client = g_dbus_connection_get_unique_name(connection);
-  std::erase(client, ':');
-  std::replace(client.begin(), client.end(), '.', '_');
-  return std::string(portalObjectPath) + "/request/" + client + "/" + token;
-}
 
 GLibOwner<GVariant> call(GDBusConnection* connection, const char* interfaceName, const char* method,
                          GVariant* parameters, const char* replyType, const std::string& failure) {
@@ -182,20 +163,16 @@ GLibOwner<GVariant> portalRequest(GDBusConnection* connection, const char* inter
   wait.connection = connection;
   wait.loop.reset(g_main_loop_new(context, FALSE));
 
-  const SignalSubscription ownerSubscription(wait,
-                                             {"org.freedesktop.DBus", "org.freedesktop.DBus",
-                                              "NameOwnerChanged", "/org/freedesktop/DBus", portalBusName},
-                                             onNameOwnerChanged);
-  const std::string expectedPath = requestPath(connection, arguments.get());
-  Signal response{portalBusName, requestInterface, "Response", expectedPath.c_str(), nullptr};
-  auto subscription = std::make_unique<SignalSubscription>(wait, response, onResponse);
+  const SignalSubscription ownerSubscription(wait, "org.freedesktop.DBus", "org.freedesktop.DBus",
+                                             "NameOwnerChanged", portalBusName, onNameOwnerChanged);
+  // To the answers of all requests, so that one is heard that comes before the
+  // reply has named its request, at whatever path. It waits in the context
+  // until the loop runs.
+  const SignalSubscription responseSubscription(wait, portalBusName, requestInterface, "Response", nullptr,
+                                                onResponse);
 
   const GLibOwner<GVariant> reply = call(connection, interfaceName, method, arguments.get(), "(o)", failure);
-  g_variant_get(reply.get(), "(&o)", &response.objectPath);
-  if (response.objectPath != expectedPath) {
-    subscription.reset();
-    subscription = std::make_unique<SignalSubscription>(wait, response, onResponse);
-  }
+  g_variant_get(reply.get(), "(&o)", &wait.requestPath);
 
   const GLibOwner<GSource> busCheck(g_timeout_source_new(250));
   g_source_set_callback(busCheck.get(), onBusCheck, &wait, nullptr);
