@@ -1,0 +1,145 @@
+#include "wayland/eis_channel.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstdint>
+#include <utility>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include "wayland/portal_call.h"
+
+// The server speaks first, then announces a seat, whose capabilities the client
+// binds, then devices, which it resumes when they may be used. It may hang up,
+// or say nothing, at any moment, and before the handshake is through libei 1.3
+// follows a null pointer when it notices a hang-up and when its context is
+// released.
+
+namespace ostler {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+constexpr milliseconds setUpLimit{5000};
+constexpr milliseconds longestPoll{500};
+// After this the host has waited enough for a compositor that has stopped reading.
+constexpr milliseconds stallLimit{10000};
+
+bool hungUp(int socket) {
+  pollfd state{socket, 0, 0};
+  return poll(&state, 1, 0) != 0;  // POLLHUP, POLLERR and POLLNVAL come unasked
+}
+
+// libei logs to stderr otherwise.
+void ignoreLog(ei*, ei_log_priority, const char*, ei_log_context*) noexcept {}
+
+}  // namespace
+
+EisChannel::EisChannel(GDBusConnection* connection, const std::string& sessionHandle) {
+  if (!connectEis(connection, sessionHandle)) return;
+  waitForDevices();
+  if (!handshaken) abandon();
+}
+
+bool EisChannel::connectEis(GDBusConnection* connection, const std::string& sessionHandle) {
+  FileDescriptor socket =
+      portalDescriptorCall(connection, remoteDesktopInterface, "ConnectToEIS", sessionHandle).descriptor;
+  if (!socket || hungUp(socket.get())) return false;
+  // libei reads until there is nothing left, which has to be an end.
+  const int flags = fcntl(socket.get(), F_GETFL);
+  if (flags < 0 || fcntl(socket.get(), F_SETFL, flags | O_NONBLOCK) != 0) return false;
+
+  EiOwner<ei> context(ei_new_sender(nullptr));
+  if (context == nullptr) return false;
+  ei_log_set_handler(context.get(), ignoreLog);
+  ei_configure_name(context.get(), "ostler-client");
+  if (ei_setup_backend_fd(context.get(), socket.get()) != 0) return false;
+  eisFd = socket.release();
+  eiContext = std::move(context);
+  return true;
+}
+
+void EisChannel::waitForDevices() {
+  const Clock::time_point deadline = Clock::now() + setUpLimit;
+  bool done = false;
+  while (!done) {
+    const auto left = std::chrono::duration_cast<milliseconds>(deadline - Clock::now());
+    if (left < milliseconds(1)) return;
+    pollfd readable{ei_get_fd(eiContext.get()), POLLIN, 0};
+    if (poll(&readable, 1, static_cast<int>(std::min(left, longestPoll).count())) <= 0) continue;
+    if (!handshaken && hungUp(eisFd)) return;
+    ei_dispatch(eiContext.get());
+    while (const EiOwner<ei_event> event{ei_get_event(eiContext.get())}) handle(event.get(), done);
+  }
+}
+
+void EisChannel::handle(ei_event* event, bool& done) {
+  const ei_event_type type = ei_event_get_type(event);
+  // All but this one come from a server that has shaken hands.
+  if (type != EI_EVENT_DISCONNECT) handshaken = true;
+  switch (type) {
+    case EI_EVENT_DISCONNECT:
+      done = true;
+      break;
+    case EI_EVENT_SEAT_ADDED:
+      ei_seat_bind_capabilities(ei_event_get_seat(event), EI_DEVICE_CAP_POINTER_ABSOLUTE,
+                                EI_DEVICE_CAP_BUTTON, EI_DEVICE_CAP_SCROLL, EI_DEVICE_CAP_KEYBOARD, nullptr);
+      break;
+    case EI_EVENT_DEVICE_ADDED:
+      fillSlots(ei_event_get_device(event));
+      break;
+    case EI_EVENT_DEVICE_RESUMED:
+      ei_device_start_emulating(ei_event_get_device(event), 0);
+      if (eiPointer != nullptr && eiButton != nullptr) done = true;
+      break;
+    default:
+      break;
+  }
+}
+
+void EisChannel::fillSlots(ei_device* device) {
+  const auto fill = [&](EiOwner<ei_device>& slot, ei_device_capability capability) {
+    if (slot == nullptr && ei_device_has_capability(device, capability)) slot.reset(ei_device_ref(device));
+  };
+  fill(eiPointer, EI_DEVICE_CAP_POINTER_ABSOLUTE);
+  fill(eiButton, EI_DEVICE_CAP_BUTTON);
+  fill(eiScroll, EI_DEVICE_CAP_SCROLL);
+  fill(eiKeyboard, EI_DEVICE_CAP_KEYBOARD);
+}
+
+// Gives up a context that would crash when released. Its descriptors are
+// closed; its memory is kept where a leak checker sees that it is meant.
+void EisChannel::abandon() {
+  static ei* abandoned = nullptr;
+  close(ei_get_fd(eiContext.get()));
+  close(std::exchange(eisFd, -1));
+  ei* const context = eiContext.release();
+  ei_set_user_data(context, std::exchange(abandoned, context));
+}
+
+// What does not fit the socket would stay in libei until the next event, and
+// the compositor would repeat a key whose release stayed there. So events wait
+// for a compositor that is behind; one that does not come back holds up the
+// first of them only, and the rest goes on as if it were there.
+void EisChannel::waitForRoom() {
+  pollfd writable{eisFd, POLLOUT, 0};
+  const Clock::time_point deadline = Clock::now() + (stalled ? milliseconds(0) : stallLimit);
+  int ready = 0;
+  do {
+    const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
+    ready = poll(&writable, 1, static_cast<int>(std::max(left, milliseconds(0)).count()));
+  } while (ready < 0 && errno == EINTR);
+  stalled = ready == 0;
+}
+
+void EisChannel::finishFrame(ei_device* device) {
+  const auto now = Clock::now().time_since_epoch();
+  ei_device_frame(
+      device, static_cast<std::uint64_t>(std::chrono::duration_cast<std::chrono::microseconds>(now).count()));
+}
+
+}  // namespace ostler

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include <libei.h>
+
+#include "wayland/glib_handles.h"
+
+namespace ostler {
+
+struct EiRelease {
+  void operator()(ei* context) const { ei_unref(context); }
+  void operator()(ei_device* device) const { ei_device_unref(device); }
+  void operator()(ei_event* event) const { ei_event_unref(event); }
+};
+template <typename T>
+using EiOwner = std::unique_ptr<T, EiRelease>;
+
+// The compositor's input socket, handed out by the portal. A device stands in
+// each slot whose capability it has; events for an empty slot have to go
+// through the portal.
+class EisChannel {
+public:
+  // Takes 5 s at the most, and fails without a word: the slots stay empty.
+  EisChannel(GDBusConnection* connection, const std::string& sessionHandle);
+  EisChannel(const EisChannel&) = delete;
+  EisChannel& operator=(const EisChannel&) = delete;
+
+  // Sends one event, `event()`, in a frame of its own.
+  template <typename Event>
+  void send(ei_device* device, Event event) {
+    waitForRoom();
+    event();
+    finishFrame(device);
+  }
+
+  // Null without a channel. Owns the socket too.
+  EiOwner<ei> eiContext;
+  EiOwner<ei_device> eiKeyboard;
+  EiOwner<ei_device> eiScroll;
+  EiOwner<ei_device> eiButton;
+  EiOwner<ei_device> eiPointer;
+  int eisFd = -1;
+
+private:
+  bool connectEis(GDBusConnection* connection, const std::string& sessionHandle);
+  void waitForDevices();
+  void abandon();
+  void handle(ei_event* event, bool& done);
+  void fillSlots(ei_device* device);
+  void waitForRoom();
+  static void finishFrame(ei_device* device);
+
+  bool handshaken = false;
+  bool stalled = false;
+};
+
+}  // namespace ostler

@@ -1,0 +1,145 @@
+#include "wayland/portal_session.h"
+
+#include <stdexcept>
+#include <utility>
+
+#include "wayland/portal_call.h"
+
+namespace ostler {
+namespace {
+
+constexpr std::uint32_t monitorSource = 1;
+constexpr std::uint32_t windowSource = 2;
+constexpr std::uint32_t hiddenCursor = 1;
+constexpr std::uint32_t embeddedCursor = 2;
+constexpr std::uint32_t metadataCursor = 4;
+constexpr std::uint32_t keyboardAndPointer = 1 | 2;
+
+GLibOwner<GDBusConnection> openSessionBus() {
+  GError* error = nullptr;
+  GLibOwner<GDBusConnection> bus(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, &error));
+  if (bus == nullptr) throwGError("Unable to connect to the session D-Bus", error);
+  // The end of the bus would end the process otherwise.
+  g_dbus_connection_set_exit_on_close(bus.get(), FALSE);
+  return bus;
+}
+
+// The options of one request, with a token for its answer.
+class PortalOptions {
+public:
+  PortalOptions() {
+    g_variant_builder_init(&builder, G_VARIANT_TYPE_VARDICT);
+    add("handle_token", g_variant_new_string(newPortalToken().c_str()));
+  }
+  PortalOptions(const PortalOptions&) = delete;
+  PortalOptions& operator=(const PortalOptions&) = delete;
+  ~PortalOptions() { g_variant_builder_clear(&builder); }
+
+  void add(const char* key, GVariant* value) { g_variant_builder_add(&builder, "{sv}", key, value); }
+
+  GVariantBuilder builder;
+};
+
+std::uint32_t chooseCursorMode(std::uint32_t available) {
+  for (const std::uint32_t mode : {metadataCursor, embeddedCursor}) {
+    if ((available & mode) != 0) return mode;
+  }
+  return hiddenCursor;
+}
+
+struct StreamInfo {
+  std::uint32_t nodeId = 0;
+  std::optional<Size> logicalSize;
+};
+
+StreamInfo readFirstStream(GVariant* response) {
+  const GLibOwner<GVariant> streams(g_variant_lookup_value(response, "streams", G_VARIANT_TYPE("a(ua{sv})")));
+  if (streams == nullptr || g_variant_n_children(streams.get()) == 0) {
+    throw std::runtime_error("Wayland portal did not return any ScreenCast streams.");
+  }
+  StreamInfo info;
+  GVariant* dictionary = nullptr;
+  g_variant_get_child(streams.get(), 0, "(u@a{sv})", &info.nodeId, &dictionary);
+  const GLibOwner<GVariant> properties(dictionary);
+  if (info.nodeId == 0) {
+    throw std::runtime_error("Wayland portal returned an invalid PipeWire stream node id.");
+  }
+  Size size;
+  if (g_variant_lookup(properties.get(), "size", "(ii)", &size.width, &size.height)) info.logicalSize = size;
+  return info;
+}
+
+}  // namespace
+
+// Once the other constructor is through, a failure runs the destructor.
+PortalSession::PortalSession() : PortalSession(openSessionBus()) { startPortalSession(); }
+
+PortalSession::PortalSession(GLibOwner<GDBusConnection> bus) : connection(std::move(bus)) {}
+
+PortalSession::~PortalSession() {
+  if (sessionHandle.empty()) return;
+  const GLibOwner<GVariant> reply(
+      g_dbus_connection_call_sync(connection.get(), portalBusName, sessionHandle.c_str(), sessionInterface,
+                                  "Close", nullptr, nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr));
+}
+
+void PortalSession::startPortalSession() {
+  GDBusConnection* const bus = connection.get();
+  const std::uint32_t sources = readPortalProperty(bus, "AvailableSourceTypes");
+  if ((sources & (monitorSource | windowSource)) == 0) {
+    throw std::runtime_error("Wayland ScreenCast portal does not expose a monitor or window source.");
+  }
+  const std::uint32_t cursorMode = chooseCursorMode(readPortalProperty(bus, "AvailableCursorModes"));
+
+  {
+    PortalOptions options;
+    options.add("session_handle_token", g_variant_new_string(newPortalToken().c_str()));
+    const GLibOwner<GVariant> response = portalRequest(bus, remoteDesktopInterface, "CreateSession",
+                                                       g_variant_new("(a{sv})", &options.builder));
+    const char* handle = "";
+    g_variant_lookup(response.get(), "session_handle", "&s", &handle);
+    // Nothing can be asked of a session whose handle is no path, either.
+    if (!g_variant_is_object_path(handle)) {
+      throw std::runtime_error("Missing portal response field: session_handle");
+    }
+    sessionHandle = handle;
+  }
+  {
+    PortalOptions options;
+    options.add("types", g_variant_new_uint32(keyboardAndPointer));
+    portalRequest(bus, remoteDesktopInterface, "SelectDevices",
+                  g_variant_new("(oa{sv})", sessionHandle.c_str(), &options.builder));
+  }
+  {
+    PortalOptions options;
+    options.add("types", g_variant_new_uint32((sources & monitorSource) != 0 ? monitorSource : windowSource));
+    options.add("multiple", g_variant_new_boolean(FALSE));
+    options.add("cursor_mode", g_variant_new_uint32(cursorMode));
+    portalRequest(bus, screenCastInterface, "SelectSources",
+                  g_variant_new("(oa{sv})", sessionHandle.c_str(), &options.builder));
+  }
+
+  PortalOptions options;
+  const GLibOwner<GVariant> response =
+      portalRequest(bus, remoteDesktopInterface, "Start",
+                    g_variant_new("(osa{sv})", sessionHandle.c_str(), "", &options.builder));
+  g_variant_lookup(response.get(), "devices", "u", &grantedDevices);
+  const StreamInfo stream = readFirstStream(response.get());
+  nodeId = stream.nodeId;
+  logicalSize = stream.logicalSize;
+}
+
+FileDescriptor PortalSession::openPipeWireRemote() const {
+  PortalDescriptor remote =
+      portalDescriptorCall(connection.get(), screenCastInterface, "OpenPipeWireRemote", sessionHandle);
+  if (!remote.answered) {
+    throwGError("Failed to open the PipeWire remote from the Wayland portal", remote.error.release());
+  }
+  if (!remote.descriptor) {
+    throwGError("Failed to retrieve the PipeWire file descriptor from the Wayland portal",
+                remote.error.release());
+  }
+  return std::move(remote.descriptor);
+}
+
+}  // namespace ostler

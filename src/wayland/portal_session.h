@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "driver/records.h"
+#include "wayland/file_descriptor.h"
+#include "wayland/glib_handles.h"
+
+namespace ostler {
+
+// One session of the desktop portal for input and for a stream of the screen.
+// It begins with a dialog; the end of the object's life ends it.
+class PortalSession {
+public:
+  // Blocks until the person has answered. Throws std::runtime_error.
+  PortalSession();
+  PortalSession(const PortalSession&) = delete;
+  PortalSession& operator=(const PortalSession&) = delete;
+  ~PortalSession();
+
+  // The socket of the PipeWire server that has the stream. Throws std::runtime_error.
+  FileDescriptor openPipeWireRemote() const;
+
+  const GLibOwner<GDBusConnection> connection;
+  std::string sessionHandle;         // empty until the portal has created the session
+  std::uint32_t grantedDevices = 0;  // 1 keyboard, 2 pointer
+  std::uint32_t nodeId = 0;          // of the stream, in PipeWire
+  std::optional<Size> logicalSize;   // of the stream, where the portal tells it
+
+private:
+  explicit PortalSession(GLibOwner<GDBusConnection> bus);
+  void startPortalSession();
+};
+
+}  // namespace ostler
