@@ -1,0 +1,43 @@
+#include "driver/backend.h"
+#include "keys/combo.h"
+#include "wayland/portal_call.h"
+#include "wayland/wayland_backend.h"
+
+namespace ostler {
+
+void WaylandBackend::sendKeycode(std::uint32_t code, bool pressed) {
+  ei_device* device = eis.eiKeyboard.get();
+  eis.send(device, [&] { ei_device_keyboard_key(device, code, pressed); });
+}
+
+void WaylandBackend::requireKeyboard() const {
+  constexpr std::uint32_t keyboardDevice = 1;
+  requirePortalDevice(portal.grantedDevices, keyboardDevice, "keyboard keysym");
+}
+
+void WaylandBackend::notifyKeysym(std::uint64_t keysym, bool pressed) {
+  requireKeyboard();
+  portalInputCall(portal.connection.get(), "NotifyKeyboardKeysym",
+                  g_variant_new("(oa{sv}iu)", portal.sessionHandle.c_str(), nullptr,
+                                static_cast<gint32>(keysym), static_cast<guint32>(pressed)));
+}
+
+void WaylandBackend::key(const std::string& combo) {
+  const auto itself = [](std::uint64_t keysym, const std::string&) { return keysym; };
+  const std::optional<KeyCombo> keys = resolveKeyCombo(combo, "Wayland", itself);
+  if (!keys) return;
+
+  const auto send = [this](std::uint64_t keysym, bool pressed) {
+    if (eis.eiKeyboard == nullptr) {
+      notifyKeysym(keysym, pressed);
+    } else if (const std::uint32_t code = keysymToEvdev(keysym)) {
+      sendKeycode(code, pressed);
+    }
+  };
+  for (const std::uint64_t keysym : keys->held) send(keysym, true);
+  send(keys->main, true);
+  send(keys->main, false);
+  for (auto keysym = keys->held.rbegin(); keysym != keys->held.rend(); ++keysym) send(*keysym, false);
+}
+
+}  // namespace ostler

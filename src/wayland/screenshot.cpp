@@ -1,0 +1,33 @@
+#include <chrono>
+#include <utility>
+
+#include "image/finish_capture.h"
+#include "wayland/unpack.h"
+#include "wayland/wayland_backend.h"
+
+namespace ostler {
+namespace {
+
+double scaleOf(std::int32_t pixels, std::int32_t displayUnits) {
+  return displayUnits > 0 ? static_cast<double>(pixels) / displayUnits : 1.0;
+}
+
+}  // namespace
+
+// The latest frame that came, however long ago: nobody is asked for a new one.
+std::vector<unsigned char> WaylandBackend::screenshot(Size target, Rect crop, double quality) {
+  capture.waitForFirstFrame(std::chrono::seconds(5));
+  std::shared_ptr<const Frame> frame = capture.latestFrame();
+  if (frame == nullptr || frame->format.width <= 0 || frame->format.height <= 0) return {};
+  RgbImage image = unpack(*frame);
+  frame.reset();
+  const Size units = display();
+  const double scaleX = scaleOf(image.width, units.width), scaleY = scaleOf(image.height, units.height);
+  return finishCapture(std::move(image), scaleX, scaleY, target, crop, quality);
+}
+
+Size WaylandBackend::display() { return capture.display(); }
+
+Point WaylandBackend::cursorPosition() { return capture.cursorPosition(); }
+
+}  // namespace ostler

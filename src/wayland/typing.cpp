@@ -1,0 +1,68 @@
+#include <stdexcept>
+#include <string_view>
+
+#include "driver/escape_flags.h"
+#include "driver/pointer_input.h"
+#include "driver/sleep.h"
+#include "driver/typed_keysym.h"
+#include "keys/text.h"
+#include "wayland/wayland_backend.h"
+
+namespace ostler {
+namespace {
+
+// Portals (GNOME since 45, KDE since 6.1) take no Notify call any more once
+// the session has an EIS channel.
+bool isRefusalBesideEis(std::string_view error) {
+  return error.ends_with("Session is not allowed to call NotifyKeyboard methods");
+}
+
+// The key of an ASCII sign, which has no keysym of its own here. Beyond ASCII a
+// code point would be taken for the keysym of another key.
+std::optional<EvdevKey> findSignKey(std::uint32_t codePoint) {
+  return codePoint < 0x80 ? findEvdevKey(codePoint) : std::nullopt;
+}
+
+}  // namespace
+
+void WaylandBackend::type(const std::string& text) {
+  for (const std::uint32_t codePoint : decodeUtf8(text)) {
+    if (escapePressed) return;
+    const auto keysym = typedKeysym(codePoint);
+    if (!keysym) continue;
+    typeCodePoint(codePoint, *keysym);
+    sleepFor(waits::afterCharacter);
+  }
+}
+
+void WaylandBackend::typeCodePoint(std::uint32_t codePoint, std::uint64_t keysym) {
+  const bool hasEis = eis.eiKeyboard != nullptr;
+  if (const auto key = hasEis ? findEvdevKey(keysym) : std::nullopt) {
+    tap(*key);
+    return;
+  }
+  const auto signKey = hasEis ? findSignKey(codePoint) : std::nullopt;
+  if (signKey && portalRefusesKeyboard) {
+    requireKeyboard();
+    tap(*signKey);
+    return;
+  }
+  try {
+    notifyKeysym(keysym, true);
+  } catch (const std::runtime_error& error) {
+    if (!signKey || !isRefusalBesideEis(error.what())) throw;
+    portalRefusesKeyboard = true;
+    tap(*signKey);
+    return;
+  }
+  notifyKeysym(keysym, false);
+}
+
+void WaylandBackend::tap(EvdevKey key) {
+  if (key.shift) sendKeycode(evdevLeftShift, true);
+  sendKeycode(key.code, true);
+  sendKeycode(key.code, false);
+  if (key.shift) sendKeycode(evdevLeftShift, false);
+}
+
+}  // namespace ostler
