@@ -10,6 +10,7 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include "wayland/late_libraries.h"
 #include "wayland/portal_call.h"
 
 // The server speaks first, then announces a seat, whose capabilities the client
@@ -40,7 +41,8 @@ void ignoreLog(ei*, ei_log_priority, const char*, ei_log_context*) noexcept {}
 }  // namespace
 
 EisChannel::EisChannel(GDBusConnection* connection, const std::string& sessionHandle) {
-  if (!connectEis(connection, sessionHandle)) return;
+  // Asking for a channel that nobody here can speak on would close the portal's own way.
+  if (!isLibeiLoaded() || !connectEis(connection, sessionHandle)) return;
   waitForDevices();
   if (!handshaken) abandon();
 }

@@ -1,0 +1,14 @@
+#include "wayland/factory.h"
+
+#include "wayland/late_libraries.h"
+#include "wayland/wayland_backend.h"
+
+namespace ostler {
+
+std::unique_ptr<Backend> makeWaylandBackend() {
+  loadWaylandLibraries();
+  initialisePipeWire();
+  return std::make_unique<WaylandBackend>();
+}
+
+}  // namespace ostler
