@@ -6,6 +6,7 @@
 //   after MS ...      "begun" at once, and after the time the rest of the line
 //   grab, ungrab      Escape, as the watcher does it: done, refused
 //   seize, yield      the whole keyboard
+//   lose, find        unmaps the key Escape, and puts it back
 // Times are CLOCK_MONOTONIC in nanoseconds, as process.hrtime.bigint() gives.
 
 #include <cstdio>
@@ -44,7 +45,7 @@ void answerTime() {
 }
 
 void obey(Display* display, std::istringstream& words) {
-  const KeyCode escape = XKeysymToKeycode(display, XK_Escape);
+  static const KeyCode escape = XKeysymToKeycode(display, XK_Escape);
   const Window root = DefaultRootWindow(display);
   std::string word;
   words >> word;
@@ -76,6 +77,8 @@ void obey(Display* display, std::istringstream& words) {
       refused = XGrabKeyboard(display, root, False, GrabModeAsync, GrabModeAsync, CurrentTime) != GrabSuccess;
     }
     if (word == "yield") XUngrabKeyboard(display, CurrentTime);
+    KeySym symbol = word == "find" ? XK_Escape : NoSymbol;
+    if (word == "lose" || word == "find") XChangeKeyboardMapping(display, escape, 1, &symbol, 1);
     XSync(display, True);
     std::cout << (refused ? "refused" : "done") << std::endl;
   }
