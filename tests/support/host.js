@@ -19,10 +19,14 @@ if (require.main === module) {
   process.send({ value: 'ready' });
 }
 
+// Node has no sanitizer in it: the runtime of the addon's comes first.
+const hostEnvironment = (env) => (
+  process.env.OSTLER_PRELOAD ? { ...env, LD_PRELOAD: process.env.OSTLER_PRELOAD } : env);
+
 // Starts a host in `env`. `run(function, ...values)` calls the function with
 // the addon and the values there, and gives its result or throws its error.
 async function startHost(env) {
-  const child = fork(__filename, { env, silent: true, serialization: 'advanced', execArgv: ['--expose-gc'] });
+  const child = fork(__filename, { env: hostEnvironment(env), silent: true, serialization: 'advanced', execArgv: ['--expose-gc'] });
   let output = '';
   const closed = [child.stdout, child.stderr].map((stream) => {
     stream.on('data', (data) => { output += data; });
@@ -54,4 +58,4 @@ async function startHost(env) {
   };
 }
 
-module.exports = { startHost };
+module.exports = { hostEnvironment, startHost };
