@@ -53,7 +53,8 @@ RESPONSES = {
     'SelectSources': '(uint32 0, @a{sv} {})',
     'Start': "(uint32 0, {'devices': <uint32 3>, 'streams': <[(uint32 42, {'size': <(1280, 720)>})]>})",
 }
-DEVICES = ['pointer,button,scroll@0,0,1280,720', 'keyboard']
+# In the order of a real compositor: a client may be content when the pointer has come.
+DEVICES = ['keyboard', 'pointer,button,scroll@0,0,1280,720']
 
 
 def interfaces(names):
