@@ -1,18 +1,20 @@
 #pragma once
 
 #include <chrono>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <stdexcept>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
+#include <fcntl.h>
 #include <signal.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 // A private session bus on which a portal answers as a script says; see
 // support/portal.py. The environment of the process leads to it.
@@ -29,10 +31,7 @@ public:
     std::ofstream(directory / "org.freedesktop.portal.Desktop.service")
         << "[D-BUS Service]\nName=org.freedesktop.portal.Desktop\nExec=/usr/bin/python3 " PORTAL_SCRIPT " "
         << directory.string() << " " EIS_SERVER "\n";
-    FILE* const daemon =
-        popen(("dbus-daemon --fork --print-pid --config-file=" + config + " 2>/dev/null").c_str(), "r");
-    if (std::fscanf(daemon, "%d", &busPid) != 1) throw std::runtime_error("no bus");
-    pclose(daemon);
+    startBus(config);
     setenv("DBUS_SESSION_BUS_ADDRESS", ("unix:path=" + (directory / "bus").string()).c_str(), 1);
     setScript("{}");
   }
@@ -59,11 +58,11 @@ public:
   }
 
   // The record, once the condition holds for it.
-  std::vector<std::string> waitForRecord(
-      const std::function<bool(const std::vector<std::string>&)>& condition) const {
+  template <typename Condition>
+  std::vector<std::string> waitForRecord(Condition condition) const {
+    std::vector<std::string> lines;
     for (int i = 0; i < 2000; ++i) {
-      std::vector<std::string> lines = record();
-      if (condition(lines)) return lines;
+      if (condition(lines = record())) return lines;
       std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     throw std::runtime_error("the record did not come to what was waited for");
@@ -76,10 +75,31 @@ public:
   }
 
   void killBus() {
-    if (busPid > 0) kill(std::exchange(busPid, 0), SIGTERM);
+    if (busPid <= 0) return;
+    kill(busPid, SIGTERM);
+    waitpid(std::exchange(busPid, 0), nullptr, 0);
   }
 
 private:
+  void startBus(const std::string& config) {
+    int ready[2];
+    if (pipe(ready) != 0) throw std::runtime_error("no pipe");
+    busPid = fork();
+    if (busPid == 0) {
+      prctl(PR_SET_PDEATHSIG, SIGTERM);  // should the tests crash
+      dup2(ready[1], STDOUT_FILENO);
+      dup2(open("/dev/null", O_WRONLY), STDERR_FILENO);
+      execlp("dbus-daemon", "dbus-daemon", "--nofork", "--print-pid", ("--config-file=" + config).c_str(),
+             nullptr);
+      _exit(127);
+    }
+    close(ready[1]);
+    char line[20];
+    const bool up = read(ready[0], line, sizeof line) > 0;
+    close(ready[0]);
+    if (!up) throw std::runtime_error("the bus did not come up");
+  }
+
   std::filesystem::path create(const char* name) {
     std::ofstream(directory / name, std::ios::app).flush();
     return directory / name;

@@ -9,7 +9,8 @@ or a list of steps, one a call. All values are GVariant texts:
 
     error      [name, message]: the call fails
     reply      what the method replies
-    response   body of the Response signal, "(uint32 CODE, RESULTS)"
+    response   body of the Response signal, "(uint32 CODE, RESULTS)"; in it SESSION
+               is the new session's path and NODE what the script has as "node"
     path       object path of the request, when it is not the usual one
     delay      milliseconds between the reply and the Response
     when       "before": Response before the reply; "never"; "exit": the portal
@@ -48,12 +49,13 @@ INTERFACES = {
 }
 PROPERTIES = {'AvailableSourceTypes': '(<uint32 7>,)', 'AvailableCursorModes': '(<uint32 7>,)'}
 RESPONSES = {
-    'CreateSession': "(uint32 0, {'session_handle': <'%s'>})",
+    'CreateSession': "(uint32 0, {'session_handle': <'SESSION'>})",
     'SelectDevices': '(uint32 0, @a{sv} {})',
     'SelectSources': '(uint32 0, @a{sv} {})',
-    'Start': "(uint32 0, {'devices': <uint32 3>, 'streams': <[(uint32 42, {'size': <(1280, 720)>})]>})",
+    'Start': "(uint32 0, {'devices': <uint32 3>, 'streams': <[(uint32 NODE, {'size': <(1280, 720)>})]>})",
 }
-DEVICES = ['pointer,button,scroll@0,0,1280,720', 'keyboard']
+# In the order of a real compositor: a client may be content when the pointer has come.
+DEVICES = ['keyboard', 'pointer,button,scroll@0,0,1280,720']
 
 
 def interfaces(names):
@@ -135,7 +137,8 @@ class Portal:
             if session not in self.served:
                 self.serve(session, ['org.freedesktop.portal.Session'])
                 self.served.add(session)
-            response = response.replace('%s', session)
+            response = response.replace('SESSION', session)
+        response = response.replace('NODE', str(self.script.get('node', 42)))
         body = GLib.Variant.parse(None, response, None, None)
         respond = lambda: self.bus.emit_signal(sender, path, 'org.freedesktop.portal.Request', 'Response', body)
 
