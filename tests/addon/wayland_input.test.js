@@ -1,0 +1,149 @@
+'use strict';
+// What input operations send on a Wayland session: to the EIS server where it
+// has a device for them, and otherwise to the portal.
+
+const assert = require('node:assert');
+const { after, before, describe, it } = require('node:test');
+const { startDesktop } = require('../support/desktop');
+const { startHost } = require('../support/host');
+
+// A desktop with a host whose session is open. `sent` calls a method and gives
+// what arrived of it: "motion 1 2" from EIS (frames apart, device numbers left
+// out), "PointerButton 272, 1" from the portal.
+async function openSession(script) {
+  const desktop = await startDesktop({ script });
+  const host = await startHost(desktop.env);
+  const call = (method, ...values) => host.run((addon, name, args) => addon[name](...args), method, values);
+  await call('display');
+  let seen = desktop.record().length;
+  return {
+    desktop,
+    host,
+    call,
+    async sent(method, ...values) {
+      const error = await call(method, ...values).then(() => undefined, ({ message }) => message);
+      // What went before a move has arrived when the move has. Where there is
+      // none, all has: the portal answers when it has written a call down.
+      const marked = await call('move', 3, 4).then(() => true, () => false);
+      const marks = /^eis \d motion 3 4$|Absolute \('\/session\/\d', \{\}, \d+, 3.0, 4.0\)/;
+      const lines = await desktop.recordWhen((record) => !marked || record.slice(seen).some((line) => marks.test(line)));
+      const fresh = lines.slice(seen).filter((line) => !marks.test(line)).map((line) => line.replace(/^eis \d /, '')
+        .replace(/^RemoteDesktop\.Notify(\w+) \('\/session\/1', \{\}, (.*)\)$/, '$1 $2'));
+      seen = lines.length;
+      return error ? [...fresh, error] : fresh;
+    },
+    async stop() {
+      await host.stop();
+      await desktop.stop();
+    },
+  };
+}
+
+const key = (code) => [`key ${code} 1`, `key ${code} 0`];
+const shifted = (code) => ['key 42 1', ...key(code), 'key 42 0'];
+const keysym = (value) => [`KeyboardKeysym ${value}, 1`, `KeyboardKeysym ${value}, 0`];
+const refused = ['org.freedesktop.DBus.Error.Failed', 'Session is not allowed to call NotifyKeyboard methods'];
+const failure = (method, text) =>
+  `Portal input call failed for org.freedesktop.portal.RemoteDesktop.Notify${method}: GDBus.Error:${text}`;
+
+describe('through EIS', () => {
+  let session;
+  before(async () => {
+    session = await openSession({ NotifyKeyboardKeysym: Array(3).fill({ error: refused }) });
+  });
+  after(() => session.stop());
+
+  it('sends each event in a frame of its own', async () => {
+    const cases = [
+      [['move', 10.6, 20.25], ['motion 10.6000004 20.25']],
+      [['move', -5, NaN], ['motion 0 0']],
+      [['move', 100000, 300], ['motion 1279.99988 300']],
+      [['move', 1280, 720], ['motion 1279.99988 719.999939']],
+      [['move', 1279.9999999, 719], ['motion 1279.99988 719']],
+      [['click', 5, 6, 'RIGHT', 2], ['motion 5 6', 'button 273 1', 'button 273 0', 'button 273 1', 'button 273 0']],
+      [['click', 5, 6, 'left', 0], ['motion 5 6']],
+      [['mouseDown', 7, 8], ['motion 7 8', 'button 272 1']],
+      [['mouseUp', 9, 9], ['button 272 0']],
+      [['drag', 0, 0, 0, 130], ['motion 0 0', 'button 272 1', 'motion 0 21.666666', 'motion 0 43.3333321', 'motion 0 65',
+        'motion 0 86.6666641', 'motion 0 108.333336', 'motion 0 130', 'button 272 0']],
+      [['scroll', 1, 1, 1, 2], ['motion 1 1', 'scroll 120 -240']],
+      [['scroll', 1, 1, 0, 0], ['motion 1 1']],
+      [['key', 'ctrl+shift+t'], ['key 29 1', 'key 42 1', ...key(20), 'key 42 0', 'key 29 0']],
+      [['key', 'a+ctrl+alt'], ['key 29 1', 'key 56 1', ...key(30), 'key 56 0', 'key 29 0']],
+      [['key', 'ctrl+foo'], ['Unsupported key combo part on Wayland: foo']],
+      [['key', '+'], ['Key combo did not resolve to a key: +']],
+      [['key', ''], []],
+      [['type', 'aB 1\r\n\t\b'], [...key(30), ...shifted(48), ...key(57), ...key(2), ...key(28), ...key(28), ...key(15),
+        ...key(14)]],
+      [['type', ''], []],
+    ];
+    for (const [invocation, expected] of cases) {
+      assert.deepStrictEqual(await session.sent(...invocation), expected, `${invocation}`);
+    }
+    assert.deepStrictEqual(await session.call('cursorPosition'), { x: 3, y: 4 });
+  });
+
+  it('types signs that the portal refuses on a US layout, asking once', async () => {
+    assert.deepStrictEqual(await session.sent('type', 'a!;'),
+      [...key(30), 'KeyboardKeysym 16777249, 1', ...shifted(2), ...key(39)]);
+    assert.deepStrictEqual(await session.sent('type', '~"0)'), [...shifted(41), ...shifted(40), ...key(11), ...shifted(11)]);
+    // U+FF0D is no Return, whose keysym is 0xFF0D.
+    for (const [text, value] of [['€', 0x10020ac], ['\uff0d', 0x100ff0d]]) {
+      assert.deepStrictEqual(await session.sent('type', `b${text}c`),
+        [...key(48), `KeyboardKeysym ${value}, 1`, failure('KeyboardKeysym', refused.join(': '))]);
+    }
+    assert.deepStrictEqual(await session.sent('type', 'é'), keysym(0x10000e9));
+  });
+});
+
+it('uses the portal for what EIS has no device for, and asks for permission there', async () => {
+  const noChannel = { error: ['org.freedesktop.DBus.Error.UnknownMethod', 'no'] };
+  const start = (devices) => ({ response: `(uint32 0, {'devices': <uint32 ${devices}>, 'streams': <[(uint32 NODE, @a{sv} {})]>})` });
+  const denied = (what) => `Wayland portal session does not have permission for ${what}.`;
+  const pointerDenied = { click: [denied('pointer motion')], scroll: [denied('pointer motion')], mouseUp: [denied('pointer button')] };
+  const keysDenied = { key: [denied('keyboard keysym')], type: [denied('keyboard keysym')] };
+  const pointer = {
+    click: ['motion 64.0, 48.0', 'PointerButton 274, 1', 'PointerButton 274, 0'],
+    scroll: ['motion 1.5, 2.0', 'PointerAxisDiscrete 1, 1', 'PointerAxisDiscrete 1, 1', 'PointerAxisDiscrete 0, 1'],
+    mouseUp: ['PointerButton 272, 0'],
+  };
+  const keys = {
+    key: ['KeyboardKeysym 65507, 1', ...keysym(99), 'KeyboardKeysym 65507, 0'],
+    type: [...keysym(65), ...keysym(0x100002d), ...keysym(0xff0d)],
+  };
+  const onEis = { click: ['motion 63.9999962 47.9999962', 'button 274 1', 'button 274 0'], mouseUp: ['button 272 0'] };
+  const cases = [
+    [{ ConnectToEIS: noChannel, Start: start(3) }, { ...pointer, ...keys }],
+    [{ ConnectToEIS: noChannel, Start: start(1) }, { ...pointerDenied, ...keys }],
+    [{ ConnectToEIS: noChannel, Start: start(2) }, { ...pointer, ...keysDenied }],
+    [{ ConnectToEIS: noChannel, Start: start(0) }, { ...pointerDenied, ...keysDenied }],
+    // Slots filled from different devices: the keyboard comes too late.
+    [{ ConnectToEIS: { eis: ['pointer@0,0,64,48', 'button', 'keyboard!late'] }, Start: start(0) },
+      { ...onEis, scroll: ['motion 1.5 2', denied('pointer axis')], ...keysDenied }],
+    [{ ConnectToEIS: { eis: ['keyboard', 'pointer,button'] }, Start: start(0) },
+      { ...onEis, click: ['motion 64 48', 'button 274 1', 'button 274 0'], scroll: ['motion 1.5 2', denied('pointer axis')],
+        key: ['key 29 1', ...key(46), 'key 29 0'], type: [...shifted(30), denied('keyboard keysym')] }],
+  ];
+  const calls = { click: [70, 99, 'middle', 1], scroll: [1.5, 2, 2, -1], mouseUp: [5, 5], key: ['ctrl+c'], type: ['A-\n'] };
+  for (const [script, expected] of cases) {
+    const session = await openSession(script);
+    for (const [method, values] of Object.entries(calls)) {
+      const lines = (await session.sent(method, ...values)).map(
+        (line) => line.replace(/^PointerMotionAbsolute \d+, /, 'motion '));
+      assert.deepStrictEqual(lines, expected[method], `${JSON.stringify(script)} ${method}`);
+    }
+    await session.stop();
+  }
+});
+
+it('stops where a call of the portal fails', async () => {
+  const gone = { error: ['org.freedesktop.DBus.Error.Failed', 'gone'] };
+  const session = await openSession({
+    ConnectToEIS: gone, NotifyPointerButton: [{}, gone], NotifyKeyboardKeysym: [{}, {}, {}, gone],
+  });
+  assert.deepStrictEqual((await session.sent('click', 1, 1, 'left', 2)).slice(1),
+    ['PointerButton 272, 1', 'PointerButton 272, 0', failure('PointerButton', gone.error.join(': '))]);
+  assert.deepStrictEqual(await session.sent('type', 'abc'),
+    [...keysym(97), ...keysym(98), failure('KeyboardKeysym', gone.error.join(': '))]);
+  await session.stop();
+});
