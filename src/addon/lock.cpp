@@ -1,5 +1,6 @@
-#include <atomic>
 #include <memory>
+#include <mutex>
+#include <set>
 
 #include "addon/call_frame.h"
 #include "addon/methods.h"
@@ -33,18 +34,26 @@ ThreadsafeFunction makeThreadsafeFunction(napi_env env, napi_value callback) {
   return ThreadsafeFunction(status == napi_ok ? result : nullptr);
 }
 
-// The environment of the last lock that was answered with true.
-std::atomic<napi_env> watcherEnvironment{nullptr};
+// Which environments have a hook, and in which the watcher was started last.
+// Several JavaScript threads can come here.
+std::mutex hookMutex;
+std::set<napi_env> hookedEnvironments;
+napi_env watcherEnvironment = nullptr;
 
 // Where an environment ends with the watcher running, as in a terminated
 // Worker, it takes the thread-safe function with it. A hook runs before that.
-void stopWithEnvironment(void* environment) noexcept {
-  if (watcherEnvironment == environment) driverUnlock();
+void stopWithEnvironment(void* data) noexcept {
+  const auto env = static_cast<napi_env>(data);
+  const std::lock_guard lock(hookMutex);
+  hookedEnvironments.erase(env);
+  if (watcherEnvironment == env) driverUnlock();
 }
 
+// One hook for each environment, as a second one ends Node, and a newer one
+// than the function's own. Deno panics on the removal of one that is not there.
 void hookEnvironment(napi_env env) {
-  // One hook for each environment, and a newer one than the function's own.
-  napi_remove_env_cleanup_hook(env, stopWithEnvironment, env);
+  const std::lock_guard lock(hookMutex);
+  if (!hookedEnvironments.insert(env).second) napi_remove_env_cleanup_hook(env, stopWithEnvironment, env);
   napi_add_env_cleanup_hook(env, stopWithEnvironment, env);
   watcherEnvironment = env;
 }
