@@ -251,8 +251,9 @@ declare namespace ostler {
 
     /**
      * Puts a text on that clipboard, through the program `xclip`, which goes on
-     * serving it after the call and after the end of this process. Says nothing
-     * when `xclip` is missing or fails; `getClipboard` tells whether it worked.
+     * serving it after the call and after the end of this process. It takes the
+     * clipboard a moment after the call: before pasting, wait until `getClipboard`
+     * gives the text. Says nothing when `xclip` is missing or fails.
      */
     setClipboard(text: string): void;
 

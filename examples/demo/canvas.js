@@ -88,7 +88,7 @@ function erase() {
 
 // Shows two lines at most.
 function showField(name) {
-  const width = COLUMNS - FIELD_LEFT + 1;
+  const width = COLUMNS - FIELD_LEFT;
   const characters = [...state.fields[name]];
   for (let index = 0; index === 0 || index < Math.min(characters.length, 2 * width); index += width) {
     put(FIELDS[name] + index / width, FIELD_LEFT, `${characters.slice(index, index + width).join('')}\x1b[K`);
@@ -113,7 +113,7 @@ const GRAMMAR = [
   [/^\x1b\[6;(\d+);(\d+)t/, (height, width) => { state.cell = { width: Number(width), height: Number(height) }; }],
   [/^\x1b\[1;(\d)([A-DFHP-S])/, (digit, letter) => press(modifiers(Number(digit)) + LETTERS[letter])],
   [/^\x1b[[O]([A-DFHP-S])/, (letter) => press(LETTERS[letter])],
-  [/^\x1b\[(\d+)(?:;(\d))?~/, (number, digit) => press(modifiers(Number(digit ?? 1)) + NUMBERS[number])],
+  [/^\x1b\[(\d\d?)(?:;(\d))?~/, (number, digit) => press(modifiers(Number(digit ?? 1)) + NUMBERS[number])],
   [/^\x1b\[Z/, () => press('shift+tab')],
   [/^\x1b([a-z])/, (letter) => press(`alt+${letter}`)],
   [/^[\b\x7f]/, erase],

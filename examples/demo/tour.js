@@ -101,6 +101,15 @@ async function keyboard(terminal) {
   });
 }
 
+// Programs take and give the clipboard in their own time: xclip, which serves
+// what setClipboard was given, just after the call.
+async function clipboardHolds(text) {
+  const end = Date.now() + 3000;
+  for (let held; (held = ostler.getClipboard()) !== text; await sleep(10)) {
+    if (Date.now() > end) throw new Error(`the clipboard holds ${JSON.stringify(held)}`);
+  }
+}
+
 async function clipboard(terminal) {
   await step('copy', async () => {
     terminal.tell({ mouse: false });
@@ -109,15 +118,14 @@ async function clipboard(terminal) {
     const { cell, origin } = terminal.state;
     const start = origin.left + 10 * cell.width;
     ostler.drag(start + 1, y, start + [...LINE].length * cell.width + 1, y);
-    const text = ostler.getClipboard();
-    terminal.tell({ mouse: true });
-    if (text !== LINE) throw new Error(`the clipboard holds ${JSON.stringify(text)}`);
+    await clipboardHolds(LINE).finally(() => terminal.tell({ mouse: true }));
     return 'the line, selected with the mouse, is what the clipboard holds';
   });
 
   await step('paste', async () => {
     await terminal.into('pasted');
     ostler.setClipboard(PASTED);
+    await clipboardHolds(PASTED);
     ostler.key('shift+insert');
     await terminal.until('the text', ({ fields }) => fields.pasted === PASTED);
     return PASTED;
@@ -165,8 +173,8 @@ async function main() {
   await keyboard(terminal);
   await clipboard(terminal);
   await interruption(terminal);
-  const [left, top] = terminal.cell(1, 3);
-  const [right, bottom] = terminal.cell(65, 17);
+  const [left, top] = terminal.cell(0.5, 2.5);
+  const [right, bottom] = terminal.cell(64.5, 16.5);
   await takePictures(ostler, { left, top, right, bottom });
   await terminal.stop();
 }
