@@ -11,12 +11,14 @@ test='libgtest-dev xvfb xauth xterm fonts-dejavu-core dbus python3-gi python3-db
 lint='clang clang-format clang-tidy'
 packages="$build $run $test $lint $ei"
 
-. /etc/os-release
+[ ! -r /etc/os-release ] || . /etc/os-release
 case "${ID:-}-${VERSION_ID:-}" in
   debian-12 | debian-13 | ubuntu-24.04) ;;
   *)
     echo "ostler: no set-up for ${PRETTY_NAME:-this system}. It needs what these Debian packages hold:" >&2
+    # shellcheck disable=SC2086
     printf '  %s\n' $packages >&2
+    echo 'ostler: once they are there, OSTLER_SETUP=no lets every command go on without set-up' >&2
     exit 1
     ;;
 esac
@@ -35,7 +37,7 @@ if [ "$(id -u)" -ne 0 ]; then
 fi
 echo "ostler: installing$lacking"
 apt() { $as_root env DEBIAN_FRONTEND=noninteractive apt-get -q -o DPkg::Lock::Timeout=600 "$@" </dev/null; }
-apt update
+apt update || echo 'ostler: going on with the package lists that are there' >&2
 
 # Debian 12 has no libei. Debian 13's packages run on it unchanged; they are
 # fetched with lists of their own, so that nothing else comes from there.

@@ -1,0 +1,182 @@
+'use strict';
+// The demo on its own X server: every step is checked by what the terminal saw.
+
+const { fork } = require('node:child_process');
+const { once } = require('node:events');
+const path = require('node:path');
+const { setTimeout: sleep } = require('node:timers/promises');
+
+const ostler = require('../..');
+const { step, takePictures } = require('./steps');
+const { Terminal } = require('./terminal');
+
+// Letters, Greek, a currency, and signs that need Shift. Nothing from U+0080 to
+// U+00FF, which terminals of this kind cannot be typed (see the README's limits).
+const LINE = 'Hello, Linux! (2 < 3) & "Καλημέρα, κόσμε" costs €42 {~50%} #1 ŁĘĆ';
+const PASTED = 'déjà vu, señor Ångström? «Ja, für 42 €»';
+const COMBOS = ['ctrl+k', 'alt+x', 'f5', 'ctrl+shift+right', 'up', 'shift+tab', 'f12'];
+
+async function pointer(terminal) {
+  await step('move in a circle', async () => {
+    const [x, y] = terminal.cell(33, 9);
+    for (let angle = 0; angle < 360; angle += 3) {
+      ostler.move(x + 110 * Math.cos(angle * Math.PI / 180), y + 110 * Math.sin(angle * Math.PI / 180));
+      await sleep(1);  // or the terminal sees only where the pointer has got to meanwhile
+    }
+    const { x: reached } = ostler.cursorPosition();
+    return `120 moves, pointer at ${reached}, ${ostler.cursorPosition().y}`;
+  });
+
+  await step('drag', async () => {
+    const corners = [[5, 15], [5, 10], [11, 6], [17, 10], [5, 10], [17, 15], [5, 15], [17, 10], [17, 15]];
+    for (let i = 1; i < corners.length; ++i) {
+      ostler.drag(...terminal.cell(...corners[i - 1]), ...terminal.cell(...corners[i]));
+    }
+    await terminal.until('a drag', ({ drawn }) => drawn >= 5 * (corners.length - 1));
+    return `${corners.length - 1} drags make a house`;
+  });
+
+  await step('press, move, release', async () => {
+    const [left, y] = terminal.cell(45, 10);
+    ostler.mouseDown(left, y);
+    for (let x = 0; x <= 210; x += 3) {
+      ostler.move(left + x, y - 80 * Math.sin(x / 210 * 4 * Math.PI));
+      await sleep(1);
+    }
+    ostler.mouseUp(0, 0);
+    return 'a wave by hand';
+  });
+
+  await step('click', async () => {
+    const { left } = terminal.state.clicks;
+    ostler.click(...terminal.cell(31, 9), 'middle', 1);
+    ostler.click(...terminal.cell(35, 9), 'right', 1);
+    ostler.click(...terminal.cell(33, 9), 'left', 2);
+    await terminal.until('a click', ({ clicks }) => clicks.left === left + 2 && clicks.middle === 1 && clicks.right === 1);
+    return 'middle, right, and a double click';
+  });
+
+  await step('scroll', async () => {
+    ostler.scroll(...terminal.cell(33, 9), 0, 5);
+    ostler.scroll(...terminal.cell(33, 9), 3, -2);
+    await terminal.until('the wheel', ({ wheel }) => wheel.down === 5 && wheel.up === 2 && wheel.right === 3);
+    return '5 down, 2 up, 3 right';
+  });
+}
+
+function beginningInCommon(one, other) {
+  let length = 0;
+  while (length < one.length && one[length] === other[length]) ++length;
+  return length;
+}
+
+// A program that is late can miss a sign that no key bears. A careful host
+// looks at what arrived, takes back what is wrong and types it again, in
+// shorter pieces.
+async function typeLine(terminal) {
+  const wanted = [...LINE];
+  await terminal.into('typed');
+  for (let good = 0, piece = wanted.length, attempt = 1; attempt <= 50; ++attempt, piece = 4) {
+    ostler.type(wanted.slice(good, good + piece).join(''));
+    const due = wanted.slice(0, good + piece).join('');
+    await terminal.until('', ({ fields }) => fields.typed === due, 300).catch(() => {});
+    const arrived = [...terminal.state.fields.typed];
+    good = beginningInCommon(arrived, wanted);
+    if (good === wanted.length) {
+      return `${good} characters${attempt > 1 ? `; the terminal was late, which took ${attempt} pieces` : ''}`;
+    }
+    for (let wrong = arrived.length - good; wrong > 0; --wrong) ostler.key('backspace');
+    const rest = wanted.slice(0, good).join('');
+    await terminal.until('backspace', ({ fields }) => fields.typed === rest);
+  }
+  throw new Error(`the terminal got ${terminal.state.fields.typed}`);
+}
+
+async function keyboard(terminal) {
+  await step('type a line', () => typeLine(terminal));
+  await step('press combos', async () => {
+    COMBOS.forEach((combo) => ostler.key(combo));
+    await terminal.until('a combo', ({ pressed }) => pressed.join() === COMBOS.join());
+    return COMBOS.join(', ');
+  });
+}
+
+// Programs take and give the clipboard in their own time: xclip, which serves
+// what setClipboard was given, just after the call.
+async function clipboardHolds(text) {
+  const end = Date.now() + 3000;
+  for (let held; (held = ostler.getClipboard()) !== text; await sleep(10)) {
+    if (Date.now() > end) throw new Error(`the clipboard holds ${JSON.stringify(held)}`);
+  }
+}
+
+async function clipboard(terminal) {
+  await step('copy', async () => {
+    terminal.tell({ mouse: false });
+    await sleep(100);  // the terminal does not say when it has let go of the mouse
+    const [, y] = terminal.cell(1, 19);
+    const { cell, origin } = terminal.state;
+    const start = origin.left + 10 * cell.width;
+    ostler.drag(start + 1, y, start + [...LINE].length * cell.width + 1, y);
+    await clipboardHolds(LINE).finally(() => terminal.tell({ mouse: true }));
+    return 'the line, selected with the mouse, is what the clipboard holds';
+  });
+
+  await step('paste', async () => {
+    await terminal.into('pasted');
+    ostler.setClipboard(PASTED);
+    await clipboardHolds(PASTED);
+    ostler.key('shift+insert');
+    await terminal.until('the text', ({ fields }) => fields.pasted === PASTED);
+    return PASTED;
+  });
+}
+
+async function interruption(terminal) {
+  const person = fork(path.join(__dirname, 'person.js'));
+  await once(person, 'message');
+  await step('a person presses Escape', async () => {
+    const text = 'the quick brown fox jumps over the lazy dog '.repeat(12);
+    let calls = 0;
+    await terminal.into('stopped');
+    if (!ostler.lock(() => ++calls)) throw new Error('the watcher does not run');
+    try {
+      const pressed = once(person, 'message');
+      person.send({ after: 700 });
+      ostler.type(text);
+      const stopped = Date.now();
+      const [{ at }] = await pressed;
+      await sleep(300);  // for the terminal to show the last of it
+      const out = terminal.state.fields.stopped.length;
+      if (out === 0 || !text.startsWith(terminal.state.fields.stopped)) throw new Error('the text is not a beginning');
+      if (out === text.length) throw new Error('nothing stopped the text');
+      if (calls !== 1) throw new Error(`the callback ran ${calls} times`);
+      const result = `${out} of ${text.length} characters got out, stopped ${stopped - at} ms after the press`;
+      terminal.tell({ note: result });
+      return result;
+    } finally {
+      ostler.unlock();
+    }
+  });
+  person.disconnect();
+}
+
+async function main() {
+  let terminal;
+  await step('start a terminal', async () => { terminal = await Terminal.start(); });
+  if (!terminal) return;
+  await step('connect', () => {
+    const { width, height } = ostler.display();
+    return `the desktop has ${width} by ${height} pixels`;
+  });
+  await pointer(terminal);
+  await keyboard(terminal);
+  await clipboard(terminal);
+  await interruption(terminal);
+  const [left, top] = terminal.cell(0.5, 2.5);
+  const [right, bottom] = terminal.cell(64.5, 16.5);
+  await takePictures(ostler, { left, top, right, bottom });
+  await terminal.stop();
+}
+
+main();

@@ -1,0 +1,12 @@
+#!/bin/sh
+# Runs the tests of one preset: test.sh PRESET [CTEST OPTION...]
+set -eu
+cd "$(dirname "$0")/.."
+preset=$1
+shift
+
+sh scripts/build.sh "$preset"
+if [ "$preset" = release ]; then directory=build; else directory=build-$preset; fi
+# Under ThreadSanitizer only what has threads is worth the time.
+[ "$preset" != tsan ] || set -- -L tsan "$@"
+sh scripts/x11-only.sh ctest --test-dir "$directory" --output-on-failure --no-tests=error -j 2 "$@"

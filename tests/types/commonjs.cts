@@ -1,0 +1,8 @@
+// A host's CommonJS module, by both ways to import there are.
+import byDefault from 'ostler';
+import ostler = require('ostler');
+
+const same: typeof ostler = byDefault;
+same.key('ctrl+shift+t');
+export const windows: ostler.WindowInfo[] = ostler.listWindows();
+export const title: string | undefined = ostler.getActiveWindow()?.title;
