@@ -139,6 +139,34 @@ protected:
   static void SetUpTestSuite() { initialisePipeWire(); }
 };
 
+// The first of all: PipeWire is more talkative before it has read a configuration.
+TEST_F(CaptureStreamTest, RefusedConnectionsReleaseEverythingInSilence) {
+  CaptureState state;
+  const std::size_t descriptors = entries("/proc/self/fd");
+  const std::size_t threads = entries("/proc/self/task");
+  testing::internal::CaptureStdout();
+  testing::internal::CaptureStderr();
+  // As where the client's configuration is not installed.
+  setenv("PIPEWIRE_CONFIG_DIR", "/nonexistent", 1);
+  EXPECT_EQ(failureOf([&] { CaptureStream(FileDescriptor(open("/dev/null", O_RDWR)), 1, state); }),
+            "Failed to create the PipeWire context.");
+  unsetenv("PIPEWIRE_CONFIG_DIR");
+  EXPECT_EQ(failureOf([&] { CaptureStream(FileDescriptor(), 1, state); }),
+            "Failed to duplicate the PipeWire file descriptor: Bad file descriptor");
+  int ends[2];
+  ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
+  close(ends[0]);
+  EXPECT_EQ(failureOf([&] {
+              CaptureStream stream(FileDescriptor(ends[1]), 1, state);
+              state.waitForFirstFrame(10s);
+            }),
+            "Wayland ScreenCast stream failed: connection error");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+  EXPECT_EQ(entries("/proc/self/fd"), descriptors);
+  EXPECT_EQ(entries("/proc/self/task"), threads);
+}
+
 TEST_F(CaptureStreamTest, KeepsTheLatestGoodFrameAndTheLastCursor) {
   PipeWireSource source;
   CaptureState state;
@@ -230,33 +258,6 @@ TEST_F(CaptureStreamTest, LeavesNothingBehind) {
     }
     if (attempt == 0) descriptors = entries("/proc/self/fd"), threads = entries("/proc/self/task");
   }
-  EXPECT_EQ(entries("/proc/self/fd"), descriptors);
-  EXPECT_EQ(entries("/proc/self/task"), threads);
-}
-
-TEST_F(CaptureStreamTest, RefusedConnectionsReleaseEverythingInSilence) {
-  CaptureState state;
-  const std::size_t descriptors = entries("/proc/self/fd");
-  const std::size_t threads = entries("/proc/self/task");
-  testing::internal::CaptureStdout();
-  testing::internal::CaptureStderr();
-  EXPECT_EQ(failureOf([&] { CaptureStream(FileDescriptor(), 1, state); }),
-            "Failed to duplicate the PipeWire file descriptor: Bad file descriptor");
-  int ends[2];
-  ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
-  close(ends[0]);
-  EXPECT_EQ(failureOf([&] {
-              CaptureStream stream(FileDescriptor(ends[1]), 1, state);
-              state.waitForFirstFrame(10s);
-            }),
-            "Wayland ScreenCast stream failed: connection error");
-  // As where the client's configuration is not installed.
-  setenv("PIPEWIRE_CONFIG_DIR", "/nonexistent", 1);
-  EXPECT_EQ(failureOf([&] { CaptureStream(FileDescriptor(open("/dev/null", O_RDWR)), 1, state); }),
-            "Failed to create the PipeWire context.");
-  unsetenv("PIPEWIRE_CONFIG_DIR");
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
   EXPECT_EQ(entries("/proc/self/fd"), descriptors);
   EXPECT_EQ(entries("/proc/self/task"), threads);
 }
