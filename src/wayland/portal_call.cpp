@@ -1,22 +1,223 @@
 #include "wayland/portal_call.h"
 
+#include <algorithm>
 #include <memory>
 #include <stdexcept>
-#include <string>
+
+// A request of the portal is a method call whose reply only names an object;
+// the answer is a Response signal of that object, which may come at once, when
+// a person has answered a dialog, or never, when the portal or the bus goes
+// away. The portal may send the signal before the reply.
 
 namespace ostler {
 namespace {
 
-struct ErrorFreer {
-  void operator()(GError* error) const { g_error_free(error); }
+constexpr char requestInterface[] = "org.freedesktop.portal.Request";
+constexpr int callTimeout = -1;  // GDBus's own
+
+// The main context that a wait runs, as this thread's own while the guard
+// lives: the default one, so that the host's sources go on meanwhile. Where
+// another thread is running that, handlers would be called over there, so the
+// wait gets a context of its own.
+class WaitContext {
+public:
+  WaitContext() {
+    const bool acquired = g_main_context_acquire(nullptr) != FALSE;
+    context.reset(acquired ? g_main_context_ref(g_main_context_default()) : g_main_context_new());
+    g_main_context_push_thread_default(context.get());
+    if (acquired) g_main_context_release(nullptr);  // the push holds it
+  }
+  WaitContext(const WaitContext&) = delete;
+  WaitContext& operator=(const WaitContext&) = delete;
+  ~WaitContext() { g_main_context_pop_thread_default(context.get()); }
+
+  GLibOwner<GMainContext> context;
 };
+
+// What a request shares with the handlers that end its wait.
+struct PortalWait {
+  GDBusConnection* connection = nullptr;
+  const char* requestPath = "";
+  GLibOwner<GMainLoop> loop;
+  std::uint32_t code = 2;
+  GLibOwner<GVariant> results;
+  bool ended = false;
+
+  void end() noexcept {
+    ended = true;
+    g_main_loop_quit(loop.get());
+  }
+};
+
+void onResponse(PortalWait& wait, std::string_view objectPath, GVariant* parameters) noexcept {
+  if (wait.ended || objectPath != wait.requestPath) return;
+  if (g_variant_is_of_type(parameters, G_VARIANT_TYPE("(ua{sv})"))) {
+    GVariant* results = nullptr;
+    g_variant_get(parameters, "(u@a{sv})", &wait.code, &results);
+    wait.results.reset(results);
+  }
+  wait.end();
+}
+
+// The portal's name changes hands. Its first owner is no news: the method call
+// may have started the portal.
+void onNameOwnerChanged(PortalWait& wait, std::string_view, GVariant* parameters) noexcept {
+  if (!g_variant_is_of_type(parameters, G_VARIANT_TYPE("(sss)"))) return;
+  const char* oldOwner = "";
+  g_variant_get(parameters, "(&s&s&s)", nullptr, &oldOwner, nullptr);
+  if (*oldOwner != '\0') wait.end();
+}
+
+// When the bus is gone no signal tells.
+gboolean onBusCheck(gpointer data) noexcept {
+  PortalWait& wait = *static_cast<PortalWait*>(data);
+  if (g_dbus_connection_is_closed(wait.connection)) wait.end();
+  return G_SOURCE_CONTINUE;
+}
+
+// GLib may have a call of the handler queued still after the subscription has
+// been ended, so the guard goes only when GLib has let go of it. Nothing of it
+// is left in the context then.
+class SignalSubscription {
+public:
+  using Handler = void (*)(PortalWait&, std::string_view, GVariant*);
+
+  SignalSubscription(PortalWait& sharedWait, const char* sender, const char* interfaceName,
+                     const char* member, const char* arg0, Handler signalHandler)
+      : wait(sharedWait), handler(signalHandler) {
+    id = g_dbus_connection_signal_subscribe(wait.connection, sender, interfaceName, member, nullptr, arg0,
+                                            G_DBUS_SIGNAL_FLAGS_NONE, onSignal, this, onReleased);
+  }
+  SignalSubscription(const SignalSubscription&) = delete;
+  SignalSubscription& operator=(const SignalSubscription&) = delete;
+  ~SignalSubscription() {
+    g_dbus_connection_signal_unsubscribe(wait.connection, id);
+    while (!released) g_main_context_iteration(g_main_context_get_thread_default(), TRUE);
+  }
+
+private:
+  static void onSignal(GDBusConnection*, const gchar*, const gchar* objectPath, const gchar*, const gchar*,
+                       GVariant* parameters, gpointer data) noexcept {
+    const SignalSubscription& self = *static_cast<SignalSubscription*>(data);
+    self.handler(self.wait, objectPath, parameters);
+  }
+  static void onReleased(gpointer data) noexcept { static_cast<SignalSubscription*>(data)->released = true; }
+
+  PortalWait& wait;
+  const Handler handler;
+  guint id = 0;
+  bool released = false;
+};
+
+GLibOwner<GVariant> call(GDBusConnection* connection, const char* interfaceName, const char* method,
+                         GVariant* parameters, const char* replyType, const std::string& failure) {
+  GError* error = nullptr;
+  GLibOwner<GVariant> reply(
+      g_dbus_connection_call_sync(connection, portalBusName, portalObjectPath, interfaceName, method,
+                                  parameters, replyType == nullptr ? nullptr : G_VARIANT_TYPE(replyType),
+                                  G_DBUS_CALL_FLAGS_NONE, callTimeout, nullptr, &error));
+  if (reply == nullptr) throwGError(failure, error);
+  return reply;
+}
 
 }  // namespace
 
+std::string newPortalToken() {
+  const GLibOwner<char> uuid(g_uuid_string_random());
+  std::string token = std::string("ostler_") + uuid.get();
+  std::replace(token.begin(), token.end(), '-', '_');
+  return token;
+}
+
 void throwGError(std::string_view prefix, GError* error) {
-  const std::unique_ptr<GError, ErrorFreer> owner(error);
-  const bool explained = error != nullptr && error->message != nullptr;
-  throw std::runtime_error(std::string(prefix) + ": " + (explained ? error->message : "unknown error"));
+  const GLibOwner<GError> owner(error);
+  const bool hasMessage = error != nullptr && error->message != nullptr;
+  throw std::runtime_error(std::string(prefix) + ": " + (hasMessage ? error->message : "unknown error"));
+}
+
+std::uint32_t readPortalProperty(GDBusConnection* connection, const char* name) {
+  const std::string failure =
+      std::string("Unable to read portal property ") + screenCastInterface + "." + name;
+  const GLibOwner<GVariant> reply = call(connection, "org.freedesktop.DBus.Properties", "Get",
+                                         g_variant_new("(ss)", screenCastInterface, name), "(v)", failure);
+  GVariant* wrapped = nullptr;
+  g_variant_get(reply.get(), "(@v)", &wrapped);
+  const GLibOwner<GVariant> wrapper(wrapped);
+  const GLibOwner<GVariant> value(g_variant_get_variant(wrapper.get()));
+  if (!g_variant_is_of_type(value.get(), G_VARIANT_TYPE_UINT32)) throwGError(failure, nullptr);
+  return g_variant_get_uint32(value.get());
+}
+
+GLibOwner<GVariant> portalRequest(GDBusConnection* connection, const char* interfaceName, const char* method,
+                                  GVariant* parameters) {
+  const GLibOwner<GVariant> arguments(g_variant_ref_sink(parameters));
+  const std::string failure = std::string("Portal call failed for ") + interfaceName + "." + method;
+  // Subscribing on a closed connection would make GLib complain on stderr.
+  if (g_dbus_connection_is_closed(connection)) {
+    throw std::runtime_error(failure + ": The connection is closed");
+  }
+
+  const WaitContext waitContext;
+  GMainContext* const context = waitContext.context.get();
+  PortalWait wait;
+  wait.connection = connection;
+  wait.loop.reset(g_main_loop_new(context, FALSE));
+
+  const SignalSubscription ownerSubscription(wait, "org.freedesktop.DBus", "org.freedesktop.DBus",
+                                             "NameOwnerChanged", portalBusName, onNameOwnerChanged);
+  // To the answers of all requests, so that one is heard that comes before the
+  // reply has named its request, at whatever path. It waits in the context
+  // until the loop runs.
+  const SignalSubscription responseSubscription(wait, portalBusName, requestInterface, "Response", nullptr,
+                                                onResponse);
+
+  const GLibOwner<GVariant> reply = call(connection, interfaceName, method, arguments.get(), "(o)", failure);
+  g_variant_get(reply.get(), "(&o)", &wait.requestPath);
+
+  const GLibOwner<GSource> busCheck(g_timeout_source_new(250));
+  g_source_set_callback(busCheck.get(), onBusCheck, &wait, nullptr);
+  g_source_attach(busCheck.get(), context);
+  if (!wait.ended) g_main_loop_run(wait.loop.get());
+
+  if (wait.code == 0) return std::move(wait.results);
+  throw std::runtime_error(wait.code == 1 ? "The user denied the Wayland portal request."
+                                          : "The Wayland portal request failed.");
+}
+
+void portalInputCall(GDBusConnection* connection, const char* method, GVariant* parameters) {
+  call(connection, remoteDesktopInterface, method, parameters, nullptr,
+       std::string("Portal input call failed for ") + remoteDesktopInterface + "." + method);
+}
+
+PortalDescriptor portalDescriptorCall(GDBusConnection* connection, const char* interfaceName,
+                                      const char* method, const std::string& sessionHandle) {
+  PortalDescriptor result;
+  GError* error = nullptr;
+  GUnixFDList* descriptors = nullptr;
+  GVariantBuilder options;
+  g_variant_builder_init(&options, G_VARIANT_TYPE_VARDICT);
+  const GLibOwner<GVariant> reply(g_dbus_connection_call_with_unix_fd_list_sync(
+      connection, portalBusName, portalObjectPath, interfaceName, method,
+      g_variant_new("(oa{sv})", sessionHandle.c_str(), &options), G_VARIANT_TYPE("(h)"),
+      G_DBUS_CALL_FLAGS_NONE, callTimeout, nullptr, &descriptors, nullptr, &error));
+  const GLibOwner<GUnixFDList> list(descriptors);
+  if (reply != nullptr) {
+    result.answered = true;
+    gint32 index = -1;
+    g_variant_get(reply.get(), "(h)", &index);
+    // GLib complains on stderr about an index outside the list.
+    if (list != nullptr && index >= 0 && index < g_unix_fd_list_get_length(list.get())) {
+      result.descriptor = FileDescriptor(g_unix_fd_list_get(list.get(), index, &error));
+    }
+  }
+  result.error.reset(error);
+  return result;
+}
+
+void requirePortalDevice(std::uint32_t grantedDevices, std::uint32_t mask, const char* description) {
+  if ((grantedDevices & mask) != 0) return;
+  throw std::runtime_error(std::string("Wayland portal session does not have permission for ") + description +
+                           ".");
 }
 
 }  // namespace ostler

@@ -1,13 +1,53 @@
 #pragma once
 
+#include <cstdint>
+#include <string>
 #include <string_view>
 
-#include <gio/gio.h>
+#include "wayland/file_descriptor.h"
+#include "wayland/glib_handles.h"
 
 namespace ostler {
 
-// Throws std::runtime_error with "prefix: message of the error", and frees the
-// error, which may be null.
+// What is said to the desktop portal goes through here. All of it blocks.
+//
+// Floating parameters are consumed. Every failure but that of
+// portalDescriptorCall is a std::runtime_error.
+
+inline constexpr char portalBusName[] = "org.freedesktop.portal.Desktop";
+inline constexpr char portalObjectPath[] = "/org/freedesktop/portal/desktop";
+inline constexpr char remoteDesktopInterface[] = "org.freedesktop.portal.RemoteDesktop";
+inline constexpr char screenCastInterface[] = "org.freedesktop.portal.ScreenCast";
+inline constexpr char sessionInterface[] = "org.freedesktop.portal.Session";
+
+// A fresh handle token, fit to be part of an object path.
+std::string newPortalToken();
+
+// Throws the prefix and the error's message, and frees the error, which may be null.
 [[noreturn]] void throwGError(std::string_view prefix, GError* error);
+
+// A uint32 property of the ScreenCast interface.
+std::uint32_t readPortalProperty(GDBusConnection* connection, const char* name);
+
+// Calls a method whose real answer is a Response signal, and waits for that as
+// long as a person takes. The last of the parameters is the dictionary of
+// options, with a handle_token. Returns the dictionary of the Response.
+GLibOwner<GVariant> portalRequest(GDBusConnection* connection, const char* interfaceName, const char* method,
+                                  GVariant* parameters);
+
+// Calls a RemoteDesktop method that answers at once.
+void portalInputCall(GDBusConnection* connection, const char* method, GVariant* parameters);
+
+// What a method that hands out a descriptor came to.
+struct PortalDescriptor {
+  bool answered = false;      // the call itself went well
+  FileDescriptor descriptor;  // none when the call failed or the reply held none
+  GLibOwner<GError> error;    // may be null all the same
+};
+PortalDescriptor portalDescriptorCall(GDBusConnection* connection, const char* interfaceName,
+                                      const char* method, const std::string& sessionHandle);
+
+// Throws unless a bit of the mask is granted.
+void requirePortalDevice(std::uint32_t grantedDevices, std::uint32_t mask, const char* description);
 
 }  // namespace ostler

@@ -448,9 +448,10 @@ private:
     auto* const self = static_cast<Source*>(data);
     self->negotiated = true;
     Pods pods;
-    const spa_pod* answer[] = {
-        pods.buffers(self->format), pods.meta(SPA_META_Header, sizeof(spa_meta_header)),
-        pods.meta(SPA_META_Cursor, sizeof(spa_meta_cursor) + sizeof(spa_meta_bitmap) + 64 * 64 * 4)};
+    const spa_pod* answer[] = {pods.buffers(self->format),
+                               pods.meta(SPA_META_Header, sizeof(spa_meta_header)),
+                               pods.meta(SPA_META_Cursor, sizeof(spa_meta_cursor) + sizeof(spa_meta_bitmap) +
+                                                              std::size_t{64} * 64 * 4)};
     pw_stream_update_params(self->stream, answer, 3);
   }
 
