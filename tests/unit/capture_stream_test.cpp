@@ -1,5 +1,5 @@
 // The stream against a real PipeWire daemon, with a source that is scripted
-// (../support/pipewire_source.cpp).
+// (support/pipewire_source.cpp).
 
 #include "wayland/capture_stream.h"
 
@@ -36,7 +36,7 @@ public:
     if (pid == 0) {
       dup2(toSource[0], 0);
       dup2(fromSource[1], 1);
-      execl(PIPEWIRE_SOURCE, PIPEWIRE_SOURCE, directory.c_str(), format, size, nullptr);
+      execl(OSTLER_PIPEWIRE_SOURCE, OSTLER_PIPEWIRE_SOURCE, directory.c_str(), format, size, nullptr);
       _exit(1);
     }
     close(toSource[0]);
