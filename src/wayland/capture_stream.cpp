@@ -5,11 +5,9 @@
 #include <exception>
 #include <new>
 #include <stdexcept>
-#include <string_view>
 #include <utility>
 
 #include <fcntl.h>
-#include <gio/gunixfdlist.h>
 
 #include "wayland/frame_intake.h"
 #include "wayland/portal_call.h"
@@ -18,35 +16,17 @@
 namespace ostler {
 namespace {
 
-struct VariantUnref {
-  void operator()(GVariant* variant) const { g_variant_unref(variant); }
-};
-struct FdListUnref {
-  void operator()(GUnixFDList* list) const { g_object_unref(list); }
-};
-
 FileDescriptor openPipeWireRemote(GDBusConnection* connection, const std::string& sessionHandle) {
-  GVariantBuilder options;
-  g_variant_builder_init(&options, G_VARIANT_TYPE("a{sv}"));
-  GError* error = nullptr;
-  GUnixFDList* received = nullptr;
-  const std::unique_ptr<GVariant, VariantUnref> reply(g_dbus_connection_call_with_unix_fd_list_sync(
-      connection, "org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop",
-      "org.freedesktop.portal.ScreenCast", "OpenPipeWireRemote",
-      g_variant_new("(oa{sv})", sessionHandle.c_str(), &options), G_VARIANT_TYPE("(h)"),
-      G_DBUS_CALL_FLAGS_NONE, -1, nullptr, &received, nullptr, &error));
-  if (reply == nullptr) throwGError("Failed to open the PipeWire remote from the Wayland portal", error);
-  const std::unique_ptr<GUnixFDList, FdListUnref> list(received);
-
-  gint32 index = -1;
-  g_variant_get(reply.get(), "(h)", &index);
-  // GLib prints when it is asked for a descriptor that did not come.
-  const bool came = list != nullptr && index >= 0 && index < g_unix_fd_list_get_length(list.get());
-  FileDescriptor remote(came ? g_unix_fd_list_get(list.get(), index, &error) : -1);
-  if (!remote) {
-    throwGError("Failed to retrieve the PipeWire file descriptor from the Wayland portal", error);
+  PortalDescriptor remote =
+      portalDescriptorCall(connection, screenCastInterface, "OpenPipeWireRemote", sessionHandle);
+  if (!remote.answered) {
+    throwGError("Failed to open the PipeWire remote from the Wayland portal", remote.error.release());
   }
-  return remote;
+  if (!remote.descriptor) {
+    throwGError("Failed to retrieve the PipeWire file descriptor from the Wayland portal",
+                remote.error.release());
+  }
+  return std::move(remote.descriptor);
 }
 
 FileDescriptor duplicate(const FileDescriptor& descriptor) {

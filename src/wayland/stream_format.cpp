@@ -34,7 +34,6 @@ public:
 
   // The default comes first, then the choices.
   void addIdEnum(std::uint32_t key, std::initializer_list<std::uint32_t> values) {
-    spa_pod_frame choice;
     spa_pod_builder_prop(&builder, key, 0);
     spa_pod_builder_push_choice(&builder, &choice, SPA_CHOICE_Enum, 0);
     for (const std::uint32_t value : values) spa_pod_builder_id(&builder, value);
@@ -42,7 +41,6 @@ public:
   }
 
   void addIntRange(std::uint32_t key, std::int32_t preferred, std::int32_t least, std::int32_t most) {
-    spa_pod_frame choice;
     spa_pod_builder_prop(&builder, key, 0);
     spa_pod_builder_push_choice(&builder, &choice, SPA_CHOICE_Range, 0);
     for (const std::int32_t value : {preferred, least, most}) spa_pod_builder_int(&builder, value);
@@ -54,6 +52,7 @@ public:
 private:
   spa_pod_builder& builder;
   spa_pod_frame frame;
+  spa_pod_frame choice;
 };
 
 spa_pod_builder builderIn(PodRoom& room) {
@@ -99,7 +98,7 @@ std::optional<StreamFormat> parseFormat(const spa_pod* param) {
 
 std::array<const spa_pod*, 3> buildBufferParams(PodRoom& room, const StreamFormat& format) {
   spa_pod_builder builder = builderIn(room);
-  const std::int64_t rowBytes = static_cast<std::int64_t>(format.width) * bytesPerFramePixel;
+  const std::int64_t rowBytes = std::int64_t{format.width} * std::int64_t{bytesPerFramePixel};
 
   ObjectBuilder buffers(builder, SPA_TYPE_OBJECT_ParamBuffers, SPA_PARAM_Buffers);
   buffers.addIntRange(SPA_PARAM_BUFFERS_buffers, 4, 2, 8);

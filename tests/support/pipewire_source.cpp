@@ -9,12 +9,12 @@
 // the command says below. It ends, and the daemon with it, when stdin ends.
 //
 //   frame SEED [cursor X Y] [corrupted] [empty]
-//                      sends a buffer, once a stream is there to take it; pixel
-//                      (x, y) has red x, green y and blue SEED, each modulo 256
-//   auto SEED          sends such a frame to each stream that comes from now on
+//                      sends a buffer and repeats it every 20 ms until the next
+//                      command that sends; pixel (x, y) has red x, green y and
+//                      blue SEED, each modulo 256
 //   run FPS COUNT      sends COUNT buffers; their first four bytes count up from 1.
 //                      Answers "sent N dropped M": those that found no free buffer
-//   format FORMAT WIDTHxHEIGHT    renegotiates
+//   format FORMAT WIDTHxHEIGHT    renegotiates, and sends nothing until told to
 //   fail TEXT          has the daemon report an error to the streams that take from it
 //   remove             takes the source away
 //   kill               kills the daemon
@@ -34,6 +34,7 @@
 #include <string>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include <pipewire/pipewire.h>
 #include <spa/buffer/meta.h>
@@ -124,17 +125,19 @@ struct FrameOrder {
   bool empty = false;
 };
 
-void paint(unsigned char* to, const Format& format, std::uint32_t seed) {
+std::vector<unsigned char> paint(const Format& format, std::uint32_t seed) {
   const bool blueFirst =
       format.videoFormat == SPA_VIDEO_FORMAT_BGRx || format.videoFormat == SPA_VIDEO_FORMAT_BGRA;
+  std::vector<unsigned char> picture(std::size_t{format.width} * format.height * 4);
+  unsigned char* to = picture.data();
   for (std::uint32_t y = 0; y < format.height; ++y) {
     for (std::uint32_t x = 0; x < format.width; ++x, to += 4) {
       to[blueFirst ? 2 : 0] = static_cast<unsigned char>(x);
       to[1] = static_cast<unsigned char>(y);
       to[blueFirst ? 0 : 2] = static_cast<unsigned char>(seed);
-      to[3] = 0;
     }
   }
+  return picture;
 }
 
 template <typename Meta>
@@ -247,6 +250,7 @@ public:
     const auto flags = static_cast<pw_stream_flags>(PW_STREAM_FLAG_DRIVER | PW_STREAM_FLAG_MAP_BUFFERS);
     if (pw_stream_connect(stream, PW_DIRECTION_OUTPUT, PW_ID_ANY, flags, &offered, 1) != 0) giveUp("connect");
     while (outputPort == 0) pw_thread_loop_wait(loop);
+    std::thread([this] { keepSending(); }).detach();
   }
 
   std::uint32_t nodeId() {
@@ -259,16 +263,15 @@ public:
     std::string command;
     words >> command;
     const LoopLock lock(loop);
-    if (command == "frame") return send(parseFrame(words));
-    if (command == "auto") {
-      words >> automatic.emplace().seed;
-    } else if (command == "run") {
+    if (command == "frame") return show(parseFrame(words));
+    if (command == "run") {
       return run(words);
     } else if (command == "format") {
       std::string name, size;
       words >> name >> size;
       format = parseFormat(name, size);
       negotiated = false;
+      shown.reset();
       Pods pods;
       const spa_pod* offered = pods.formats(format);
       pw_stream_update_params(stream, &offered, 1);
@@ -277,6 +280,7 @@ public:
       std::getline(words >> std::ws, text);
       failConsumers(text.c_str());
     } else if (command == "remove") {
+      streaming = false;
       pw_stream_destroy(std::exchange(stream, nullptr));
     } else if (command == "kill") {
       daemon.stop();
@@ -301,43 +305,58 @@ private:
     return order;
   }
 
-  std::string send(const FrameOrder& order) {
-    while (!trySend(order)) {
-      // Wakes for a change of state, and now and then for a buffer that is back.
-      timespec soon;
-      pw_thread_loop_get_time(loop, &soon, SPA_NSEC_PER_MSEC);
-      pw_thread_loop_timed_wait_full(loop, &soon);
-    }
+  bool ready() const { return streaming && negotiated; }
+
+  std::string show(const FrameOrder& order) {
+    shown = order;
+    picture = paint(format, order.seed);
+    while (ready() && !send()) wait(1);
     return "ok";
   }
 
-  bool trySend(const FrameOrder& order) {
-    pw_buffer* const buffer = streaming && negotiated ? pw_stream_dequeue_buffer(stream) : nullptr;
+  bool send() {
+    pw_buffer* const buffer = pw_stream_dequeue_buffer(stream);
     if (buffer == nullptr) return false;
-    fill(buffer->buffer, order);
+    fill(buffer->buffer);
     pw_stream_queue_buffer(stream, buffer);
     return true;
   }
 
-  void fill(spa_buffer* buffer, const FrameOrder& order) {
+  // A stream may miss buffers that are sent while it is still being started.
+  void keepSending() {
+    const LoopLock lock(loop);
+    for (;;) {
+      if (shown && ready()) send();
+      wait(20);
+    }
+  }
+
+  // Less when the state of the stream changes.
+  void wait(std::int64_t milliseconds) {
+    timespec end;
+    pw_thread_loop_get_time(loop, &end, milliseconds * SPA_NSEC_PER_MSEC);
+    pw_thread_loop_timed_wait_full(loop, &end);
+  }
+
+  void fill(spa_buffer* buffer) const {
     spa_data& data = buffer->datas[0];
-    if (!order.empty) paint(static_cast<unsigned char*>(data.data), format, order.seed);
+    std::memcpy(data.data, picture.data(), picture.size());
     setChunk(data);
-    if (order.empty) data.chunk->size = 0;
+    if (shown->empty) data.chunk->size = 0;
     if (auto* header = findMeta<spa_meta_header>(buffer, SPA_META_Header)) {
       *header = {};
-      if (order.corrupted) header->flags = SPA_META_HEADER_FLAG_CORRUPTED;
+      if (shown->corrupted) header->flags = SPA_META_HEADER_FLAG_CORRUPTED;
     }
     if (auto* cursor = findMeta<spa_meta_cursor>(buffer, SPA_META_Cursor)) {
       *cursor = {};
-      if (order.cursor) {
+      if (shown->cursor) {
         cursor->id = 1;
-        cursor->position = *order.cursor;
+        cursor->position = *shown->cursor;
       }
     }
   }
 
-  void setChunk(spa_data& data) {
+  void setChunk(spa_data& data) const {
     data.chunk->offset = 0;
     data.chunk->size = format.width * format.height * 4;
     data.chunk->stride = static_cast<int>(format.width * 4);
@@ -347,6 +366,7 @@ private:
   std::string run(std::istringstream& words) {
     std::uint32_t rate = 0, count = 0, dropped = 0;
     words >> rate >> count;
+    shown.reset();
     while (!streaming) pw_thread_loop_wait(loop);
     auto next = std::chrono::steady_clock::now();
     for (std::uint32_t i = 1; i <= count; ++i) {
@@ -420,7 +440,6 @@ private:
   static void onStateChanged(void* data, pw_stream_state, pw_stream_state state, const char*) {
     auto* const self = static_cast<Source*>(data);
     self->streaming = state == PW_STREAM_STATE_STREAMING;
-    if (self->automatic) self->trySend(*self->automatic);
     pw_thread_loop_signal(self->loop, false);
   }
 
@@ -429,17 +448,19 @@ private:
     auto* const self = static_cast<Source*>(data);
     self->negotiated = true;
     Pods pods;
-    const spa_pod* answer[] = {
-        pods.buffers(self->format), pods.meta(SPA_META_Header, sizeof(spa_meta_header)),
-        pods.meta(SPA_META_Cursor, sizeof(spa_meta_cursor) + sizeof(spa_meta_bitmap) + 64 * 64 * 4)};
+    const spa_pod* answer[] = {pods.buffers(self->format),
+                               pods.meta(SPA_META_Header, sizeof(spa_meta_header)),
+                               pods.meta(SPA_META_Cursor, sizeof(spa_meta_cursor) + sizeof(spa_meta_bitmap) +
+                                                              std::size_t{64} * 64 * 4)};
     pw_stream_update_params(self->stream, answer, 3);
   }
 
   Daemon& daemon;
   Format format;
-  std::optional<FrameOrder> automatic;
+  std::optional<FrameOrder> shown;
+  std::vector<unsigned char> picture;  // of what is shown
   bool streaming = false;
-  bool negotiated = false;  // the latest `format`; a renegotiation does not stop the stream
+  bool negotiated = false;  // in the latest format: a change of it does not stop the streaming
   std::uint32_t outputPort = 0;
   std::map<std::uint32_t, std::uint32_t> consumers;  // node to client
   pw_thread_loop* loop = nullptr;

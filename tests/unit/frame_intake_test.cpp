@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::int32_t width = 3;
 constexpr std::int32_t height = 2;
-constexpr std::size_t rowBytes = width * 4;
+constexpr std::size_t rowBytes = std::size_t{width} * 4;
 
 // A buffer as a server gives it, 3 x 2 pixels in tight rows, with both kinds of
 // metadata. The memory is exactly as long as it says, so that AddressSanitizer
