@@ -89,7 +89,7 @@ async function startDesktop({ script = {}, stream = { format: 'BGRx', size: '64x
     ['pipe', 'pipe', 'ignore']);
   if (source) {
     node = Number((await source.answer()).split(' ')[1]);
-    await desktop.source('auto 1');
+    await desktop.source('frame 1');
   }
   desktop.setScript(script);
   return desktop;
