@@ -1,5 +1,6 @@
 #include <atomic>
 #include <memory>
+#include <set>
 
 #include "addon/call_frame.h"
 #include "addon/methods.h"
@@ -36,17 +37,20 @@ ThreadsafeFunction makeThreadsafeFunction(napi_env env, napi_value callback) {
 // The environment of the last lock that was answered with true.
 std::atomic<napi_env> watcherEnvironment{nullptr};
 
+// The environments of this thread that have the hook.
+thread_local std::set<napi_env> hookedEnvironments;
+
 // Where an environment ends with the watcher running, as in a terminated
 // Worker, it takes the thread-safe function with it. A hook runs before that.
 void stopWithEnvironment(void* environment) noexcept {
+  hookedEnvironments.erase(static_cast<napi_env>(environment));
   if (watcherEnvironment == environment) driverUnlock();
 }
 
 void hookEnvironment(napi_env env) {
-  // One hook for each environment, and a newer one than the function's own.
-  napi_remove_env_cleanup_hook(env, stopWithEnvironment, env);
+  // The newest hook runs first, and the thread-safe function has one too.
+  if (!hookedEnvironments.insert(env).second) napi_remove_env_cleanup_hook(env, stopWithEnvironment, env);
   napi_add_env_cleanup_hook(env, stopWithEnvironment, env);
-  watcherEnvironment = env;
 }
 
 }  // namespace
@@ -55,9 +59,11 @@ napi_value lock(napi_env env, napi_callback_info info) {
   return guarded(env, undefinedValue(env), [&] {
     const std::vector<napi_value> arguments = fetchArguments(env, info, 1);
     ThreadsafeFunction onEscape = makeThreadsafeFunction(env, arguments[0]);
-    if (onEscape == nullptr || !driverLock(onEscape.get())) return toValue(env, false);
-    static_cast<void>(onEscape.release());  // the watcher's now
+    if (onEscape == nullptr) return toValue(env, false);
     hookEnvironment(env);
+    if (!driverLock(onEscape.get())) return toValue(env, false);
+    static_cast<void>(onEscape.release());  // the watcher's now
+    watcherEnvironment = env;
     return toValue(env, true);
   });
 }

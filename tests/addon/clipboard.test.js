@@ -21,8 +21,7 @@ before(async () => {
   fs.writeFileSync(path.join(programs, 'failing', 'xclip'), '#!/bin/sh\necho no >&2\nexit 1\n', { mode: 0o755 });
 });
 after(async () => {
-  await host.stop();
-  await server.stop();
+  await host.stop().finally(server.stop);
   fs.rmSync(programs, { recursive: true });
 });
 

@@ -20,10 +20,7 @@ before(async () => {
   host = await startHost(server.env);
 });
 after(async () => {
-  await host.stop();
-  await person.stop();
-  await witness.stop();
-  await server.stop();
+  await Promise.all([host, person, witness].map((client) => client.stop())).finally(server.stop);
 });
 afterEach(() => unlock());
 
@@ -38,8 +35,7 @@ const lock = (name = 'first') => host.run((addon, callback) => {
 const unlock = () => host.run((addon) => addon.unlock());
 const calls = () => host.run(() => globalThis.calls);
 const key = (combo) => host.run((addon, text) => addon.key(text), combo);
-const setEnvironment = (name, value) => host.run((addon, variable, text) => { process.env[variable] = text; },
-  name, value);
+const setEnvironment = (...pair) => host.run((addon, name, value) => { process.env[name] = value; }, ...pair);
 
 async function waitForCalls(...expected) {
   await waitUntil(async () => (await calls()).length >= expected.length);
@@ -86,7 +82,8 @@ describe('a press of Escape', () => {
   });
 
   it('is the rest of the desktop\'s again after unlock', async () => {
-    const escapes = async () => (await witness.events()).filter(({ keysym, down }) => keysym === 0xff1b && down).length;
+    const escapes = async () => (await witness.events())
+      .filter(({ keysym, down }) => keysym === 0xff1b && down).length;
     assert.strictEqual(await lock(), true);
     await witness.events();
     await person.ask('tap');
@@ -177,7 +174,8 @@ describe('lock', () => {
     const held = async () => ({
       ...await host.run(() => {
         const { readdirSync } = require('node:fs');
-        return { threads: readdirSync('/proc/self/task').length, descriptors: readdirSync('/proc/self/fd').length };
+        const [threads, descriptors] = ['task', 'fd'].map((name) => readdirSync(`/proc/self/${name}`).length);
+        return { threads, descriptors };
       }),
       clients: fs.readdirSync(`/proc/${server.pid}/fd`).length,
     });

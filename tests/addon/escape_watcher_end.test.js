@@ -68,7 +68,7 @@ describe('the end of a process with the watcher running', () => {
     ['the end of the script after unlock', `${addon} lock(); setTimeout(addon.unlock, 50)`, 0],
     ['a lock while the process exits', `${addon} process.on("exit", () => lock()); process.exitCode = 7`, 7],
     ['a terminated Worker that alone had the addon',
-      'const w = await lockingWorker(); await w.terminate(); await sayAndWait("press")', 0],
+      'const w = await lockingWorker(); await w.terminate(); await sayAndWait("press"); setTimeout(() => {}, 300)', 0],
     ['a terminated Worker, the addon also in the main thread',
       `${addon} const w = await lockingWorker(); await w.terminate(); await sayAndWait("press");
        lock(); setTimeout(() => process.exit(7), 50)`, 7],
