@@ -1,5 +1,5 @@
+#include <atomic>
 #include <memory>
-#include <mutex>
 #include <set>
 
 #include "addon/call_frame.h"
@@ -34,28 +34,23 @@ ThreadsafeFunction makeThreadsafeFunction(napi_env env, napi_value callback) {
   return ThreadsafeFunction(status == napi_ok ? result : nullptr);
 }
 
-// Which environments have a hook, and in which the watcher was started last.
-// Several JavaScript threads can come here.
-std::mutex hookMutex;
-std::set<napi_env> hookedEnvironments;
-napi_env watcherEnvironment = nullptr;
+// The environment of the last lock that was answered with true.
+std::atomic<napi_env> watcherEnvironment{nullptr};
+
+// The environments of this thread that have the hook.
+thread_local std::set<napi_env> hookedEnvironments;
 
 // Where an environment ends with the watcher running, as in a terminated
 // Worker, it takes the thread-safe function with it. A hook runs before that.
-void stopWithEnvironment(void* data) noexcept {
-  const auto env = static_cast<napi_env>(data);
-  const std::lock_guard lock(hookMutex);
-  hookedEnvironments.erase(env);
-  if (watcherEnvironment == env) driverUnlock();
+void stopWithEnvironment(void* environment) noexcept {
+  hookedEnvironments.erase(static_cast<napi_env>(environment));
+  if (watcherEnvironment == environment) driverUnlock();
 }
 
-// One hook for each environment, as a second one ends Node, and a newer one
-// than the function's own. Deno panics on the removal of one that is not there.
 void hookEnvironment(napi_env env) {
-  const std::lock_guard lock(hookMutex);
+  // The newest hook runs first, and the thread-safe function has one too.
   if (!hookedEnvironments.insert(env).second) napi_remove_env_cleanup_hook(env, stopWithEnvironment, env);
   napi_add_env_cleanup_hook(env, stopWithEnvironment, env);
-  watcherEnvironment = env;
 }
 
 }  // namespace
@@ -64,9 +59,11 @@ napi_value lock(napi_env env, napi_callback_info info) {
   return guarded(env, undefinedValue(env), [&] {
     const std::vector<napi_value> arguments = fetchArguments(env, info, 1);
     ThreadsafeFunction onEscape = makeThreadsafeFunction(env, arguments[0]);
-    if (onEscape == nullptr || !driverLock(onEscape.get())) return toValue(env, false);
-    static_cast<void>(onEscape.release());  // the watcher's now
+    if (onEscape == nullptr) return toValue(env, false);
     hookEnvironment(env);
+    if (!driverLock(onEscape.get())) return toValue(env, false);
+    static_cast<void>(onEscape.release());  // the watcher's now
+    watcherEnvironment = env;
     return toValue(env, true);
   });
 }

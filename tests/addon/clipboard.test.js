@@ -18,11 +18,11 @@ before(async () => {
   // Directories for PATH: one without xclip, one with an xclip that gives up at once.
   programs = fs.mkdtempSync(path.join(os.tmpdir(), 'ostler-programs-'));
   for (const name of ['none', 'failing']) fs.mkdirSync(path.join(programs, name));
-  fs.writeFileSync(path.join(programs, 'failing', 'xclip'), '#!/bin/sh\necho no >&2\nexit 1\n', { mode: 0o755 });
+  const failing = path.join(programs, 'failing', 'xclip');
+  fs.writeFileSync(failing, '#!/bin/sh\necho no >&2\nexit 1\n', { mode: 0o755 });
 });
 after(async () => {
-  await host.stop();
-  await server.stop();
+  await host.stop().finally(server.stop);
   fs.rmSync(programs, { recursive: true });
 });
 
@@ -63,7 +63,8 @@ describe('reading', () => {
     const cases = [
       [['text', 'Grüße, Ж中😀\n'], 'Grüße, Ж中😀\n'], [['text', ''], ''], [['latin1', 'plain'], 'plain'],
       [['numbers', 'AB'], 'A\0'], [['incr', '65'], 'A'],
-      [['big', most], alphabet(most)], [['big', most + 1], alphabet(most)], [['big', 2 * most], alphabet(most)],
+      [['big', most], alphabet(most)], [['big', most + 1], alphabet(most)],
+      [['big', 2 * most], alphabet(most)],
     ];
     for (const [owner, expected] of cases) {
       const { text } = await readFrom(...owner);

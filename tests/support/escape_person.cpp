@@ -2,8 +2,7 @@
 // that presses Escape through XTEST and can take the key for itself. It answers
 // each line of its input, words after one another, with one line.
 //   tap MODIFIER...   holds the modifiers, taps Escape; the time of the press
-//   hold MS           keeps Escape down that long, so that it repeats
-//   after MS ...      "begun" at once, and after the time the rest of the line
+//   hold MS           keeps Escape down that long, so that it repeats; done
 //   grab, ungrab      Escape, as the watcher does it: done, refused
 //   seize, yield      the whole keyboard
 //   lose, find        unmaps the key Escape, and puts it back
@@ -30,8 +29,6 @@ int onXError(Display*, XErrorEvent*) {
   return 0;
 }
 
-void sleepMilliseconds(unsigned milliseconds) { usleep(milliseconds * 1000); }
-
 KeyCode modifierNamed(Display* display, const std::string& name) {
   if (name == "shift") return XKeysymToKeycode(display, XK_Shift_L);
   if (name == "ctrl") return XKeysymToKeycode(display, XK_Control_L);
@@ -49,26 +46,25 @@ void obey(Display* display, std::istringstream& words) {
   const Window root = DefaultRootWindow(display);
   std::string word;
   words >> word;
-  if (word == "after") {
-    unsigned milliseconds = 0;
-    words >> milliseconds;
-    std::cout << "begun" << std::endl;
-    sleepMilliseconds(milliseconds);
-    obey(display, words);
-  } else if (word == "tap" || word == "hold") {
-    unsigned milliseconds = 0;
-    if (word == "hold") words >> milliseconds;
+  if (word == "tap") {
     std::vector<KeyCode> modifiers;
     while (words >> word) modifiers.push_back(modifierNamed(display, word));
     for (const KeyCode keycode : modifiers) XTestFakeKeyEvent(display, keycode, True, 0);
     XSync(display, False);
     answerTime();
     XTestFakeKeyEvent(display, escape, True, 0);
-    XFlush(display);
-    sleepMilliseconds(milliseconds);
     XTestFakeKeyEvent(display, escape, False, 0);
     for (const KeyCode keycode : modifiers) XTestFakeKeyEvent(display, keycode, False, 0);
     XSync(display, False);
+  } else if (word == "hold") {
+    unsigned milliseconds = 0;
+    words >> milliseconds;
+    XTestFakeKeyEvent(display, escape, True, 0);
+    XFlush(display);
+    usleep(milliseconds * 1000);
+    XTestFakeKeyEvent(display, escape, False, 0);
+    XSync(display, False);
+    std::cout << "done" << std::endl;
   } else {
     refused = false;
     if (word == "grab") XGrabKey(display, escape, AnyModifier, root, True, GrabModeAsync, GrabModeAsync);

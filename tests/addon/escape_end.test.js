@@ -64,21 +64,26 @@ describe('the end of a process with the watcher running', () => {
       `${addon} lock(); await sayAndWait("press"); process.exit(7)`, 7],
     ['an uncaught exception', `${addon} lock(); process.nextTick(() => { ${failure} })`, 1],
     ['an uncaught exception in the callback, which Node only warns of',
-      `${addon} lock(() => { setImmediate(() => process.exit(7)); ${failure} }); await sayAndWait("press")`, 7],
+      `${addon} lock(() => { setImmediate(() => process.exit(7)); ${failure} });
+       await sayAndWait("press")`, 7],
     ['the end of the script after unlock', `${addon} lock(); setTimeout(addon.unlock, 50)`, 0],
     ['a lock while the process exits', `${addon} process.on("exit", () => lock()); process.exitCode = 7`, 7],
     ['a terminated Worker that alone had the addon',
-      'const w = await lockingWorker(); await w.terminate(); await sayAndWait("press")', 0],
+      `const w = await lockingWorker(); await w.terminate(); await sayAndWait("press");
+       setTimeout(() => {}, 300)`, 0],
     ['a terminated Worker, the addon also in the main thread',
       `${addon} const w = await lockingWorker(); await w.terminate(); await sayAndWait("press");
        lock(); setTimeout(() => process.exit(7), 50)`, 7],
-    ['a Worker that exits', `const w = await lockingWorker("parentPort.once('message', () => process.exit(3))");
+    ['a Worker that exits',
+      `const w = await lockingWorker("parentPort.once('message', () => process.exit(3))");
        w.once("exit", process.exit); w.postMessage("")`, 3],
-    ['a Worker that throws', `const w = await lockingWorker("parentPort.once('message', () => { throw 1 })");
+    ['a Worker that throws',
+      `const w = await lockingWorker("parentPort.once('message', () => { throw 1 })");
        w.once("error", () => process.exit(7)); w.postMessage("")`, 7],
     ['a Worker that is alive when the process exits',
       'await lockingWorker(); await sayAndWait("press"); process.exit(7)', 7],
-    ['a Worker after a Worker', `for (let i = 0; i < 3; ++i) { await (await lockingWorker()).terminate(); }`, 0],
+    ['a Worker after a Worker',
+      'for (let i = 0; i < 3; ++i) { await (await lockingWorker()).terminate(); }', 0],
   ];
   for (const [name, source, expected] of cases) {
     it(`is that of any process: ${name}`, async () => {
@@ -90,8 +95,9 @@ describe('the end of a process with the watcher running', () => {
   it('does not hang on an X server that has gone silent', async () => {
     const other = await startXvfb();
     try {
-      const { code, signal, output } = await runScript(`${addon} lock(); await sayAndWait("stop"); process.exit(7)`,
-        { env: other.env, atLine: () => process.kill(other.pid, 'SIGSTOP') });
+      const source = `${addon} lock(); await sayAndWait("stop"); process.exit(7)`;
+      const atLine = () => process.kill(other.pid, 'SIGSTOP');
+      const { code, signal, output } = await runScript(source, { env: other.env, atLine });
       assert.deepStrictEqual({ code, signal }, { code: 7, signal: null }, output);
     } finally {
       process.kill(other.pid, 'SIGCONT');
@@ -119,7 +125,9 @@ describe('a display that takes connections and then says nothing', () => {
     const connections = [];
     const open = (socket) => {
       const real = net.connect(`/tmp/.X11-unix/X${server.display.slice(1)}`);
-      for (const end of [socket, real]) end.on('error', () => {}).on('close', () => { socket.destroy(); real.destroy(); });
+      for (const end of [socket, real]) {
+        end.on('error', () => {}).on('close', () => { socket.destroy(); real.destroy(); });
+      }
       socket.pipe(real).pipe(socket);
     };
     const gate = net.createServer((socket) => {
@@ -182,9 +190,10 @@ describe('a display that takes connections and then says nothing', () => {
 
   it('does not keep the process, nor is it missed when it goes', async () => {
     const gate = await startGate(0);
-    const { code, signal, output } = await runScript(`${addon} if (addon.lock(() => {})) process.exit(1); await sayAndWait("gone");
-      setTimeout(() => process.exit(7), 200)`,
-    { env: { ...server.env, DISPLAY: gate.display }, atLine: gate.stop });
+    const source = `${addon} if (addon.lock(() => {})) process.exit(1); await sayAndWait("gone");
+      setTimeout(() => process.exit(7), 200)`;
+    const env = { ...server.env, DISPLAY: gate.display };
+    const { code, signal, output } = await runScript(source, { env, atLine: gate.stop });
     assert.deepStrictEqual({ code, signal, output }, { code: 7, signal: null, output: 'gone\n' });
   });
 });
