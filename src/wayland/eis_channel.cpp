@@ -125,9 +125,10 @@ void EisChannel::abandon() {
 
 // What does not fit the socket would stay in libei until the next event, and
 // the compositor would repeat a key whose release stayed there. So events wait
-// for a compositor that is behind; one that does not come back holds up the
-// first of them only, and the rest goes on as if it were there.
-void EisChannel::waitForRoom() {
+// for a compositor that is behind; one that does not come back in time holds up
+// only the first of them. The system counts a socket as writable while it is
+// three quarters empty, so there is room for releases even then.
+bool EisChannel::waitForRoom() {
   pollfd writable{eisFd, POLLOUT, 0};
   const Clock::time_point deadline = Clock::now() + (stalled ? milliseconds(0) : stallLimit);
   int ready = 0;
@@ -136,6 +137,7 @@ void EisChannel::waitForRoom() {
     ready = poll(&writable, 1, static_cast<int>(std::max(left, milliseconds(0)).count()));
   } while (ready < 0 && errno == EINTR);
   stalled = ready == 0;
+  return !stalled;
 }
 
 void EisChannel::finishFrame(ei_device* device) {

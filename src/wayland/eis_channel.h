@@ -27,10 +27,12 @@ public:
   EisChannel(const EisChannel&) = delete;
   EisChannel& operator=(const EisChannel&) = delete;
 
-  // Sends one event, `event()`, in a frame of its own.
+  // Sends one event, `event()`, in a frame of its own. While the compositor
+  // does not read, one that begins something `mayDrop`: a press, a motion; what
+  // ends something may not, or a key would stay down.
   template <typename Event>
-  void send(ei_device* device, Event event) {
-    waitForRoom();
+  void send(ei_device* device, Event event, bool mayDrop = false) {
+    if (!waitForRoom() && mayDrop) return;
     event();
     finishFrame(device);
   }
@@ -49,7 +51,7 @@ private:
   void abandon();
   void handle(ei_event* event, bool& done);
   void fillSlots(ei_device* device);
-  void waitForRoom();
+  bool waitForRoom();
   static void finishFrame(ei_device* device);
 
   bool handshaken = false;
