@@ -10,24 +10,10 @@
 #include <fcntl.h>
 
 #include "wayland/frame_intake.h"
-#include "wayland/portal_call.h"
 #include "wayland/stream_format.h"
 
 namespace ostler {
 namespace {
-
-FileDescriptor openPipeWireRemote(GDBusConnection* connection, const std::string& sessionHandle) {
-  PortalDescriptor remote =
-      portalDescriptorCall(connection, screenCastInterface, "OpenPipeWireRemote", sessionHandle);
-  if (!remote.answered) {
-    throwGError("Failed to open the PipeWire remote from the Wayland portal", remote.error.release());
-  }
-  if (!remote.descriptor) {
-    throwGError("Failed to retrieve the PipeWire file descriptor from the Wayland portal",
-                remote.error.release());
-  }
-  return std::move(remote.descriptor);
-}
 
 FileDescriptor duplicate(const FileDescriptor& descriptor) {
   FileDescriptor copy(fcntl(descriptor.get(), F_DUPFD_CLOEXEC, 5));
@@ -100,10 +86,6 @@ void CaptureStream::StreamDestroyer::operator()(pw_stream* connected) const {
   pw_stream_disconnect(connected);
   pw_stream_destroy(connected);
 }
-
-CaptureStream::CaptureStream(GDBusConnection* connection, const std::string& sessionHandle,
-                             std::uint32_t nodeId, CaptureState& captureState)
-    : CaptureStream(openPipeWireRemote(connection, sessionHandle), nodeId, captureState) {}
 
 // The object counts as built once it has delegated, so a connection that fails
 // half way is torn down by the destructor.

@@ -4,7 +4,6 @@
 #include <memory>
 #include <string>
 
-#include <gio/gio.h>
 #include <pipewire/pipewire.h>
 
 #include "wayland/capture_state.h"
@@ -26,11 +25,8 @@ void initialisePipeWire();
 // before it returns, so no event comes after it.
 class CaptureStream {
 public:
-  // Asks the portal for the session's PipeWire remote. Returns with the stream
-  // on its way; the first frame is waited for in the state.
-  CaptureStream(GDBusConnection* connection, const std::string& sessionHandle, std::uint32_t nodeId,
-                CaptureState& state);
-  // The same on a descriptor of the remote.
+  // `remote` is the socket of the PipeWire server that has the node. Returns
+  // with the stream on its way; the first frame is waited for in the state.
   CaptureStream(FileDescriptor remote, std::uint32_t nodeId, CaptureState& state);
   CaptureStream(const CaptureStream&) = delete;
   CaptureStream& operator=(const CaptureStream&) = delete;

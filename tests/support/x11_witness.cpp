@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
+#include <memory>
 
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
@@ -100,7 +101,8 @@ void printEvent(XEvent& event) {
 }  // namespace
 
 int main(int count, char** arguments) {
-  Display* display = XOpenDisplay(nullptr);
+  const std::unique_ptr<Display, decltype(&XCloseDisplay)> connection(XOpenDisplay(nullptr), XCloseDisplay);
+  Display* const display = connection.get();
   if (display == nullptr) return 1;
   std::setvbuf(stdout, nullptr, _IOLBF, 0);
   if (count > 1 && std::strcmp(arguments[1], "state") == 0) {
