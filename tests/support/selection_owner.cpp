@@ -39,7 +39,7 @@ void store(Display* display, const XSelectionRequestEvent& request, const std::s
     change(XInternAtom(display, "INCR", False), 32, PropModeReplace, &announced, 1);
   }
   if (mode == "big") {
-    constexpr std::size_t pieceSize = 26 * 4096;
+    constexpr std::size_t pieceSize = 106496;  // a multiple of 26
     std::string piece(pieceSize, ' ');
     for (std::size_t i = 0; i < piece.size(); ++i) piece[i] = static_cast<char>('a' + i % 26);
     const std::size_t total = std::strtoul(value.c_str(), nullptr, 10);

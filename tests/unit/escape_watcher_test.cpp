@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <string>
 #include <thread>
 
@@ -12,7 +13,6 @@
 #include <X11/keysym.h>
 #include <dlfcn.h>
 #include <pthread.h>
-#include <stdlib.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
