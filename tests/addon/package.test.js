@@ -2,11 +2,12 @@
 // The package as a host installs it: what its `files` name, and no more.
 
 const assert = require('node:assert/strict');
-const { execFileSync } = require('node:child_process');
+const { execFile } = require('node:child_process');
 const fs = require('node:fs');
 const os = require('node:os');
 const path = require('node:path');
 const { after, before, test } = require('node:test');
+const { promisify } = require('node:util');
 const typescript = require('typescript');
 
 const root = path.join(__dirname, '..', '..');
@@ -25,9 +26,10 @@ before(() => {
 
 after(() => fs.rmSync(host, { recursive: true, force: true }));
 
-function runInHost(file, source) {
+async function runInHost(file, source) {
   fs.writeFileSync(path.join(host, file), source);
-  return execFileSync(process.execPath, [file], { cwd: host, encoding: 'utf8' });
+  const { stdout } = await promisify(execFile)(process.execPath, [file], { cwd: host });
+  return stdout;
 }
 
 // The members of an interface in index.d.ts, in their order.
@@ -44,19 +46,19 @@ test('the declarations name the methods that the addon has, in the order in whic
   assert.deepEqual(declaredMembers('Capabilities'), Object.keys(addon.capabilities()));
 });
 
-test('require and import give the addon itself', () => {
+test('require and import give the addon itself', async () => {
   const names = Object.keys(addon).join();
-  assert.equal(runInHost('host.cjs', `
+  assert.equal(await runInHost('host.cjs', `
     console.log(Object.keys(require('ostler')).join());`), `${names}\n`);
-  assert.equal(runInHost('host.mjs', `
+  assert.equal(await runInHost('host.mjs', `
     import ostler from 'ostler';
     import { createRequire } from 'node:module';
     console.log(ostler === createRequire(import.meta.url)('ostler'), Object.keys(ostler).join());`), `true ${names}\n`);
 });
 
-test('without a binary the error names the remedy', () => {
+test('without a binary the error names the remedy', async () => {
   fs.renameSync(path.join(host, 'node_modules/ostler/build'), path.join(host, 'elsewhere'));
-  assert.equal(runInHost('lost.cjs', `
+  assert.equal(await runInHost('lost.cjs', `
     try { require('ostler'); } catch (error) { console.log(error.message); }`),
   'ostler is not built here. Run "npm run build" in its directory.\n');
 });
