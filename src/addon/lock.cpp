@@ -1,3 +1,7 @@
+#include <atomic>
+#include <memory>
+#include <set>
+
 #include "addon/call_frame.h"
 #include "addon/methods.h"
 #include "driver/driver.h"
@@ -13,13 +17,40 @@ void callHost(napi_env env, napi_value callback, void*, void*) noexcept {
   napi_call_function(env, global, callback, 0, nullptr, nullptr);
 }
 
-napi_threadsafe_function makeThreadsafeFunction(napi_env env, napi_value callback) {
+struct ThreadsafeFunctionReleaser {
+  using pointer = napi_threadsafe_function;
+  void operator()(napi_threadsafe_function function) const {
+    napi_release_threadsafe_function(function, napi_tsfn_release);
+  }
+};
+using ThreadsafeFunction = std::unique_ptr<napi_threadsafe_function, ThreadsafeFunctionReleaser>;
+
+ThreadsafeFunction makeThreadsafeFunction(napi_env env, napi_value callback) {
   napi_value name = nullptr;
   napi_create_string_utf8(env, "escapeCallback", NAPI_AUTO_LENGTH, &name);
   napi_threadsafe_function result = nullptr;
   const napi_status status = napi_create_threadsafe_function(env, callback, nullptr, name, 0, 1, nullptr,
                                                              nullptr, nullptr, callHost, &result);
-  return status == napi_ok ? result : nullptr;
+  return ThreadsafeFunction(status == napi_ok ? result : nullptr);
+}
+
+// The environment of the last lock that was answered with true.
+std::atomic<napi_env> watcherEnvironment{nullptr};
+
+// The environments of this thread that have the hook.
+thread_local std::set<napi_env> hookedEnvironments;
+
+// Where an environment ends with the watcher running, as in a terminated
+// Worker, it takes the thread-safe function with it. A hook runs before that.
+void stopWithEnvironment(void* environment) noexcept {
+  hookedEnvironments.erase(static_cast<napi_env>(environment));
+  if (watcherEnvironment == environment) driverUnlock();
+}
+
+void hookEnvironment(napi_env env) {
+  // The newest hook runs first, and the thread-safe function has one too.
+  if (!hookedEnvironments.insert(env).second) napi_remove_env_cleanup_hook(env, stopWithEnvironment, env);
+  napi_add_env_cleanup_hook(env, stopWithEnvironment, env);
 }
 
 }  // namespace
@@ -27,11 +58,13 @@ napi_threadsafe_function makeThreadsafeFunction(napi_env env, napi_value callbac
 napi_value lock(napi_env env, napi_callback_info info) {
   return guarded(env, undefinedValue(env), [&] {
     const std::vector<napi_value> arguments = fetchArguments(env, info, 1);
-    const napi_threadsafe_function onEscape = makeThreadsafeFunction(env, arguments[0]);
+    ThreadsafeFunction onEscape = makeThreadsafeFunction(env, arguments[0]);
     if (onEscape == nullptr) return toValue(env, false);
-    const bool locked = driverLock(onEscape);
-    if (!locked) napi_release_threadsafe_function(onEscape, napi_tsfn_release);
-    return toValue(env, locked);
+    hookEnvironment(env);
+    if (!driverLock(onEscape.get())) return toValue(env, false);
+    static_cast<void>(onEscape.release());  // the watcher's now
+    watcherEnvironment = env;
+    return toValue(env, true);
   });
 }
 

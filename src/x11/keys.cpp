@@ -14,7 +14,10 @@ namespace {
 // Tells the Escape watcher, for as long as it lives, that Escape is our own.
 class SyntheticEscape {
 public:
-  SyntheticEscape() { syntheticEscapeActive.exchange(true); }
+  SyntheticEscape() {
+    syntheticEscapeActive.exchange(true);
+    ++syntheticEscapeCount;
+  }
   SyntheticEscape(const SyntheticEscape&) = delete;
   SyntheticEscape& operator=(const SyntheticEscape&) = delete;
   ~SyntheticEscape() { syntheticEscapeActive.exchange(false); }

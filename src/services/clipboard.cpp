@@ -1,5 +1,0 @@
-#include "driver/driver.h"
-
-std::string driverGetClipboard() { return {}; }
-
-void driverSetClipboard(const std::string&) {}

@@ -1,0 +1,57 @@
+'use strict';
+// A host process that has loaded the addon: what the addon does to its host
+// (output, exit code, signals, memory) is part of what the tests look at.
+
+const assert = require('node:assert');
+const { fork } = require('node:child_process');
+const { once } = require('node:events');
+
+if (require.main === module) {
+  const addon = require(process.env.OSTLER_ADDON);
+  process.on('message', ({ source, values }) => {
+    try {
+      // eslint-disable-next-line no-eval
+      process.send({ value: eval(`(${source})`)(addon, ...values) });
+    } catch (error) {
+      process.send({ error: { message: error.message, code: error.code, isError: error instanceof Error } });
+    }
+  });
+  process.send({ value: 'ready' });
+}
+
+// Starts a host in `env`. `run(function, ...values)` calls the function with
+// the addon and the values there, and gives its result or throws its error.
+async function startHost(env) {
+  const child = fork(__filename, { env, silent: true, serialization: 'advanced', execArgv: ['--expose-gc'] });
+  let output = '';
+  const closed = [child.stdout, child.stderr].map((stream) => {
+    stream.on('data', (data) => { output += data; });
+    return once(stream, 'close');
+  });
+  const ended = Promise.all([once(child, 'exit'), ...closed]).then(([[code, signal]]) => ({ code, signal }));
+  const answer = () => new Promise((resolve, reject) => {
+    const onMessage = (message) => { child.off('exit', onExit); resolve(message); };
+    const onExit = (code, signal) => reject(new Error(`the host ended: ${signal ?? code}: ${output}`));
+    child.once('message', onMessage);
+    child.once('exit', onExit);
+  });
+  await answer();
+  return {
+    pid: child.pid,
+    ended,
+    async run(task, ...values) {
+      child.send({ source: String(task), values });
+      const { value, error } = await answer();
+      if (error) throw Object.assign(new Error(error.message), error);
+      return value;
+    },
+    // Ends the host as a script that is through does. Nothing it did may have
+    // printed anything.
+    async stop() {
+      child.disconnect();
+      assert.deepStrictEqual({ ...await ended, output }, { code: 0, signal: null, output: '' });
+    },
+  };
+}
+
+module.exports = { startHost };
