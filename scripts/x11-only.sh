@@ -9,7 +9,8 @@ set -eu
 
 uid=$(id -u)
 if ! [ -e "/run/user/$uid/wayland-0" ] && ! [ -e "/run/user/$uid/wayland-1" ]; then exec "$@"; fi
-hidden='unshare --user --map-user=65534'
+# The group has to exist there too, for the X server's own children.
+hidden='unshare --user --map-user=65534 --map-group=65534'
 if $hidden true 2>/dev/null; then exec $hidden "$@"; fi
 echo "ostler: this is a Wayland session, and without user namespaces it cannot be hidden from" >&2
 echo "ostler: tests and demo. Run this from a text console or over ssh as another user." >&2

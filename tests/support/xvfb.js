@@ -17,10 +17,8 @@ function x11Environment(display, runtimeDirectory) {
 async function startXvfb({ screen = '1280x720x24', options = [] } = {}) {
   const runtimeDirectory = fs.mkdtempSync(path.join(os.tmpdir(), 'ostler-x11-'));
   // -noreset: a server that resets when its last client leaves can refuse the next one.
-  // It is no business of a sanitizer's that is loaded into the hosts.
-  const { LD_PRELOAD, ...env } = process.env;
   const server = spawn('Xvfb', ['-displayfd', '3', '-screen', '0', screen, '-noreset', '-nolisten', 'tcp', ...options],
-    { env, stdio: ['ignore', 'ignore', 'ignore', 'pipe'] });
+    { stdio: ['ignore', 'ignore', 'ignore', 'pipe'] });
   const exited = new Promise((resolve) => server.once('exit', resolve));
   const number = await new Promise((resolve, reject) => {
     let text = '';
