@@ -1,23 +1,29 @@
 #include "wayland/eis_channel.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
+#include <span>
 #include <utility>
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
+#include "driver/sleep.h"
+#include "wayland/eis_handshake.h"
 #include "wayland/late_libraries.h"
 #include "wayland/portal_call.h"
 
 // The server speaks first, then announces a seat, whose capabilities the client
 // binds, then devices, which it resumes when they may be used. It may hang up,
-// or say nothing, at any moment, and before the handshake is through libei 1.3
-// follows a null pointer when it notices a hang-up and when its context is
-// released.
+// say nothing or anything at any moment, and before the handshake is through
+// libei 1.3 follows a null pointer when it wants to disconnect and when its
+// context is released, and reads a message of length 0 for ever.
 
 namespace ostler {
 namespace {
@@ -40,20 +46,68 @@ void ignoreLog(ei*, ei_log_priority, const char*, ei_log_context*) noexcept {}
 
 }  // namespace
 
+// Lets to libei only what it can take, until the handshake is through.
+class EisChannel::ServerWait {
+public:
+  void begin() { deadline = Clock::now() + setUpLimit; }
+
+  // Until `source` is readable. False when the time is up, or when a server that
+  // has not shaken hands is not to be talked with.
+  bool wait(int source, int socket, bool trusted) {
+    while (true) {
+      const auto left = std::chrono::duration_cast<milliseconds>(deadline - Clock::now());
+      if (left < milliseconds(1)) return false;
+      pollfd readable{source, POLLIN, 0};
+      if (poll(&readable, 1, static_cast<int>(std::min(left, longestPoll).count())) <= 0) continue;
+      if (trusted) return true;
+      if (hungUp(socket)) return false;
+      if (state == State::complete) return true;
+      state = peek(socket);
+      if (state == State::broken) return false;
+      if (state != State::partial) return true;
+      sleepFor(milliseconds(1));
+    }
+  }
+
+private:
+  using State = EisHandshake::State;
+
+  State peek(int socket) {
+    std::array<std::byte, 8192> bytes;
+    const ssize_t size = recv(socket, bytes.data(), bytes.size(), MSG_PEEK);
+    if (size <= 0) return State::partial;
+    return handshake.read(std::span(bytes).first(static_cast<std::size_t>(size)));
+  }
+
+  Clock::time_point deadline;
+  EisHandshake handshake;
+  State state = State::partial;
+};
+
 EisChannel::EisChannel(GDBusConnection* connection, const std::string& sessionHandle) {
   // Asking for a channel that nobody here can speak on would close the portal's own way.
-  if (!isLibeiLoaded() || !connectEis(connection, sessionHandle)) return;
-  waitForDevices();
+  if (!isLibeiLoaded()) return;
+  ServerWait server;
+  if (!connectEis(connection, sessionHandle, server)) return;
+  bool done = false;
+  while (!done && server.wait(ei_get_fd(eiContext.get()), eisFd, handshaken)) {
+    ei_dispatch(eiContext.get());
+    while (const EiOwner<ei_event> event{ei_get_event(eiContext.get())}) handle(event.get(), done);
+  }
   if (!handshaken) abandon();
 }
 
-bool EisChannel::connectEis(GDBusConnection* connection, const std::string& sessionHandle) {
+bool EisChannel::connectEis(GDBusConnection* connection, const std::string& sessionHandle,
+                            ServerWait& server) {
   FileDescriptor socket =
       portalDescriptorCall(connection, remoteDesktopInterface, "ConnectToEIS", sessionHandle).descriptor;
-  if (!socket || hungUp(socket.get())) return false;
+  if (!socket) return false;
   // libei reads until there is nothing left, which has to be an end.
   const int flags = fcntl(socket.get(), F_GETFL);
   if (flags < 0 || fcntl(socket.get(), F_SETFL, flags | O_NONBLOCK) != 0) return false;
+  // The set-up reads already.
+  server.begin();
+  if (!server.wait(socket.get(), socket.get(), false)) return false;
 
   EiOwner<ei> context(ei_new_sender(nullptr));
   if (context == nullptr) return false;
@@ -63,20 +117,6 @@ bool EisChannel::connectEis(GDBusConnection* connection, const std::string& sess
   eisFd = socket.release();
   eiContext = std::move(context);
   return true;
-}
-
-void EisChannel::waitForDevices() {
-  const Clock::time_point deadline = Clock::now() + setUpLimit;
-  bool done = false;
-  while (!done) {
-    const auto left = std::chrono::duration_cast<milliseconds>(deadline - Clock::now());
-    if (left < milliseconds(1)) return;
-    pollfd readable{ei_get_fd(eiContext.get()), POLLIN, 0};
-    if (poll(&readable, 1, static_cast<int>(std::min(left, longestPoll).count())) <= 0) continue;
-    if (!handshaken && hungUp(eisFd)) return;
-    ei_dispatch(eiContext.get());
-    while (const EiOwner<ei_event> event{ei_get_event(eiContext.get())}) handle(event.get(), done);
-  }
 }
 
 void EisChannel::handle(ei_event* event, bool& done) {

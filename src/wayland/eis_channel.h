@@ -46,8 +46,9 @@ public:
   int eisFd = -1;
 
 private:
-  bool connectEis(GDBusConnection* connection, const std::string& sessionHandle);
-  void waitForDevices();
+  class ServerWait;
+
+  bool connectEis(GDBusConnection* connection, const std::string& sessionHandle, ServerWait& server);
   void abandon();
   void handle(ei_event* event, bool& done);
   void fillSlots(ei_device* device);

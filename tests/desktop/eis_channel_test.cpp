@@ -118,8 +118,12 @@ TEST_F(EisChannelTest, doesWithoutAServerThatFails) {
       {R"~({"reply": "(handle 0,)"})~", seconds(0), seconds(2)},
       {sends("", "true"), seconds(0), seconds(2)},
       {sends(greeting, "true"), seconds(0), seconds(2)},
-      {sends(greeting + greeting + "ff", "false"), seconds(0), seconds(7)},
-      {sends(std::string(64, 'f'), "false"), seconds(0), seconds(7)},
+      {sends(std::string(64, '0'), "false"), seconds(0), seconds(2)},
+      {sends(std::string(64, 'f'), "false"), seconds(0), seconds(2)},
+      {sends(greeting + greeting, "false"), seconds(0), seconds(2)},
+      {sends(greeting + "0000000000000000200000000100000000000000000000000000000000000000", "false"),
+       seconds(0), seconds(2)},
+      {sends(greeting.substr(0, 20), "false"), seconds(4), seconds(7)},
       {sends("", "false"), seconds(4), seconds(7)},
   };
   const std::ptrdiff_t descriptors = entriesOf("/proc/self/fd");

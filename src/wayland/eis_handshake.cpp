@@ -1,0 +1,73 @@
+#include "wayland/eis_handshake.h"
+
+#include <cstdint>
+#include <cstring>
+
+// A message is the number of its object (64 bits), its length in bytes, header
+// included, its opcode, then arguments, all in the machine's byte order; a
+// string is its length with the closing zero, then bytes, in fours. On object 0
+// the server sends its version once, the version of each interface that it
+// knows, and at last the number of the object that is the connection.
+
+namespace ostler {
+namespace {
+
+constexpr std::size_t headerSize = 16;
+constexpr std::size_t longestMessage = 1024;  // a name and a number
+constexpr std::uint64_t firstClientObject = 1;
+constexpr std::uint64_t firstServerObject = 0xff00000000000000;
+
+enum : std::uint32_t { handshakeVersion, interfaceVersion, connection };
+
+template <typename T>
+T valueAt(std::span<const std::byte> bytes, std::size_t offset) {
+  T value;
+  std::memcpy(&value, bytes.data() + offset, sizeof value);
+  return value;
+}
+
+// Of a whole message of the opcode.
+bool argumentsFit(std::uint32_t opcode, std::span<const std::byte> message) {
+  const std::size_t size = message.size() - headerSize;
+  if (opcode == handshakeVersion) return size == 4 && valueAt<std::uint32_t>(message, headerSize) != 0;
+  if (opcode == connection) {
+    return size == 16 && valueAt<std::uint64_t>(message, headerSize + 4) >= firstServerObject &&
+           valueAt<std::uint32_t>(message, headerSize + 12) == 1;
+  }
+  if (size < 12) return false;
+  const std::size_t length = valueAt<std::uint32_t>(message, headerSize);
+  return length > 1 && length <= size - 8 && (length + 3) / 4 * 4 == size - 8 &&
+         message[headerSize + 4 + length - 1] == std::byte{0};
+}
+
+}  // namespace
+
+EisHandshake::State EisHandshake::read(std::span<const std::byte> bytes) {
+  for (bool first = true; !bytes.empty(); first = false) {
+    if (bytes.size() < headerSize) return State::partial;
+    const auto object = valueAt<std::uint64_t>(bytes, 0);
+    const auto length = valueAt<std::uint32_t>(bytes, 8);
+    const auto opcode = valueAt<std::uint32_t>(bytes, 12);
+    if (length < headerSize || length > longestMessage) return State::broken;
+    // libei may have read more than was there when it was let to, the end too.
+    // The connection is the first object of the server, and libei's own first
+    // one waits for an answer then.
+    if (object == firstClientObject || object == firstServerObject) {
+      return greeted && first ? State::complete : State::broken;
+    }
+    if (object != 0) return State::broken;
+    const bool isGreeting = opcode == handshakeVersion;
+    if (opcode > connection || (isGreeting ? !first : first && !greeted)) return State::broken;
+    if (bytes.size() < length) return State::partial;
+    if (!argumentsFit(opcode, bytes.first(length))) return State::broken;
+    if (opcode == connection) return State::complete;
+    bytes = bytes.subspan(length);
+    if (isGreeting && bytes.empty()) {
+      greeted = true;
+      return State::greeting;
+    }
+  }
+  return State::partial;
+}
+
+}  // namespace ostler
