@@ -31,7 +31,7 @@ public:
   // does not read, one that begins something `mayDrop`: a press, a motion; what
   // ends something may not, or a key would stay down.
   template <typename Event>
-  void send(ei_device* device, Event event, bool mayDrop = false) {
+  void send(ei_device* device, bool mayDrop, Event event) {
     if (!waitForRoom() && mayDrop) return;
     event();
     finishFrame(device);

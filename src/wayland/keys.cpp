@@ -7,7 +7,7 @@ namespace ostler {
 
 void WaylandBackend::sendKeycode(std::uint32_t code, bool pressed) {
   ei_device* device = eis.eiKeyboard.get();
-  eis.send(device, [&] { ei_device_keyboard_key(device, code, pressed); });
+  eis.send(device, pressed, [&] { ei_device_keyboard_key(device, code, pressed); });
 }
 
 void WaylandBackend::requireKeyboard() const {

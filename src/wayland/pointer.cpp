@@ -72,7 +72,7 @@ void WaylandBackend::mouseMove(double x, double y) {
   capture.setLastPointer({rounded(target.x), rounded(target.y)});
   if (ei_device* device = eis.eiPointer.get()) {
     const Position sent = insideRegions(device, target);
-    eis.send(device, [&] { ei_device_pointer_motion_absolute(device, sent.x, sent.y); });
+    eis.send(device, true, [&] { ei_device_pointer_motion_absolute(device, sent.x, sent.y); });
     return;
   }
   requirePortalDevice(portal.grantedDevices, pointerDevice, "pointer motion");
@@ -83,7 +83,7 @@ void WaylandBackend::mouseMove(double x, double y) {
 
 void WaylandBackend::sendButton(std::uint32_t code, bool pressed) {
   if (ei_device* device = eis.eiButton.get()) {
-    eis.send(device, [&] { ei_device_button_button(device, code, pressed); });
+    eis.send(device, pressed, [&] { ei_device_button_button(device, code, pressed); });
     return;
   }
   requirePortalDevice(portal.grantedDevices, pointerDevice, "pointer button");
@@ -145,7 +145,7 @@ void WaylandBackend::scroll(double x, double y, int dx, int dy) {
     const auto amount = [](std::int32_t steps) {
       return static_cast<std::int32_t>(static_cast<std::uint32_t>(steps) * wheelStep);
     };
-    eis.send(device, [&] { ei_device_scroll_discrete(device, amount(dx), amount(inverted)); });
+    eis.send(device, true, [&] { ei_device_scroll_discrete(device, amount(dx), amount(inverted)); });
     return;
   }
   notifyAxisSteps(horizontalAxis, dx);

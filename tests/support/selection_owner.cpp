@@ -1,13 +1,7 @@
-// An owner of CLIPBOARD that answers, or does not, as its argument says.
-// Prints "ready" once it owns the selection, then the target of each request;
-// ends with its input.
-//   selection_owner text TEXT      stores TEXT, of type UTF8_STRING
-//   selection_owner latin1 TEXT    the same, of type STRING whatever was asked
-//   selection_owner numbers TEXT   the character codes as items of 32 bits
-//   selection_owner big BYTES      a to z over and over, appended in pieces
-//   selection_owner incr BYTES     announces an incremental transfer, as ICCCM says
-//   selection_owner forgetful      answers, without having stored anything
-//   selection_owner refuse         silent         dies
+// An owner of CLIPBOARD that prints "ready" once it is, and answers each
+// request as it is told:
+//   selection_owner TYPE FORMAT COUNT   with COUNT items of FORMAT bits, a to z over and over
+//   selection_owner refuse              silent: not at all; dies: by ending
 
 #include <algorithm>
 #include <cstdio>
@@ -17,55 +11,23 @@
 
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
-#include <poll.h>
-#include <unistd.h>
 
 namespace {
 
-void store(Display* display, const XSelectionRequestEvent& request, const std::string& mode,
-           const std::string& value) {
-  const auto change = [&](Atom type, int format, int propertyMode, const void* data, std::size_t count) {
-    XChangeProperty(display, request.requestor, request.property, type, format, propertyMode,
-                    static_cast<const unsigned char*>(data), static_cast<int>(count));
-  };
-  if (mode == "text") change(request.target, 8, PropModeReplace, value.data(), value.size());
-  if (mode == "latin1") change(XA_STRING, 8, PropModeReplace, value.data(), value.size());
-  if (mode == "numbers") {
-    const std::vector<long> items(value.begin(), value.end());
-    change(XA_INTEGER, 32, PropModeReplace, items.data(), items.size());
-  }
-  if (mode == "incr") {
-    const long announced = std::atol(value.c_str());
-    change(XInternAtom(display, "INCR", False), 32, PropModeReplace, &announced, 1);
-  }
-  if (mode == "big") {
-    constexpr std::size_t pieceSize = 106496;  // a multiple of 26
-    std::string piece(pieceSize, ' ');
-    for (std::size_t i = 0; i < piece.size(); ++i) piece[i] = static_cast<char>('a' + i % 26);
-    const std::size_t total = std::strtoul(value.c_str(), nullptr, 10);
-    for (std::size_t done = 0; done < total; done += pieceSize) {
-      change(request.target, 8, PropModeAppend, piece.data(), std::min(pieceSize, total - done));
-    }
-  }
-}
-
-void answer(Display* display, const XSelectionRequestEvent& request, const std::string& mode,
-            const std::string& value) {
-  char* target = XGetAtomName(display, request.target);
-  std::puts(target);
-  XFree(target);
-  if (mode == "dies") std::_Exit(0);
-  if (mode == "silent") return;
-  store(display, request, mode, value);
-  XEvent event{};
-  event.xselection.type = SelectionNotify;
-  event.xselection.requestor = request.requestor;
-  event.xselection.selection = request.selection;
-  event.xselection.target = request.target;
-  event.xselection.property = mode == "refuse" ? None : request.property;
-  event.xselection.time = request.time;
-  XSendEvent(display, request.requestor, False, NoEventMask, &event);
-  XFlush(display);
+template <typename Item>
+void store(Display* display, const XSelectionRequestEvent& request, Atom type, int count) {
+  constexpr int format = sizeof(Item) == 1 ? 8 : 32;
+  std::vector<Item> items(static_cast<std::size_t>(count));
+  for (std::size_t i = 0; i < items.size(); ++i) items[i] = static_cast<Item>('a' + i % 26);
+  int mode = PropModeReplace;
+  const unsigned char* data = reinterpret_cast<const unsigned char*>(items.data());
+  do {  // in pieces that fit a request
+    const int piece = std::min(count, 60000);
+    XChangeProperty(display, request.requestor, request.property, type, format, mode, data, piece);
+    mode = PropModeAppend;
+    data += static_cast<std::size_t>(piece) * sizeof(Item);
+    count -= piece;
+  } while (count > 0);
 }
 
 }  // namespace
@@ -73,21 +35,32 @@ void answer(Display* display, const XSelectionRequestEvent& request, const std::
 int main(int count, char** arguments) {
   Display* display = XOpenDisplay(nullptr);
   if (display == nullptr || count < 2) return 1;
-  std::setvbuf(stdout, nullptr, _IOLBF, 0);
-  const Window window = XCreateSimpleWindow(display, DefaultRootWindow(display), 0, 0, 1, 1, 0, 0, 0);
+  const std::string answer = arguments[1];
+  Window window = XCreateSimpleWindow(display, DefaultRootWindow(display), 0, 0, 1, 1, 0, 0, 0);
   XSetSelectionOwner(display, XInternAtom(display, "CLIPBOARD", False), window, CurrentTime);
   XSync(display, False);
   std::puts("ready");
-  for (;;) {
-    while (XPending(display) > 0) {
-      XEvent event;
-      XNextEvent(display, &event);
-      if (event.type == SelectionRequest) {
-        answer(display, event.xselectionrequest, arguments[1], count > 2 ? arguments[2] : "");
-      }
+  std::fflush(stdout);
+  for (XEvent event;;) {
+    XNextEvent(display, &event);
+    if (event.type == SelectionClear || (event.type == SelectionRequest && answer == "dies")) break;
+    if (event.type != SelectionRequest || answer == "silent") continue;
+    const XSelectionRequestEvent& request = event.xselectionrequest;
+    XEvent notice{};
+    notice.xselection = {
+        SelectionNotify,  0,           True, display, request.requestor, request.selection, request.target,
+        request.property, request.time};
+    if (answer == "refuse") {
+      notice.xselection.property = None;
+    } else {
+      const Atom type = XInternAtom(display, arguments[1], False);
+      const int items = std::atoi(arguments[3]);
+      std::atoi(arguments[2]) == 8 ? store<char>(display, request, type, items)
+                                   : store<long>(display, request, type, items);
     }
-    pollfd sources[] = {{ConnectionNumber(display), POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
-    poll(sources, 2, -1);
-    if (sources[1].revents != 0) return 0;
+    XSendEvent(display, request.requestor, False, 0, &notice);
+    XFlush(display);
   }
+  XCloseDisplay(display);
+  return 0;
 }

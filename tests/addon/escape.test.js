@@ -1,0 +1,230 @@
+'use strict';
+// The Escape watcher of a host, beside a person who presses Escape.
+
+const assert = require('node:assert');
+const fs = require('node:fs');
+const net = require('node:net');
+const { execFile, spawn } = require('node:child_process');
+const { once } = require('node:events');
+const { after, afterEach, before, describe, it } = require('node:test');
+const { promisify } = require('node:util');
+const { hostEnvironment, startHost } = require('../support/host');
+const { waitUntil } = require('../support/wait');
+const { startWitness, textOf } = require('../support/witness');
+const { startXvfb } = require('../support/xvfb');
+
+let server, host, witness;
+before(async () => {
+  server = await startXvfb();
+  witness = await startWitness(server.env);
+  host = await startHost(server.env);
+});
+after(() => Promise.all([host, witness].map((client) => client.stop())).finally(server.stop));
+afterEach(() => unlock());
+
+// A person at the keyboard: another client, with XTEST.
+const person = (...actions) => promisify(execFile)('xdotool', actions, { env: server.env });
+const lock = (inHost = host) => inHost.run((addon) => {
+  globalThis.calls = 0;
+  return addon.lock(function (...values) { globalThis.calls += this === globalThis && values.length === 0 ? 1 : 100; });
+});
+const unlock = (inHost = host) => inHost.run((addon) => addon.unlock());
+const calls = () => host.run(() => globalThis.calls);
+const becomes = (count) => waitUntil(async () => await calls() === count, calls);
+async function typed(text) {
+  await witness.events();
+  await host.run((addon, value) => addon.type(value), text);
+  return textOf(await witness.events());
+}
+
+it('calls back for each press, with modifiers held and while it repeats, but not for the addon\'s own', async () => {
+  assert.strictEqual(await lock(), true);
+  for (const [i, keys] of ['Escape', 'shift+Escape', 'ctrl+alt+Escape'].entries()) {
+    await person('key', keys);
+    await becomes(i + 1);
+  }
+  await unlock();
+  assert.strictEqual(await lock(), true);
+  // Sent at any time between two looks of the watcher.
+  for (let i = 0; i < 30; i++) await host.run((addon) => { addon.key('escape'); addon.key('ctrl+escape'); });
+  assert.strictEqual(await typed('goes on, and on'), 'goes on, and on');
+  assert.strictEqual(await calls(), 0);
+});
+
+it('stops a text half way, and the ones that follow until the next lock', async () => {
+  assert.strictEqual(await lock(), true);
+  const text = 'abcdefghij'.repeat(400);  // 20 s
+  await witness.events();
+  const typing = host.run((addon, value) => addon.type(value), text);
+  let half = '';
+  const more = async () => { half += textOf(await witness.events()); };
+  await waitUntil(() => more().then(() => half.length > 20));
+  await person('key', 'Escape');
+  await typing;
+  await more();
+  // While the person's key is down, what is typed goes to nobody.
+  assert.ok(half.length < 2000 && half.startsWith(text.slice(0, 20)), half);
+  await becomes(1);
+  assert.strictEqual(await typed('more'), '');
+  await unlock();
+  assert.strictEqual(await typed('more'), '');
+  assert.strictEqual(await lock(), true);
+  assert.strictEqual(await typed('more'), 'more');
+  await person('keydown', 'Escape');
+  await waitUntil(async () => await calls() >= 4, calls);
+  await person('keyup', 'Escape');
+});
+
+it('runs once at a time, in one client at a time, and gives the key back', async () => {
+  const other = await startHost(server.env);
+  assert.strictEqual(await lock(), true);
+  assert.strictEqual(await host.run((addon) => addon.lock(() => { globalThis.calls += 100; })), false);
+  assert.strictEqual(await lock(other), false, 'the key is held by another client');
+  await person('key', 'Escape');
+  await becomes(1);
+  await unlock();
+  await unlock();
+  assert.strictEqual(await lock(other), true);
+  assert.strictEqual(await lock(), false);
+  await unlock(other);
+  await other.stop();
+});
+
+it('answers false without a function or an X11 session', async () => {
+  for (const value of [undefined, null, 'text', {}]) {
+    assert.strictEqual(await host.run((addon, callback) => addon.lock(callback), value), false);
+  }
+  const cases = [['XDG_SESSION_TYPE', 'Wayland', ''], ['DISPLAY', '', 'on'], ['DISPLAY', ':4711', 'on']];
+  const setEnvironment = (...pair) => host.run((addon, name, value) => { process.env[name] = value; }, ...pair);
+  for (const [variable, value, stillTyped] of cases) {
+    assert.strictEqual(await lock(), true);
+    await person('key', 'Escape');
+    await becomes(1);
+    await unlock();
+    await setEnvironment(variable, value);
+    assert.strictEqual(await lock(), false, `${variable}=${value}`);
+    assert.strictEqual(await typed('on'), stillTyped, `${variable}=${value}`);
+    await setEnvironment(variable, server.env[variable]);
+  }
+});
+
+it('leaves no thread, descriptor or client behind after 100 rounds', async () => {
+  const held = () => [`/proc/${host.pid}/task`, `/proc/${host.pid}/fd`, `/proc/${server.pid}/fd`].map(
+    (directory) => fs.readdirSync(directory).length);
+  await lock();
+  await unlock();
+  const before = held();
+  for (let round = 0; round < 100; round++) {
+    assert.strictEqual(await lock(), true);
+    await unlock();
+  }
+  await waitUntil(() => held().every((count, i) => count <= before[i]), () => [before, held()]);
+});
+
+describe('the end of the process', () => {
+  // Runs a script; `atLine` acts at each line that it prints, then it goes on.
+  async function runScript(source, { env = server.env, atLine = () => person('key', 'Escape') } = {}) {
+    const prelude = `
+      const { Worker } = require('node:worker_threads');
+      const load = () => require(process.env.OSTLER_ADDON);
+      const lock = (callback = () => {}) => { if (!load().lock(callback)) process.exit(99); };
+      const say = (line) => new Promise((resolve) => {
+        process.stdin.once('data', () => { process.stdin.unref(); resolve(); }).ref();
+        console.log(line);
+      });
+      const lockingWorker = (rest = '') => new Promise((resolve) => {
+        const worker = new Worker(\`const { parentPort } = require('node:worker_threads');
+          parentPort.postMessage(require(process.env.OSTLER_ADDON).lock(() => {})); \${rest}\`, { eval: true });
+        worker.once('message', (locked) => locked ? resolve(worker) : process.exit(99));
+      });`;
+    const child = spawn(process.execPath, ['-e', `${prelude}\n(async () => {${source}\n})();`], { env: hostEnvironment(env) });
+    let output = '';
+    child.stderr.on('data', (data) => { output += data; });
+    child.stdout.on('data', async () => {
+      await atLine();
+      child.stdin.write('\n');
+    });
+    child.stdin.on('error', () => {});
+    const [code, signal] = await once(child, 'close');
+    return { code, signal, output };
+  }
+  const ends = [
+    ['process.exit', 'lock(); process.exit(7)', 7],
+    ['process.exit in the callback', 'lock(() => process.exit(7)); await say("press")', 7],
+    ['process.exit with a press on its way', 'lock(); await say("press"); process.exit(7)', 7],
+    ['an uncaught exception', 'lock(); process.nextTick(() => { throw 1 })', 1],
+    ['an exception in the callback', 'lock(() => { setImmediate(process.exit, 7); throw 1 }); await say("press")', 7],
+    ['the end of the script after unlock', 'lock(); setTimeout(load().unlock, 50)', 0],
+    ['a lock while the process exits', 'process.on("exit", () => lock()); process.exitCode = 7', 7],
+    ['a terminated Worker that alone had the addon',
+      'await (await lockingWorker()).terminate(); await say("press"); setTimeout(() => {}, 300)', 0],
+    ['a terminated Worker beside the main thread',
+      'load(); await (await lockingWorker()).terminate(); await say("press"); lock(); process.exit(7)', 7],
+    ['a Worker that exits',
+      'const w = await lockingWorker("parentPort.once(0, process.exit); process.exit(3)"); w.once("exit", process.exit)', 3],
+    ['a living Worker', 'await lockingWorker("setInterval(() => {}, 1000)"); await say("press"); process.exit(7)', 7],
+    ['a Worker after a Worker', 'for (let i = 0; i < 3; ++i) await (await lockingWorker()).terminate()', 0],
+  ];
+  for (const [name, source, expected] of ends) {
+    it(`keeps its exit code: ${name}`, async () => {
+      const { code, signal, output } = await runScript(source);
+      assert.deepStrictEqual([code, signal], [expected, null], output);
+    });
+  }
+
+  it('does not wait for an X server that has gone silent, and comes with code 1 when that dies', async () => {
+    const deaths = ['lock(); await say("die")', 'lock(); load().move(1, 1); await say("die"); for (;;);',
+      'lock(); await say("die"); load().unlock(); setInterval(() => {}, 1000)'];
+    for (const source of ['lock(); await say("stop"); process.exit(7)', ...deaths]) {
+      const other = await startXvfb();
+      const silent = source.includes('stop');
+      const atLine = () => (silent ? process.kill(other.pid, 'SIGSTOP') : other.stop());
+      const { code, signal, output } = await runScript(source, { env: other.env, atLine });
+      assert.deepStrictEqual([code, signal], [silent ? 7 : 1, null], output);
+      if (!silent) continue;
+      process.kill(other.pid, 'SIGCONT');
+      await other.stop();
+    }
+  });
+});
+
+it('gives a display that never answers 5 s; what comes later changes nothing', async () => {
+  for (const silentFrom of [0, 1]) {  // connections that are let through to the real server
+    const sockets = [];
+    const open = (socket) => {
+      const real = net.connect(`/tmp/.X11-unix/X${server.display.slice(1)}`);
+      socket.on('close', () => real.destroy()).pipe(real).on('error', () => {}).pipe(socket);
+    };
+    const gate = net.createServer((socket) => {
+      if (sockets.push(socket.on('error', () => {})) <= silentFrom) open(socket);
+    });
+    let number = 100;
+    await new Promise((resolve) => {
+      gate.on('error', () => gate.listen(6000 + ++number, '127.0.0.1')).listen(6100, '127.0.0.1', resolve);
+    });
+    const other = await startHost(server.env);
+    const threads = () => fs.readdirSync(`/proc/${other.pid}/task`).length;
+    const before = await other.run((addon) => addon.cursorPosition()) && threads();
+    const lockOn = (display) => other.run((addon, name) => {
+      const usual = process.env.DISPLAY;
+      process.env.DISPLAY = name;
+      const started = Date.now();
+      const locked = addon.lock(() => {});
+      process.env.DISPLAY = usual;
+      return [locked, Date.now() - started];
+    }, display);
+    const [locked, elapsed] = await lockOn(`127.0.0.1:${number}`);
+    assert.ok(!locked && elapsed >= 4990 && elapsed < 8000, `${locked} after ${elapsed} ms`);
+    assert.strictEqual((await lockOn(`127.0.0.1:${number}`))[0], false);
+    assert.strictEqual(threads(), before + 1, 'one worker is late, however often lock is called');
+    if (silentFrom === 0) assert.strictEqual(await lock(other), true, 'nothing is held that others need');
+    await unlock(other);
+    sockets.slice(silentFrom).forEach(open);
+    await waitUntil(() => threads() === before);
+    assert.strictEqual(await lock(other), true);
+    await unlock(other);
+    gate.close();
+    sockets.forEach((socket) => socket.destroy());
+    await other.stop();
+  }
+});
