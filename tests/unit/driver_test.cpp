@@ -8,7 +8,6 @@
 
 #include "driver/pointer_input.h"
 #include "driver/session.h"
-#include "driver/typed_keysym.h"
 
 namespace ostler {
 namespace {
@@ -68,24 +67,6 @@ TEST(DragPath, StepsAboutTwentyPixelsAndEndsOnTheTarget) {
   EXPECT_EQ(path.x(path.steps()), 43);
   EXPECT_EQ(path.y(path.steps()), 64);
   EXPECT_DOUBLE_EQ(path.x(1), 16.6);
-}
-
-TEST(ButtonNamed, FoldsButDoesNotTrim) {
-  EXPECT_EQ(buttonNamed("RIGHT"), Button::right);
-  EXPECT_EQ(buttonNamed("Middle"), Button::middle);
-  for (const char* name : {"", "left", " right", "back"}) EXPECT_EQ(buttonNamed(name), Button::left) << name;
-}
-
-TEST(TypedKeysym, KeepsKeysOfTheirOwnAndTakesTheUnicodeFormForTheRest) {
-  const std::pair<std::uint32_t, std::uint64_t> cases[] = {
-      {8, 0xFF08},           {9, 0xFF09},       {10, 0xFF0D},        {13, 0xFF0D},
-      {' ', 0x20},           {'a', 'a'},        {'Z', 'Z'},          {'7', '7'},
-      {'!', 0x1000021},      {'~', 0x100007E},  {0, 0x1000000},      {27, 0x100001B},
-      {127, 0x100007F},      {0xE9, 0x10000E9}, {0x20AC, 0x10020AC}, {0xD800, 0x100D800},
-      {0x10FFFF, 0x110FFFF},
-  };
-  for (const auto& [codePoint, keysym] : cases) EXPECT_EQ(typedKeysym(codePoint), keysym) << codePoint;
-  EXPECT_EQ(typedKeysym(0x110000), std::nullopt);
 }
 
 }  // namespace

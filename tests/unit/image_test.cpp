@@ -41,32 +41,23 @@ Size pngSize(const std::vector<unsigned char>& file) {
 
 TEST(CropImage, ClampsToTheImage) {
   const RgbImage image = noise(120, 50);
-  struct {
-    std::int32_t x, y, width, height;
-    Rect taken;
-  } const cases[] = {
-      {10, 20, 30, 20, {10, 20, 30, 20}},
-      {100, 0, 50, 50, {100, 0, 20, 50}},
-      {-10, -7, 50, 20, {0, 0, 50, 20}},
-      {0, 45, 1000000, 1000000, {0, 45, 120, 5}},
-      {120, 0, 5, 5, {0, 0, 0, 5}},
-      {0, 1000, 5, 5, {0, 0, 5, 0}},
-      {0, 0, -3, 4, {0, 0, 0, 4}},
-      {std::numeric_limits<std::int32_t>::min(),
-       0,
-       std::numeric_limits<std::int32_t>::max(),
-       1,
-       {0, 0, 120, 1}},
+  constexpr std::int32_t most = std::numeric_limits<std::int32_t>::max();
+  const std::pair<Rect, Rect> cases[] = {
+      {{10, 20, 30, 20}, {10, 20, 30, 20}},
+      {{100, 0, 50, 50}, {100, 0, 20, 50}},
+      {{-10, -7, 50, 20}, {0, 0, 50, 20}},
+      {{0, 45, most, most}, {0, 45, 120, 5}},
+      {{120, 0, 5, 5}, {0, 0, 0, 5}},
+      {{0, 1000, 5, 5}, {0, 0, 5, 0}},
+      {{-most - 1, 0, most, 1}, {0, 0, 120, 1}},
+      {{0, 0, -3, 4}, {0, 0, 0, 4}},
   };
-  for (const auto& item : cases) {
-    const RgbImage result = cropImage(image, item.x, item.y, item.width, item.height);
-    ASSERT_EQ((Size{result.width, result.height}), (Size{item.taken.width, item.taken.height}))
-        << &item - cases;
-    for (std::int32_t y = 0; y < result.height && result.width > 0; ++y) {
-      EXPECT_EQ(std::memcmp(result.row(y), image.row(item.taken.y + y) + item.taken.x * 3,
-                            static_cast<std::size_t>(result.width) * 3),
-                0)
-          << &item - cases;
+  for (const auto& [wanted, taken] : cases) {
+    const RgbImage result = cropImage(image, wanted.x, wanted.y, wanted.width, wanted.height);
+    ASSERT_EQ((Size{result.width, result.height}), (Size{taken.width, taken.height})) << wanted.x;
+    const std::size_t rowBytes = static_cast<std::size_t>(result.width) * 3;
+    for (std::int32_t y = 0; y < result.height && rowBytes > 0; ++y) {
+      EXPECT_EQ(std::memcmp(result.row(y), image.row(taken.y + y) + taken.x * 3, rowBytes), 0) << wanted.x;
     }
   }
 }

@@ -68,44 +68,5 @@ TEST(KeyTables, HoldEveryNameOnce) {
   EXPECT_EQ(modifierNameTable.at("meta"), 0xFFEBu);
 }
 
-// What a combo comes to, as "held... > main", or the text of its failure.
-std::string resolved(const std::string& combo) {
-  const auto resolve = [](std::uint64_t keysym, const std::string& part) {
-    if (part == "f12") throw std::runtime_error("no key: " + part);
-    return keysym;
-  };
-  try {
-    const auto keys = resolveKeyCombo(combo, "Test", resolve);
-    if (!keys) return "nothing";
-    std::string text;
-    for (const auto keysym : keys->held)
-      text += keysym == 0xFFE3 ? "ctrl " : keysym == 0xFFE1 ? "shift " : "? ";
-    return text + "> " +
-           (keys->main < 0x80 ? std::string(1, static_cast<char>(keys->main))
-                              : "#" + std::to_string(keys->main));
-  } catch (const std::runtime_error& error) {
-    return error.what();
-  }
-}
-
-TEST(ResolveKeyCombo, SortsModifiersFromTheKeyAndNamesTheFirstFailure) {
-  const std::pair<std::string, std::string> cases[] = {
-      {"", "nothing"},
-      {"ctrl+shift+a", "ctrl shift > a"},
-      {"shift+ctrl+a", "shift ctrl > a"},
-      {"a+ctrl", "ctrl > a"},
-      {"a+b", "> b"},
-      {"ctrl+ctrl+a", "ctrl ctrl > a"},
-      {"ctrl+shift", "ctrl > #65505"},
-      {"ctrl++", "> #65507"},
-      {"+", "Key combo did not resolve to a key: +"},
-      {" \t", "Key combo did not resolve to a key:  \t"},
-      {"ctrl+FOO+f12", "Unsupported key combo part on Test: foo"},
-      {"ctrl+f12+foo", "no key: f12"},
-      {"f12+a", "no key: f12"},
-  };
-  for (const auto& [combo, expected] : cases) EXPECT_EQ(resolved(combo), expected) << combo;
-}
-
 }  // namespace
 }  // namespace ostler
