@@ -31,7 +31,8 @@ function save(name, bytes) {
 // The three kinds of picture. `crop` is { left, top, right, bottom }.
 async function takePictures(ostler, crop) {
   const { width, height } = ostler.display();
-  await step('PNG of the whole desktop', () => save('desktop.png', ostler.screenshot('', null, [], 0, 0, 0, 0, 0, 0, -1)));
+  await step('PNG of the whole desktop',
+    () => save('desktop.png', ostler.screenshot('', null, [], 0, 0, 0, 0, 0, 0, -1)));
   await step('JPEG at half size', () => save('half.jpg', ostler.screenshot('', null, [],
     Math.round(width / 2), Math.round(height / 2), 0, 0, 0, 0, 0.85)));
   await step('PNG of a part', () => save('part.png', ostler.screenshot('', null, [],

@@ -52,7 +52,8 @@ async function pointer(terminal) {
     ostler.click(...terminal.cell(31, 9), 'middle', 1);
     ostler.click(...terminal.cell(35, 9), 'right', 1);
     ostler.click(...terminal.cell(33, 9), 'left', 2);
-    await terminal.until('a click', ({ clicks }) => clicks.left === left + 2 && clicks.middle === 1 && clicks.right === 1);
+    await terminal.until('a click',
+      ({ clicks }) => clicks.left === left + 2 && clicks.middle === 1 && clicks.right === 1);
     return 'middle, right, and a double click';
   });
 

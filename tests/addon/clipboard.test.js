@@ -27,14 +27,16 @@ const getClipboard = () => host.run((addon) => addon.getClipboard());
 const setClipboard = (...values) => host.run((addon, args) => addon.setClipboard(...args), values);
 const alphabet = (length) => 'abcdefghijklmnopqrstuvwxyz'.repeat(length / 26 + 1).slice(0, length);
 // xclip takes the selection over a little after the call.
-const becomes = (text, read = getClipboard) => waitUntil(async () => await read() === text, async () => (await read()).slice(0, 99));
+const becomes = (text, read = getClipboard) => waitUntil(
+  async () => await read() === text, async () => (await read()).slice(0, 99));
 
 it('reads what an owner stores, whatever its type, and nothing from one that does not answer', async () => {
   assert.strictEqual(await getClipboard(), '', 'nobody owns it');
   const most = 4 << 20;
   const cases = [
-    ['UTF8_STRING 8 5', 'abcde'], ['UTF8_STRING 8 0', ''], ['STRING 8 3', 'abc'], ['INTEGER 32 2', 'a\0'], ['INCR 32 1', 'a'],
-    [`UTF8_STRING 8 ${most}`, alphabet(most)], [`UTF8_STRING 8 ${most + 9}`, alphabet(most)], ['refuse', ''], ['dies', ''], ['silent', ''],
+    ['UTF8_STRING 8 5', 'abcde'], ['UTF8_STRING 8 0', ''], ['STRING 8 3', 'abc'], ['INTEGER 32 2', 'a\0'],
+    ['INCR 32 1', 'a'], [`UTF8_STRING 8 ${most}`, alphabet(most)], [`UTF8_STRING 8 ${most + 9}`, alphabet(most)],
+    ['refuse', ''], ['dies', ''], ['silent', ''],
   ];
   for (const [options, expected] of cases) {
     const owner = spawn(program('selection_owner'), options.split(' '), { env: server.env });
@@ -53,7 +55,8 @@ it('reads what an owner stores, whatever its type, and nothing from one that doe
 });
 
 it('hands every text on unchanged', async () => {
-  const read = () => execFileSync('xclip', ['-selection', 'clipboard', '-o'], { env: server.env, encoding: 'utf8', maxBuffer: 1e8 });
+  const read = () => execFileSync('xclip', ['-selection', 'clipboard', '-o'],
+    { env: server.env, encoding: 'utf8', maxBuffer: 1e8 });
   const texts = ['Grüße, Ж中😀', `"double" 'single' $(id) \`id\` \\ ; | & > %s\n\n`, alphabet(1000000)];
   for (const text of texts) {
     assert.strictEqual(await setClipboard(text), undefined);
@@ -79,14 +82,16 @@ it('leaves no process, descriptor or complaint behind, whatever becomes of xclip
       Object.assign(process.env, usual);
     }
     addon.setClipboard('short');
-    return [readdirSync('/proc/self/fd').length - before, readFileSync(`/proc/self/task/${process.pid}/children`, 'latin1')];
+    return [readdirSync('/proc/self/fd').length - before,
+      readFileSync(`/proc/self/task/${process.pid}/children`, 'latin1')];
   }, programs, alphabet(1 << 20));
   assert.deepStrictEqual(result, [0, '']);
 });
 
 it('spares a host that dies of SIGPIPE and shares its descriptors', async () => {
   const text = 'from a plain\0host';
-  for (const [written, PATH] of [[text], ['short', programs[0]], [alphabet(1 << 20), programs[0]], [alphabet(1 << 20), programs[1]]]) {
+  const long = alphabet(1 << 20);
+  for (const [written, PATH] of [[text], ['short', programs[0]], [long, programs[0]], [long, programs[1]]]) {
     const child = spawn(program('plain_host'), [process.env.OSTLER_ADDON],
       { env: { ...server.env, PATH: PATH ?? server.env.PATH }, stdio: ['pipe', 'pipe', 'pipe', 'pipe'] });
     let output = '';

@@ -137,7 +137,8 @@ describe('the end of the process', () => {
           parentPort.postMessage(require(process.env.OSTLER_ADDON).lock(() => {})); \${rest}\`, { eval: true });
         worker.once('message', (locked) => locked ? resolve(worker) : process.exit(99));
       });`;
-    const child = spawn(process.execPath, ['-e', `${prelude}\n(async () => {${source}\n})();`], { env: hostEnvironment(env) });
+    const child = spawn(process.execPath, ['-e', `${prelude}\n(async () => {${source}\n})();`],
+      { env: hostEnvironment(env) });
     let output = '';
     child.stderr.on('data', (data) => { output += data; });
     child.stdout.on('data', async () => {
@@ -161,7 +162,7 @@ describe('the end of the process', () => {
     ['a terminated Worker beside the main thread',
       'load(); await (await lockingWorker()).terminate(); await say("press"); lock(); process.exit(7)', 7],
     ['a Worker that exits',
-      'const w = await lockingWorker("parentPort.once(0, process.exit); process.exit(3)"); w.once("exit", process.exit)', 3],
+      'const w = await lockingWorker("process.exit(3)"); w.once("exit", process.exit)', 3],
     ['a living Worker', 'await lockingWorker("setInterval(() => {}, 1000)"); await say("press"); process.exit(7)', 7],
     ['a Worker after a Worker', 'for (let i = 0; i < 3; ++i) await (await lockingWorker()).terminate()', 0],
   ];

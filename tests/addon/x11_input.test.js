@@ -106,7 +106,8 @@ describe('key', () => {
       ['a\u{1F600}', 'Unsupported key combo part on Linux/X11: a\u{1F600}'],
     ];
     for (const [combo, message] of cases) await assert.rejects(call('key', combo), { message });
-    await assert.rejects(host.run((addon) => addon.key('x'.repeat(4 << 20))), (error) => error.message.length > 4 << 20);
+    await assert.rejects(host.run((addon) => addon.key('x'.repeat(4 << 20))),
+      (error) => error.message.length > 4 << 20);
     await host.run((addon) => addon.key('ctrl\0+a+'.repeat(1 << 19)));
     assert.strictEqual(keys(await witness.events()), '+ffe3 -ffe3');
   });

@@ -29,7 +29,8 @@ const hostEnvironment = (env) => {
 // Starts a host in `env`. `run(function, ...values)` calls the function with
 // the addon and the values there, and gives its result or throws its error.
 async function startHost(env) {
-  const child = fork(__filename, { env: hostEnvironment(env), silent: true, serialization: 'advanced', execArgv: ['--expose-gc'] });
+  const child = fork(__filename,
+    { env: hostEnvironment(env), silent: true, serialization: 'advanced', execArgv: ['--expose-gc'] });
   let output = '';
   const closed = [child.stdout, child.stderr].map((stream) => {
     stream.on('data', (data) => { output += data; });
