@@ -8,7 +8,7 @@ build='g++ cmake ninja-build pkg-config libx11-dev libxtst-dev libjpeg-dev libpn
 ei='libei1 libei-dev libeis1 libeis-dev'
 run='xclip pipewire pipewire-bin libpipewire-0.3-modules libspa-0.2-modules'
 test='libgtest-dev xdotool xvfb xauth xterm fonts-dejavu-core dbus python3-gi python3-dbus python3-dbusmock'
-lint='clang clang-format clang-tidy'
+lint='clang clang-format clang-tidy libbenchmark-dev'
 packages="$build $run $test $lint $ei"
 
 [ ! -r /etc/os-release ] || . /etc/os-release
