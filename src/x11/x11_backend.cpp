@@ -4,6 +4,7 @@
 
 #include <X11/extensions/XTest.h>
 
+#include "x11/capture_errors.h"
 #include "x11/factory.h"
 
 namespace ostler {
@@ -19,6 +20,7 @@ DisplayConnection openWithXTest() {
   if (XTestQueryExtension(connection.get(), &eventBase, &errorBase, &major, &minor) == False) {
     throw std::runtime_error("X11 XTest extension is not available on this display server.");
   }
+  letCaptureFail(connection.get());
   return connection;
 }
 

@@ -2,6 +2,7 @@
 // Screenshots of an X server whose picture another client painted.
 
 const assert = require('node:assert');
+const { spawnSync } = require('node:child_process');
 const { describe, it } = require('node:test');
 const { startHost } = require('../support/host');
 const { decodePng } = require('../support/png');
@@ -21,7 +22,7 @@ async function withDesktop(task, ...options) {
     return file && Buffer.from(file);
   };
   try {
-    await task(shot);
+    await task(shot, server.env);
     await host.stop();
   } finally {
     await witness.stop();
@@ -43,6 +44,12 @@ describe('screenshot', () => {
     const { pixels } = decodePng(await shot('', null, [], 0, 0, 0, 0, 0, 0, -1));
     assert.ok(pixels.every((byte) => byte === 0));
   }, { screen: '64x48x8' }));
+
+  it('is null when the server refuses it, as after the screen has shrunk', () => withDesktop(async (shot, env) => {
+    assert.notStrictEqual(await shot(), null);
+    spawnSync('xrandr', ['--fb', '320x200'], { env });  // fails in part, yet shrinks the screen
+    assert.strictEqual(await shot(), null);
+  }));
 
   it('crops, resamples and encodes as asked', () => withDesktop(async (shot) => {
     const whole = decodePng(await shot('', null, [], 0, 0, 0, 0, 0, 0, NaN));

@@ -1,0 +1,22 @@
+#include "x11/capture_errors.h"
+
+#include <X11/Xlibint.h>
+#include <X11/Xproto.h>
+
+namespace ostler {
+namespace {
+
+int dropCaptureError(Display*, xError* error, XExtCodes*, int*) noexcept {
+  return error->majorCode == X_GetImage ? 1 : 0;
+}
+
+}  // namespace
+
+// Xlib asks the extensions of a connection first, and anything may be one. The
+// error handler that it asks next belongs to the whole process.
+void letCaptureFail(Display* display) {
+  if (const XExtCodes* codes = XAddExtension(display))
+    XESetError(display, codes->extension, dropCaptureError);
+}
+
+}  // namespace ostler
