@@ -25,7 +25,7 @@ build_root() {
   command -v debootstrap >/dev/null || DEBIAN_FRONTEND=noninteractive apt-get -q -o DPkg::Lock::Timeout=600 \
     install -y --no-install-recommends debootstrap </dev/null || missing 'debootstrap cannot be installed'
 
-  echo "ostler: building a GNOME desktop in $root (1.7 GB)"
+  echo "ostler: building a GNOME desktop in $root (1.3 GB)"
   rm -rf "$root.part"
   mkdir -p "$root.part"
   debootstrap --variant=minbase trixie "$root.part" "$(mirror)"

@@ -12,7 +12,8 @@ const { promisify } = require('node:util');
 const { decodePng } = require('../support/png');
 const { waitUntil } = require('../support/wait');
 
-const dialog = "global.get_window_actors().find((actor) => actor.meta_window.wm_class === 'xdg-desktop-portal-gnome')";
+const dialog = 'global.get_window_actors()'
+  + ".find((actor) => actor.meta_window.wm_class === 'xdg-desktop-portal-gnome')";
 
 async function startDesktop(size, scale) {
   const directory = fs.mkdtempSync(path.join(os.tmpdir(), 'ostler-gnome-'));
@@ -24,13 +25,13 @@ async function startDesktop(size, scale) {
     XDG_SESSION_TYPE: 'wayland', XDG_RUNTIME_DIR: directory, WAYLAND_DISPLAY: 'wayland-0',
   };
   fs.copyFileSync(path.join(__dirname, 'witness.py'), inside('witness.py'));
-  const session = spawn(path.join(__dirname, 'session.sh'),
-    [process.env.OSTLER_DESKTOP_ROOT, directory, size, String(scale)], { stdio: ['pipe', 'pipe', 'inherit'] });
+  const options = [process.env.OSTLER_DESKTOP_ROOT, directory, size, String(scale)];
+  const session = spawn(path.join(__dirname, 'session.sh'), options, { stdio: ['pipe', 'pipe', 'inherit'] });
   const ended = once(session, 'exit');
   const events = [];
   readline.createInterface(session.stdout).on('line', (line) => events.push(line));
   const seen = (line, from = 0) => waitUntil(() => {
-    if (session.exitCode !== null) throw new Error(`the desktop ended:\n${fs.readFileSync(inside('log'), 'utf8')}`);
+    if (session.exitCode !== null) throw new Error(`the desktop ended: ${fs.readFileSync(inside('log'))}`);
     return events.includes(line, from);
   }, () => events.slice(-10));
   const gdbus = async (...words) => (await promisify(execFile)('gdbus', words, { env })).stdout;
@@ -53,12 +54,14 @@ async function startDesktop(size, scale) {
     // Clicks at places of the portal's dialog, once it is what lies there.
     async answerDialog(...places) {
       for (const [x, y] of places) {
-        await waitUntil(() => desktop.evaluate(`const actor = ${dialog}, box = actor?.meta_window.get_frame_rect();
-          actor?.contains(global.stage.get_actor_at_pos(Clutter.PickMode.REACTIVE, box.x + ${x}, box.y + ${y}))`));
-        await desktop.evaluate(`const now = GLib.get_monotonic_time(), box = ${dialog}.meta_window.get_frame_rect();
-          person.pointer.notify_absolute_motion(now, box.x + ${x}, box.y + ${y});
+        const place = `const actor = ${dialog}, box = actor?.meta_window.get_frame_rect();
+          const [x, y] = [box?.x + ${x}, box?.y + ${y}];`;
+        await waitUntil(() => desktop.evaluate(`${place}
+          actor?.contains(global.stage.get_actor_at_pos(Clutter.PickMode.REACTIVE, x, y))`));
+        await desktop.evaluate(`${place}
+          person.pointer.notify_absolute_motion(GLib.get_monotonic_time(), x, y);
           for (const state of [Clutter.ButtonState.PRESSED, Clutter.ButtonState.RELEASED])
-            person.pointer.notify_button(now, Clutter.BUTTON_PRIMARY, state); ''`);
+            person.pointer.notify_button(GLib.get_monotonic_time(), Clutter.BUTTON_PRIMARY, state); ''`);
       }
       await waitUntil(() => desktop.evaluate(`!${dialog}`));
     },
@@ -67,8 +70,9 @@ async function startDesktop(size, scale) {
     refuse: () => desktop.answerDialog([50, 23]),
     // What the compositor shows, without the pointer.
     async picture() {
-      await gdbus('call', '--session', '-d', 'org.gnome.Shell.Screenshot', '-o', '/org/gnome/Shell/Screenshot',
-        '-m', 'org.gnome.Shell.Screenshot.Screenshot', 'false', 'false', '/run/desktop/picture.png');
+      await gdbus('call', '--session', '-d', 'org.gnome.Shell.Screenshot',
+        '-o', '/org/gnome/Shell/Screenshot', '-m',
+        'org.gnome.Shell.Screenshot.Screenshot', 'false', 'false', '/run/desktop/picture.png');
       return decodePng(fs.readFileSync(inside('picture.png')));
     },
     // Whether the desktop is shared with anybody, as the shell's own sign for it has it.
@@ -93,7 +97,8 @@ async function startDesktop(size, scale) {
     for (const state of [Clutter.KeyState.PRESSED, Clutter.KeyState.RELEASED])
       person.keyboard.notify_keyval(GLib.get_monotonic_time(), Clutter.KEY_Shift_L, state);
     Main.messageTray.bannerBlocked = true; ''`);
-  await waitUntil(() => desktop.evaluate('Main.overview.hide(); !Main.layoutManager._startingUp && !Main.overview.visible'));
+  await waitUntil(() => desktop.evaluate(
+    'Main.overview.hide(); !Main.layoutManager._startingUp && !Main.overview.visible'));
   desktop.command('"${inside[@]}" python3 /run/desktop/witness.py &');
   await seen('active');
   return desktop;

@@ -37,17 +37,17 @@ def log_event(controller, _):
 
 
 def draw(_, context, width, height):
-    """Every colour channel takes a course of its own, with lines one pixel wide."""
-    for vector, colour in [((width, 0), (1, 0, 0)), ((0, height), (0, 1, 0)), ((width, height), (0, 0, 1))]:
+    """Every colour channel takes a course of its own, between lines a pixel wide."""
+    for vector, colour in (((width, 0), (1, 0, 0)), ((0, height), (0, 1, 0)), ((width, height), (0, 0, 1))):
         gradient = cairo.LinearGradient(0, 0, *vector)
         gradient.add_color_stop_rgb(0, 0, 0, 0)
         gradient.add_color_stop_rgb(1, *colour)
         context.set_operator(cairo.OPERATOR_ADD)
         context.set_source(gradient)
         context.paint()
-    context.set_source_rgb(1, 1, 1)
     for x in range(0, width, 16):
         context.rectangle(x, 0, 0.5, height)
+    context.set_source_rgb(1, 1, 1)
     context.fill()
 
 
