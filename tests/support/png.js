@@ -3,7 +3,7 @@
 const assert = require('node:assert');
 const zlib = require('node:zlib');
 
-// Decodes an 8-bit RGB PNG without interlacing to { width, height, pixel(x, y) }.
+// Decodes an 8-bit RGB or RGBA PNG without interlacing to { width, height, pixels, pixel(x, y) }, without alpha.
 function decodePng(file) {
   assert.strictEqual(file.toString('latin1', 0, 8), '\x89PNG\r\n\x1a\n');
   const data = [];
@@ -15,10 +15,11 @@ function decodePng(file) {
     if (type === 'IDAT') data.push(chunk);
   }
   const [width, height] = [header.readUInt32BE(0), header.readUInt32BE(4)];
-  assert.deepStrictEqual([...header.subarray(8)], [8, 2, 0, 0, 0]);
+  const bytes = header[9] === 6 ? 4 : 3;
+  assert.deepStrictEqual([...header.subarray(8)], [8, bytes === 4 ? 6 : 2, 0, 0, 0]);
   const raw = zlib.inflateSync(Buffer.concat(data));
-  const stride = width * 3;
-  const pixels = Buffer.alloc(stride * height);
+  const stride = width * bytes;
+  const samples = Buffer.alloc(stride * height);
   const predictors = [
     () => 0, (a) => a, (_, b) => b, (a, b) => (a + b) >> 1,
     (a, b, c) => [a, b, c].sort((p, q) => Math.abs(a + b - c - p) - Math.abs(a + b - c - q))[0],
@@ -27,13 +28,14 @@ function decodePng(file) {
     const predict = predictors[raw[y * (stride + 1)]];
     for (let i = 0; i < stride; i++) {
       const at = y * stride + i;
-      const left = i >= 3 ? pixels[at - 3] : 0;
-      const up = y > 0 ? pixels[at - stride] : 0;
-      const corner = i >= 3 && y > 0 ? pixels[at - stride - 3] : 0;
-      pixels[at] = raw[y * (stride + 1) + 1 + i] + predict(left, up, corner);
+      const left = i >= bytes ? samples[at - bytes] : 0;
+      const up = y > 0 ? samples[at - stride] : 0;
+      const corner = i >= bytes && y > 0 ? samples[at - stride - bytes] : 0;
+      samples[at] = raw[y * (stride + 1) + 1 + i] + predict(left, up, corner);
     }
   }
-  return { width, height, pixels, pixel: (x, y) => [...pixels.subarray(y * stride + x * 3, y * stride + x * 3 + 3)] };
+  const pixels = bytes === 3 ? samples : samples.filter((_, i) => i % 4 !== 3);
+  return { width, height, pixels, pixel: (x, y) => [...pixels.subarray((y * width + x) * 3, (y * width + x + 1) * 3)] };
 }
 
 module.exports = { decodePng };
