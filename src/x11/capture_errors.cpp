@@ -6,8 +6,10 @@
 namespace ostler {
 namespace {
 
-int dropCaptureError(Display*, xError* error, XExtCodes*, int*) noexcept {
-  return error->majorCode == X_GetImage ? 1 : 0;
+int dropCaptureError(Display*, xError* error, XExtCodes*, int* requestResult) noexcept {
+  if (error->majorCode != X_GetImage) return 0;
+  *requestResult = 0;  // there is no reply
+  return 1;
 }
 
 }  // namespace
