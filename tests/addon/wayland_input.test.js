@@ -5,20 +5,17 @@
 const assert = require('node:assert');
 const { after, before, describe, it } = require('node:test');
 const { startDesktop } = require('../support/desktop');
-const { startHost } = require('../support/host');
 
 // A desktop with a host whose session is open. `sent` calls a method and gives
 // what arrived of it: "motion 1 2" from EIS (frames apart, device numbers left
 // out), "PointerButton 272, 1" from the portal.
 async function openSession(script) {
-  const desktop = await startDesktop({ script });
-  const host = await startHost(desktop.env);
-  const call = (method, ...values) => host.run((addon, name, args) => addon[name](...args), method, values);
+  const desktop = await startDesktop(script);
+  const host = await desktop.startHost();
+  const { call } = host;
   await call('display');
   let seen = desktop.record().length;
   return {
-    desktop,
-    host,
     call,
     async sent(method, ...values) {
       const error = await call(method, ...values).then(() => undefined, ({ message }) => message);

@@ -6,44 +6,49 @@ const { spawn } = require('node:child_process');
 const { once } = require('node:events');
 const { describe, it } = require('node:test');
 const { startDesktop } = require('../support/desktop');
-const { hostEnvironment, startHost } = require('../support/host');
+const { hostEnvironment } = require('../support/host');
 const { decodePng } = require('../support/png');
+const { waitUntil } = require('../support/wait');
 
 const closed = (record) => record.some((line) => line.startsWith('Session.Close'));
 
+async function shot(host, x = 0, y = 0, width = 0, height = 0, targetWidth = 0, targetHeight = 0) {
+  const values = ['', null, [], x, y, width, height, targetWidth, targetHeight, -1];
+  return decodePng(Buffer.from(await host.call('screenshot', ...values)));
+}
+
+// Until the picture is gone, which has to be for good.
+async function screenshotFailure(host) {
+  const failure = () => host.call('screenshot').then(() => '', ({ message }) => message);
+  await waitUntil(async () => await failure() !== '');
+  return failure();
+}
+
 it('opens with the first call that needs it, and closes with the host', async () => {
   const desktop = await startDesktop();
-  const host = await startHost(desktop.env);
-  const call = (method, ...values) => host.run((addon, name, args) => addon[name](...args), method, values);
-  const shot = async (...values) => decodePng(Buffer.from(await call('screenshot', '', null, [], ...values, -1)));
-  await call('capabilities');
+  const host = await desktop.startHost();
+  await host.call('capabilities');
   assert.deepStrictEqual(desktop.record(), []);
 
-  assert.deepStrictEqual(await call('display'), { width: 1280, height: 720, pixelWidth: 1280, pixelHeight: 720 });
-  const whole = await shot(0, 0, 0, 0, 0, 0);
+  assert.deepStrictEqual(await host.call('display'), { width: 1280, height: 720, pixelWidth: 1280, pixelHeight: 720 });
+  const whole = await shot(host);
   assert.deepStrictEqual([whole.width, whole.height], [64, 48]);
   for (const [x, y] of [[0, 0], [63, 0], [17, 23], [63, 47]]) assert.deepStrictEqual(whole.pixel(x, y), [x, y, 1]);
-  const crop = await shot(8, 8, 640, 360, 1280, 720);
+  const crop = await shot(host, 8, 8, 640, 360, 1280, 720);
   assert.deepStrictEqual([crop.width, crop.height, crop.pixel(0, 0)], [32, 24, [32, 24, 1]]);
-  const half = await shot(32, 24, 0, 0, 0, 0);
+  const half = await shot(host, 32, 24);
   assert.deepStrictEqual([half.width, half.height, half.pixel(1, 0)], [32, 24, [3, 1, 1]]);
 
-  await call('move', 30.6, 12);
-  assert.deepStrictEqual(await call('cursorPosition'), { x: 31, y: 12 });
-  await desktop.source('frame 9 cursor 5 6');
-  while ((await shot(0, 0, 0, 0, 0, 0)).pixel(0, 0)[2] !== 9);
-  await call('move', 100, 100);
-  assert.deepStrictEqual(await call('cursorPosition'), { x: 5, y: 6 }, 'the stream has the last word');
+  await host.call('move', 30.6, 12);
+  assert.deepStrictEqual(await host.call('cursorPosition'), { x: 31, y: 12 });
+  desktop.show('BGRx 64 48 9 5 6');
+  await waitUntil(async () => (await shot(host)).pixel(0, 0)[2] === 9);
+  await host.call('move', 100, 100);
+  assert.deepStrictEqual(await host.call('cursorPosition'), { x: 5, y: 6 }, 'the stream has the last word');
 
-  await desktop.source('fail picture lost');
-  const screenshot = () => call('screenshot');
-  for (;;) {
-    const error = await screenshot().then(() => null, (failure) => failure);
-    if (error === null) continue;
-    assert.match(error.message, /^Wayland ScreenCast stream failed: .*picture lost/);
-    break;
-  }
-  assert.strictEqual((await call('display')).width, 1280);
+  desktop.show('fail picture lost');
+  assert.strictEqual(await screenshotFailure(host), 'Wayland ScreenCast stream failed: picture lost');
+  assert.strictEqual((await host.call('display')).width, 1280);
 
   assert.strictEqual(desktop.record().filter((line) => line.startsWith('RemoteDesktop.Start')).length, 1);
   await host.stop();
@@ -51,38 +56,36 @@ it('opens with the first call that needs it, and closes with the host', async ()
   await desktop.stop();
 });
 
-it('asks again after a refusal, and keeps nothing of it', async () => {
-  const refusal = { response: '(uint32 1, @a{sv} {})' };
-  const desktop = await startDesktop({ script: { Start: [refusal, refusal] } });
-  const host = await startHost(desktop.env);
-  for (let attempt = 1; attempt <= 2; attempt++) {
-    await assert.rejects(host.run((addon) => addon.display()), { message: 'The user denied the Wayland portal request.' });
-    assert.deepStrictEqual(desktop.record().filter((line) => /Close|Start/.test(line)).length, 2 * attempt);
+it('follows a change of format, from one whole frame to the next', async () => {
+  const desktop = await startDesktop({ Start: { response: "(uint32 0, {'streams': <[(uint32 NODE, @a{sv} {})]>})" } });
+  const host = await desktop.startHost();
+  const formats = { 1: ['BGRx', 64, 48], 2: ['RGBx', 100, 20], 3: ['BGRA', 33, 70] };
+  for (const wanted of [1, 2, 3, 1, 2, 1, 3, 2, 1, 2, 3]) {
+    desktop.show([...formats[wanted], wanted].join(' '));
+    for (let seed = 0; seed !== wanted;) {
+      const image = await shot(host);
+      const [, width, height] = formats[seed = image.pixel(0, 0)[2]];
+      assert.deepStrictEqual([image.width, image.height, image.pixel(width - 1, height - 1)],
+        [width, height, [width - 1, height - 1, seed]]);
+    }
   }
-  assert.strictEqual((await host.run((addon) => addon.display())).width, 1280);
+  assert.strictEqual((await host.call('display')).width, 64, 'the first size of the stream');
   await host.stop();
   await desktop.stop();
 });
 
-it('fails in its own words where there is no bus, and when the daemon dies the picture is gone', async () => {
-  const desktop = await startDesktop();
-  const stranded = await startHost({ ...desktop.env, DBUS_SESSION_BUS_ADDRESS: `unix:path=${desktop.env.XDG_RUNTIME_DIR}/none` });
-  await assert.rejects(stranded.run((addon) => addon.move(1, 1)), { message: /^Unable to connect to the session D-Bus: / });
-  await stranded.stop();
-
-  const host = await startHost(desktop.env);
-  await host.run((addon) => addon.display());
-  await desktop.source('kill');
-  const failure = await host.run((addon) => {
-    for (;;) {
-      try { addon.screenshot(); } catch (error) { return error.message; }
-    }
-  });
-  assert.match(failure, /^Wayland ScreenCast stream failed: /);
-  desktop.killBus();  // which must not end the host
-  assert.strictEqual((await host.run((addon) => addon.display())).width, 1280);
-  await host.stop();
-  await desktop.stop();
+it('fails when PipeWire dies, before the first frame and after it', async () => {
+  for (const seed of [0, 1]) {
+    const desktop = await startDesktop({}, `BGRx 64 48 ${seed}`);
+    const host = await desktop.startHost();
+    const opened = host.call('display').then(() => '', ({ message }) => message);
+    await desktop.recordWhen((record) => record.some((line) => /OpenPipeWireRemote/.test(line)));
+    if (seed !== 0) await opened;
+    desktop.killPipeWire();
+    assert.match(await opened || await screenshotFailure(host), /^Wayland ScreenCast stream failed: /);
+    await host.stop();
+    await desktop.stop();
+  }
 });
 
 describe('the end of the process', () => {

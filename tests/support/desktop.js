@@ -1,21 +1,21 @@
 'use strict';
 // A Wayland desktop for tests: a private session bus, on which the portal of
 // portal.py starts when it is called, the EIS server that the portal hands out,
-// and a PipeWire daemon with a scripted source (see pipewire_source.cpp).
+// and a PipeWire daemon with a screen (see pipewire_source.cpp).
 
 const { spawn } = require('node:child_process');
 const { once } = require('node:events');
 const fs = require('node:fs');
 const os = require('node:os');
 const path = require('node:path');
-const readline = require('node:readline');
-const { setTimeout: delay } = require('node:timers/promises');
+const { startHost } = require('./host');
+const { waitUntil } = require('./wait');
 
 const program = (name) => path.join(process.env.OSTLER_TEST_PROGRAMS, name);
+const modules = ['protocol-native', 'client-node', 'access', 'link-factory'];
 
-// `script` is the portal's; `stream`, of the source, is null when no session
-// comes as far as a picture. The source sends a first frame to each session.
-async function startDesktop({ script = {}, stream = { format: 'BGRx', size: '64x48' } } = {}) {
+// `script` is the portal's.
+async function startDesktop(script = {}, picture = 'BGRx 64 48 1') {
   const directory = fs.mkdtempSync(path.join(os.tmpdir(), 'ostler-desktop-'));
   const inside = (name) => path.join(directory, name);
   const { DISPLAY, XAUTHORITY, ...rest } = process.env;
@@ -24,73 +24,64 @@ async function startDesktop({ script = {}, stream = { format: 'BGRx', size: '64x
     DBUS_SESSION_BUS_ADDRESS: `unix:path=${inside('bus')}`,
     XDG_SESSION_TYPE: 'wayland', XDG_RUNTIME_DIR: directory, WAYLAND_DISPLAY: 'wayland-0',
   };
-  fs.writeFileSync(inside('record'), '');
-  fs.writeFileSync(inside('org.freedesktop.portal.Desktop.service'), [
-    '[D-BUS Service]', 'Name=org.freedesktop.portal.Desktop',
-    `Exec=/usr/bin/python3 ${path.join(__dirname, 'portal.py')} ${directory} ${program('eis_server')}`, ''].join('\n'));
+  fs.writeFileSync(inside('org.freedesktop.portal.Desktop.service'), `[D-BUS Service]
+Name=org.freedesktop.portal.Desktop
+Exec=/usr/bin/python3 ${path.join(__dirname, 'portal.py')} ${directory} ${program('eis_server')}\n`);
   fs.writeFileSync(inside('bus.conf'), `<busconfig><type>session</type><listen>unix:path=${inside('bus')}</listen>
     <servicedir>${directory}</servicedir><policy context='default'><allow send_destination='*'/>
     <allow receive_sender='*'/><allow own='*'/></policy></busconfig>`);
+  fs.writeFileSync(inside('pipewire.conf'), `context.spa-libs = { support.* = support/libspa-support }
+    context.properties = { core.daemon = true core.name = pipewire-0 support.dbus = false log.level = 0 }
+    context.modules = [ ${modules.map((name) => `{ name = libpipewire-module-${name} }`).join(' ')} ]`);
 
-  // Each ends at stop(), or with this process: the bus by a signal, the source with its input.
-  const start = (command, args, stdio) => {
-    const child = spawn(command, args, { env, stdio });
-    const lines = readline.createInterface({ input: child.stdout })[Symbol.asyncIterator]();
-    return { child, exited: once(child, 'exit'), answer: async () => (await lines.next()).value };
+  const children = [];
+  const start = (command, ...args) => {
+    const child = spawn(command, args, { env, stdio: ['pipe', 'pipe', 'ignore'] });
+    children.push({ child, exited: once(child, 'exit') });
+    return child;
   };
-  const bus = start('dbus-daemon', ['--nofork', '--print-pid', `--config-file=${inside('bus.conf')}`],
-    ['ignore', 'pipe', 'ignore']);
-  await bus.answer();
-  const killBus = () => bus.child.kill();
-  process.once('exit', killBus);
+  const stopAll = () => children.forEach(({ child }) => child.kill());
+  process.once('exit', stopAll);
 
-  let node = 0;
+  const bus = start('dbus-daemon', '--nofork', '--print-pid', `--config-file=${inside('bus.conf')}`);
+  const daemon = start('pipewire', '-c', inside('pipewire.conf'));
+  const screen = start(program('pipewire_source'));
+  const show = (line) => screen.stdin.write(`${line}\n`);
+  show(picture);
+  const [[node]] = await Promise.all([once(screen.stdout, 'data'), once(bus.stdout, 'data')]);
+
   const desktop = {
     env,
+    show,
+    killBus: () => bus.kill(),
+    killPipeWire: () => daemon.kill(),
+    eisServer: () => Number(fs.readFileSync(inside('eis.pid'), 'utf8')),
     // With it the record begins anew.
     setScript(steps) {
-      fs.truncateSync(inside('record'));
-      fs.writeFileSync(inside('script.new'), JSON.stringify({ node, ...steps }));
+      fs.writeFileSync(inside('record'), '');
+      fs.writeFileSync(inside('script.new'), JSON.stringify({ node: Number(node), ...steps }));
       fs.renameSync(inside('script.new'), inside('script.json'));
     },
-    // What the portal and the EIS server wrote down: [{ time, line }], time in
-    // microseconds of the monotonic clock.
-    timedRecord() {
-      return fs.readFileSync(inside('record'), 'utf8').split('\n').slice(0, -1).map((text) => {
-        const space = text.indexOf(' ');
-        return { time: Number(text.slice(0, space)), line: text.slice(space + 1) };
-      });
-    },
-    record: () => desktop.timedRecord().map(({ line }) => line),
+    // What the portal and the EIS server wrote down.
+    record: () => fs.readFileSync(inside('record'), 'utf8').split('\n').slice(0, -1),
     // The record, once the condition holds for it.
     async recordWhen(condition) {
-      for (const end = Date.now() + 20000; Date.now() < end; await delay(5)) {
-        const lines = desktop.record();
-        if (condition(lines)) return lines;
-      }
-      throw new Error(`the record did not come to what was waited for:\n${desktop.record().join('\n')}`);
+      await waitUntil(() => condition(desktop.record()), desktop.record);
+      return desktop.record();
     },
-    eisServer: () => Number(fs.readFileSync(inside('eis.pid'), 'utf8')),
-    killBus,
-    // A command of the PipeWire source; resolves to its answer.
-    async source(command) {
-      source.child.stdin.write(`${command}\n`);
-      return source.answer();
+    // A host on this desktop; `call` is for the addon's methods.
+    async startHost() {
+      const host = await startHost(env);
+      const call = (method, ...values) => host.run((addon, name, args) => addon[name](...args), method, values);
+      return { ...host, call };
     },
     async stop() {
-      killBus();
-      source?.child.stdin.end();
-      await Promise.all([bus.exited, source?.exited]);
-      process.off('exit', killBus);
+      stopAll();
+      await Promise.all(children.map(({ exited }) => exited));
+      process.off('exit', stopAll);
       fs.rmSync(directory, { recursive: true, force: true });
     },
   };
-  const source = stream && start(program('pipewire_source'), [directory, stream.format, stream.size],
-    ['pipe', 'pipe', 'ignore']);
-  if (source) {
-    node = Number((await source.answer()).split(' ')[1]);
-    await desktop.source('frame 1');
-  }
   desktop.setScript(script);
   return desktop;
 }

@@ -4,8 +4,7 @@
 //
 // A DEVICE is "pointer,button,scroll,keyboard", in any choice, then "@x,y,w,h"
 // for each region, then "!late" when it is announced only after another device
-// has started, or "!paused" when it is never resumed. RECORD gets a line for
-// each frame: the time that its sender gave it, the number of the device, the
+// has started. RECORD gets a line for each frame: the number of the device, the
 // events. Prints a line when it listens; ends with its first client, or when
 // its standard input does.
 
@@ -47,8 +46,8 @@ std::string format(const char* pattern, Values... values) {
   return text;
 }
 
-void writeDown(std::uint64_t time, const std::string& text) {
-  const std::string line = format("%llu ", static_cast<unsigned long long>(time)) + "eis " + text + "\n";
+void writeDown(const std::string& text) {
+  const std::string line = "eis " + text + "\n";
   if (write(recordFile, line.data(), line.size()) < 0) std::abort();
 }
 
@@ -70,7 +69,7 @@ void announce(eis_seat* seat, Device& device) {
     eis_region_unref(region);
   }
   eis_device_add(handle);
-  if (!device.has("!paused")) eis_device_resume(handle);
+  eis_device_resume(handle);
 }
 
 void announceAll(eis_seat* seat, bool late) {
@@ -89,7 +88,7 @@ bool handle(eis_event* event) {
   switch (eis_event_get_type(event)) {
     case EIS_EVENT_CLIENT_CONNECT: {
       eis_client* const client = eis_event_get_client(event);
-      writeDown(0, std::string("connect ") + eis_client_get_name(client));
+      writeDown(std::string("connect ") + eis_client_get_name(client));
       eis_client_connect(client);
       eis_seat* const seat = eis_client_new_seat(client, "seat");
       for (const auto capability :
@@ -102,7 +101,6 @@ bool handle(eis_event* event) {
       break;
     }
     case EIS_EVENT_CLIENT_DISCONNECT:
-      writeDown(0, "disconnect");
       return false;
     case EIS_EVENT_SEAT_BIND: {
       std::string bound;
@@ -112,12 +110,12 @@ bool handle(eis_event* event) {
         }
       }
       if (bound.empty()) break;  // the client is leaving
-      writeDown(0, "bind" + bound);
+      writeDown("bind" + bound);
       announceAll(eis_event_get_seat(event), false);
       break;
     }
     case EIS_EVENT_DEVICE_START_EMULATING:
-      writeDown(0, name + " start");
+      writeDown(name + " start");
       announceAll(eis_device_get_seat(source), true);
       break;
     case EIS_EVENT_POINTER_MOTION_ABSOLUTE:
@@ -135,7 +133,7 @@ bool handle(eis_event* event) {
       add(format("key %u %d", eis_event_keyboard_get_key(event), eis_event_keyboard_get_key_is_press(event)));
       break;
     case EIS_EVENT_FRAME:
-      writeDown(eis_event_get_time(event), name + std::exchange(devices.at(number).frame, ""));
+      writeDown(name + std::exchange(devices.at(number).frame, ""));
       break;
     default:
       break;

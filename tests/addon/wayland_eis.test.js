@@ -1,0 +1,67 @@
+'use strict';
+// EIS servers that fail, hang or go away.
+
+const assert = require('node:assert');
+const fs = require('node:fs');
+const { describe, it } = require('node:test');
+const { startDesktop } = require('../support/desktop');
+
+describe('an EIS server', { concurrency: true }, () => {
+  it('that fails at the start is done without', async () => {
+    // The message with which a server begins.
+    const greeting = '0000000000000000140000000000000001000000';
+    const sends = (bytes, close = false) => ({ eis: { bytes, close } });
+    const servers = [
+      { error: ['org.test.No', 'no'] }, { reply: '(handle 0,)' },
+      sends('', true), sends(greeting, true),
+      sends('0'.repeat(64)), sends('f'.repeat(64)), sends(greeting + greeting),
+      sends(`${greeting}0000000000000000200000000100000000000000000000000000000000000000`),
+      sends(greeting.slice(0, 20)), sends(''),
+    ];
+    const desktop = await startDesktop({ ConnectToEIS: servers });
+    const hosts = await Promise.all(servers.map(() => desktop.startHost()));
+    // Which host gets which server is left to chance.
+    await Promise.all(hosts.map((host) => host.call('move', 3, 4)));
+    const moves = desktop.record().filter((line) => /PointerMotionAbsolute .* 3.0, 4.0\)/.test(line));
+    assert.strictEqual(moves.length, servers.length);
+    const held = hosts.map(({ pid }) => fs.readdirSync(`/proc/${pid}/fd`)
+      .map((name) => fs.readlinkSync(`/proc/${pid}/fd/${name}`)).filter((target) => /socket|eventpoll/.test(target)).length);
+    assert.deepStrictEqual(held, held.map(() => held[0]));
+    for (const host of hosts) await host.stop();
+    await desktop.stop();
+  });
+
+  it('that stops reading is waited for, once', async () => {
+    const desktop = await startDesktop();
+    const host = await desktop.startHost();
+    await host.call('display');
+    const server = desktop.eisServer();
+    const codes = { a: 30, b: 48, c: 46, d: 32, e: 18 };
+    const taps = (text) => [...text].flatMap((letter) => [1, 0].map((state) => `eis 0 key ${codes[letter]} ${state}`));
+    const keys = (record) => record.filter((line) => /key/.test(line));
+    try {
+      process.kill(server, 'SIGSTOP');
+      setTimeout(() => process.kill(server, 'SIGCONT'), 2000);
+      const text = 'abcde'.repeat(60);
+      await host.call('type', text);
+      // Nothing may be left in the client, which does not come back to send it.
+      const lines = await desktop.recordWhen((record) => keys(record).length >= 600);
+      assert.deepStrictEqual(keys(lines), taps(text));
+
+      process.kill(server, 'SIGSTOP');
+      const begin = Date.now();
+      await host.call('type', 'a'.repeat(150));
+      assert.ok(Date.now() - begin < 20000);
+      process.kill(server, 'SIGCONT');
+      // No key stays down, and the next ones are typed.
+      await host.call('type', 'bcd');
+      await desktop.recordWhen((record) => keys(record).slice(-6).join() === taps('bcd').join());
+      assert.strictEqual(keys(desktop.record()).at(-7), taps('a')[1]);
+    } finally {
+      process.kill(server, 'SIGKILL');
+    }
+    await host.call('type', 'a'.repeat(150));
+    await host.stop();
+    await desktop.stop();
+  });
+});

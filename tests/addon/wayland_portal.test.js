@@ -1,0 +1,130 @@
+'use strict';
+// How the portal is asked for a session, and what comes of its failures.
+
+const assert = require('node:assert');
+const { execFileSync } = require('node:child_process');
+const fs = require('node:fs');
+const path = require('node:path');
+const { it } = require('node:test');
+const { startDesktop } = require('../support/desktop');
+const { waitUntil } = require('../support/wait');
+
+const property = (value) => ({ reply: `(<${value}>,)` });
+const answer = (code, results = '@a{sv} {}') => ({ response: `(uint32 ${code}, ${results})` });
+const no = { error: ['org.test.No', 'not today'] };
+
+it('asks for one session, and binds what an EIS server has for it', async () => {
+  const desktop = await startDesktop();
+  const host = await desktop.startHost();
+  assert.strictEqual((await host.call('display')).width, 1280);
+  await host.stop();
+  const lines = await desktop.recordWhen((record) => record.filter((line) => /start$/.test(line)).length === 2);
+  assert.deepStrictEqual(lines.filter((line) => !/^eis/.test(line)), [
+    "Properties.Get ('org.freedesktop.portal.ScreenCast', 'AvailableSourceTypes')",
+    "Properties.Get ('org.freedesktop.portal.ScreenCast', 'AvailableCursorModes')",
+    "RemoteDesktop.CreateSession ({'handle_token': <'#1'>, 'session_handle_token': <'#2'>},)",
+    "RemoteDesktop.SelectDevices ('/session/1', {'handle_token': <'#3'>, 'types': <uint32 3>})",
+    "ScreenCast.SelectSources ('/session/1', {'handle_token': <'#4'>, 'types': <uint32 1>, 'multiple': <false>, "
+      + "'cursor_mode': <uint32 4>})",
+    "RemoteDesktop.Start ('/session/1', '', {'handle_token': <'#5'>})",
+    "RemoteDesktop.ConnectToEIS ('/session/1', {})",
+    "ScreenCast.OpenPipeWireRemote ('/session/1', {})",
+    'Session.Close /session/1']);
+  assert.deepStrictEqual(lines.filter((line) => /^eis/.test(line)),
+    ['eis connect ostler-client', 'eis bind 2 4 16 32', 'eis 0 start', 'eis 1 start']);
+  await desktop.stop();
+});
+
+it('picks one source type and the best cursor mode', async () => {
+  const desktop = await startDesktop();
+  const host = await desktop.startHost();
+  for (const [sources, cursors, type, mode] of [[3, 7, 1, 4], [1, 4, 1, 4], [2, 3, 2, 2], [6, 2, 2, 2], [7, 1, 1, 1], [1, 0, 1, 1]]) {
+    desktop.setScript({
+      AvailableSourceTypes: property(`uint32 ${sources}`), AvailableCursorModes: property(`uint32 ${cursors}`), Start: no,
+    });
+    await assert.rejects(host.call('display'));
+    assert.match(desktop.record()[4], RegExp(`'types': <uint32 ${type}>, .*'cursor_mode': <uint32 ${mode}>`));
+  }
+  await host.stop();
+  await desktop.stop();
+});
+
+it('fails in these words, closes the session and keeps nothing of it', async () => {
+  const denied = 'The user denied the Wayland portal request.';
+  const failed = 'The Wayland portal request failed.';
+  const noHandle = 'Missing portal response field: session_handle';
+  const noStreams = 'Wayland portal did not return any ScreenCast streams.';
+  const noProperty = 'Unable to read portal property org.freedesktop.portal.ScreenCast.AvailableSourceTypes: ';
+  const failedCall = 'Portal call failed for org.freedesktop.portal.RemoteDesktop.';
+  const refusal = 'GDBus.Error:org.test.No: not today';
+  const odd = { CreateSession: { when: 'before' }, SelectDevices: { path: '/elsewhere' },
+    SelectSources: { path: '/elsewhere', when: 'before' }, Start: { delay: 1, ...answer(1) } };
+  // The number: how many sessions are closed.
+  const cases = [
+    [{ AvailableSourceTypes: property('uint32 4') }, 'Wayland ScreenCast portal does not expose a monitor or window source.', 0],
+    [{ AvailableSourceTypes: property("'7'") }, `${noProperty}unknown error`, 0],
+    [{ AvailableSourceTypes: no }, noProperty + refusal, 0],
+    [{ CreateSession: no }, `${failedCall}CreateSession: ${refusal}`, 0],
+    [{ CreateSession: { reply: "('no path',)" } },
+      `${failedCall}CreateSession: Method “CreateSession” returned type “(s)”, but expected “(o)”`, 0],
+    [{ CreateSession: answer(1) }, denied, 0],
+    [{ CreateSession: { response: '(uint32 0,)' } }, failed, 0],
+    ...['@a{sv} {}', "{'session_handle': <''>}", "{'session_handle': <uint32 1>}", "{'session_handle': <'no path'>}"].map(
+      (results) => [{ CreateSession: answer(0, results) }, noHandle, 0]),
+    [{ SelectDevices: no }, `${failedCall}SelectDevices: ${refusal}`, 1],
+    [{ SelectSources: answer(2, "{'streams': <'none'>}") }, failed, 1],
+    [{ Start: answer(77) }, failed, 1],
+    [{ Start: answer(0) }, noStreams, 1],
+    [{ Start: answer(0, "{'streams': <@a(ua{sv}) []>}") }, noStreams, 1],
+    [{ Start: answer(0, "{'streams': <'none'>}") }, noStreams, 1],
+    [{ Start: answer(0, "{'streams': <[(uint32 0, @a{sv} {})]>}") }, 'Wayland portal returned an invalid PipeWire stream node id.', 1],
+    [{ Start: { when: 'exit' } }, failed, 0],
+    ...Array(10).fill([odd, denied, 1]),
+    [{ OpenPipeWireRemote: no }, `Failed to open the PipeWire remote from the Wayland portal: ${refusal}`, 1],
+    [{ OpenPipeWireRemote: { reply: '(handle 0,)' } },
+      'Failed to retrieve the PipeWire file descriptor from the Wayland portal: unknown error', 1],
+    ...Array(5).fill([{}, 'Wayland ScreenCast stream failed: picture lost', 1]),
+  ];
+  const desktop = await startDesktop();
+  desktop.show('fail picture lost');
+  const host = await desktop.startHost();
+  const held = () => ['fd', 'task'].map((kind) => fs.readdirSync(`/proc/${host.pid}/${kind}`).length);
+  const rounds = [];
+  for (let round = 0; round < 2; round++) {
+    for (const [script, message, closed] of cases) {
+      desktop.setScript(script);
+      await assert.rejects(host.call('display'), { message }, JSON.stringify(script));
+      const closes = desktop.record().filter((line) => line === 'Session.Close /session/1');
+      assert.strictEqual(closes.length, closed, JSON.stringify(script));
+    }
+    rounds.push(held());
+  }
+  // GLib's own thread closes some descriptors.
+  await waitUntil(() => held().every((count, kind) => count <= rounds[0][kind]), () => [rounds, held()]);
+  desktop.show('BGRx 64 48 1');
+  desktop.setScript({});
+  assert.strictEqual((await host.call('display')).width, 1280);
+  await host.stop();
+  await desktop.stop();
+});
+
+it('outlives the bus', async () => {
+  const desktop = await startDesktop({ Start: { when: 'never' } });
+  const host = await desktop.startHost();
+  const thinking = assert.rejects(host.call('display'), { message: 'The Wayland portal request failed.' });
+  await desktop.recordWhen((record) => record.some((line) => line.startsWith('RemoteDesktop.Start')));
+  desktop.killBus();
+  await thinking;
+  await assert.rejects(host.call('move', 1, 1), { message: /^Unable to connect to the session D-Bus: / });
+  await host.stop();
+  await desktop.stop();
+});
+
+it('leaves the main context of GLib to its other users while a person thinks', async () => {
+  const desktop = await startDesktop({ Start: { delay: 300 } });
+  for (const args of [[], ['thread']]) {
+    const calls = execFileSync(path.join(process.env.OSTLER_TEST_PROGRAMS, 'glib_host'), args, { env: desktop.env });
+    assert.ok(Number(calls) >= 10, `${args} ${calls}`);
+  }
+  await desktop.stop();
+});
