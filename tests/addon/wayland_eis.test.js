@@ -35,7 +35,7 @@ describe('an EIS server', { concurrency: true }, () => {
     const desktop = await startDesktop();
     const host = await desktop.startHost();
     await host.call('display');
-    const server = desktop.eisServer();
+    const server = desktop.portal();
     const codes = { a: 30, b: 48, c: 46, d: 32, e: 18 };
     const taps = (text) => [...text].flatMap((letter) => [1, 0].map((state) => `eis 0 key ${codes[letter]} ${state}`));
     const keys = (record) => record.filter((line) => /key/.test(line));

@@ -1,7 +1,7 @@
 'use strict';
 // A Wayland desktop for tests: a private session bus, on which the portal of
-// portal.py starts when it is called, the EIS server that the portal hands out,
-// and a PipeWire daemon with a screen (see pipewire_source.cpp).
+// portal.py starts when it is called, the EIS server that it hands out, and a
+// PipeWire daemon with a screen (see pipewire_source.cpp).
 
 const { spawn } = require('node:child_process');
 const { once } = require('node:events');
@@ -26,7 +26,7 @@ async function startDesktop(script = {}, picture = 'BGRx 64 48 1') {
   };
   fs.writeFileSync(inside('org.freedesktop.portal.Desktop.service'), `[D-BUS Service]
 Name=org.freedesktop.portal.Desktop
-Exec=/usr/bin/python3 ${path.join(__dirname, 'portal.py')} ${directory} ${program('eis_server')}\n`);
+Exec=/usr/bin/python3 -B ${path.join(__dirname, 'portal.py')} ${directory}\n`);
   fs.writeFileSync(inside('bus.conf'), `<busconfig><type>session</type><listen>unix:path=${inside('bus')}</listen>
     <servicedir>${directory}</servicedir><policy context='default'><allow send_destination='*'/>
     <allow receive_sender='*'/><allow own='*'/></policy></busconfig>`);
@@ -55,7 +55,8 @@ Exec=/usr/bin/python3 ${path.join(__dirname, 'portal.py')} ${directory} ${progra
     show,
     killBus: () => bus.kill(),
     killPipeWire: () => daemon.kill(),
-    eisServer: () => Number(fs.readFileSync(inside('eis.pid'), 'utf8')),
+    // The process of the portal and of its EIS server.
+    portal: () => Number(fs.readFileSync(inside('portal.pid'), 'utf8')),
     // With it the record begins anew.
     setScript(steps) {
       fs.writeFileSync(inside('record'), '');

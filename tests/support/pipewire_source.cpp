@@ -11,13 +11,14 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <map>
 #include <optional>
 #include <sstream>
 #include <string>
 #include <thread>
+#include <tuple>
+#include <utility>
 
 #include <pipewire/pipewire.h>
 #include <spa/buffer/meta.h>
@@ -34,66 +35,57 @@
 namespace {
 
 struct Picture {
-  std::uint32_t format, width, height, seed;
+  std::uint32_t format = 0, width = 0, height = 0, seed = 0;
   std::optional<spa_point> cursor;
-
-  bool fits(const Picture& other) const {
-    return format == other.format && width == other.width && height == other.height;
-  }
 };
 
-pw_main_loop* mainLoop;
+const std::map<std::string, std::uint32_t> formats = {
+    {"BGRx", SPA_VIDEO_FORMAT_BGRx}, {"BGRA", SPA_VIDEO_FORMAT_BGRA}, {"RGBx", SPA_VIDEO_FORMAT_RGBx}};
+
 pw_core* core;
 pw_stream* stream;
 pw_registry* registry;
-std::uint32_t outputPort = 0, consumerNode = 0;
-pw_client* consumer = nullptr;
+std::uint32_t outputPort, consumerNode;
+pw_client* consumer;
 Picture picture;
-bool negotiated = false;  // in the format of the picture
+bool negotiated;  // in the format of the picture
 std::string failure;
 
 alignas(8) unsigned char podRoom[2048];
 spa_pod_builder pods;
 
-Picture parsePicture(const std::string& line) {
-  static const std::map<std::string, std::uint32_t> formats = {
-      {"BGRx", SPA_VIDEO_FORMAT_BGRx}, {"BGRA", SPA_VIDEO_FORMAT_BGRA}, {"RGBx", SPA_VIDEO_FORMAT_RGBx}};
-  std::istringstream words(line);
-  std::string name;
-  Picture read{};
-  spa_point cursor{};
-  words >> name >> read.width >> read.height >> read.seed;
-  read.format = formats.at(name);
-  if (words >> cursor.x >> cursor.y) read.cursor = cursor;
-  return read;
+template <typename... Properties>
+const spa_pod* addPod(std::uint32_t type, std::uint32_t id, Properties... properties) {
+  spa_pod_frame frame;
+  spa_pod_builder_push_object(&pods, &frame, type, id);
+  spa_pod_builder_add(&pods, properties..., 0);
+  return static_cast<const spa_pod*>(spa_pod_builder_pop(&pods, &frame));
 }
 
 const spa_pod* offeredFormat() {
   spa_pod_builder_init(&pods, podRoom, sizeof podRoom);
   const spa_rectangle size{picture.width, picture.height};
-  const spa_fraction rate{0, 1};
-  return static_cast<const spa_pod*>(spa_pod_builder_add_object(
-      &pods, SPA_TYPE_OBJECT_Format, SPA_PARAM_EnumFormat, SPA_FORMAT_mediaType,
-      SPA_POD_Id(SPA_MEDIA_TYPE_video), SPA_FORMAT_mediaSubtype, SPA_POD_Id(SPA_MEDIA_SUBTYPE_raw),
-      SPA_FORMAT_VIDEO_format, SPA_POD_Id(picture.format), SPA_FORMAT_VIDEO_size, SPA_POD_Rectangle(&size),
-      SPA_FORMAT_VIDEO_framerate, SPA_POD_Fraction(&rate)));
+  return addPod(SPA_TYPE_OBJECT_Format, SPA_PARAM_EnumFormat, SPA_FORMAT_mediaType,
+                SPA_POD_Id(SPA_MEDIA_TYPE_video), SPA_FORMAT_mediaSubtype, SPA_POD_Id(SPA_MEDIA_SUBTYPE_raw),
+                SPA_FORMAT_VIDEO_format, SPA_POD_Id(picture.format), SPA_FORMAT_VIDEO_size,
+                SPA_POD_Rectangle(&size));
 }
 
 void onParamChanged(void*, std::uint32_t id, const spa_pod* param) {
   if (param == nullptr || id != SPA_PARAM_Format) return;
   negotiated = true;
   spa_pod_builder_init(&pods, podRoom, sizeof podRoom);
-  const int stride = static_cast<int>(picture.width * 4), cursorSize = 4096;
+  const int stride = static_cast<int>(picture.width * 4);
+  // As GNOME has it.
+  const int cursorSize = sizeof(spa_meta_cursor) + sizeof(spa_meta_bitmap) + 384 * 384 * 4;
   const spa_pod* answer[] = {
-      static_cast<const spa_pod*>(spa_pod_builder_add_object(
-          &pods, SPA_TYPE_OBJECT_ParamBuffers, SPA_PARAM_Buffers, SPA_PARAM_BUFFERS_buffers,
-          SPA_POD_CHOICE_RANGE_Int(16, 2, 16), SPA_PARAM_BUFFERS_blocks, SPA_POD_Int(1),
-          SPA_PARAM_BUFFERS_size, SPA_POD_Int(stride * static_cast<int>(picture.height)),
-          SPA_PARAM_BUFFERS_stride, SPA_POD_Int(stride), SPA_PARAM_BUFFERS_dataType,
-          SPA_POD_Int(1 << SPA_DATA_MemFd))),
-      static_cast<const spa_pod*>(spa_pod_builder_add_object(&pods, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta,
-                                                             SPA_PARAM_META_type, SPA_POD_Id(SPA_META_Cursor),
-                                                             SPA_PARAM_META_size, SPA_POD_Int(cursorSize)))};
+      addPod(SPA_TYPE_OBJECT_ParamBuffers, SPA_PARAM_Buffers, SPA_PARAM_BUFFERS_buffers,
+             SPA_POD_CHOICE_RANGE_Int(16, 2, 16), SPA_PARAM_BUFFERS_blocks, SPA_POD_Int(1),
+             SPA_PARAM_BUFFERS_size, SPA_POD_Int(stride * static_cast<int>(picture.height)),
+             SPA_PARAM_BUFFERS_stride, SPA_POD_Int(stride), SPA_PARAM_BUFFERS_dataType,
+             SPA_POD_Int(1 << SPA_DATA_MemFd)),
+      addPod(SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta, SPA_PARAM_META_type, SPA_POD_Id(SPA_META_Cursor),
+             SPA_PARAM_META_size, SPA_POD_Int(cursorSize))};
   pw_stream_update_params(stream, answer, 2);
 }
 
@@ -149,20 +141,27 @@ void onGlobal(void*, std::uint32_t id, std::uint32_t, const char* type, std::uin
   pw_core_create_object(core, "link-factory", PW_TYPE_INTERFACE_Link, PW_VERSION_LINK, &ends, 0);
 }
 
-std::string readInput() {
+// Whether another format has to be negotiated.
+bool readInput() {
   char text[1000];
-  const ssize_t size = read(STDIN_FILENO, text, sizeof text);
+  const ssize_t size = read(STDIN_FILENO, text, sizeof text - 1);
   if (size <= 0) _exit(0);
-  return {text, static_cast<std::size_t>(size)};
+  text[size - 1] = '\0';
+  failure = std::strncmp(text, "fail ", 5) == 0 ? text + 5 : "";
+  if (!failure.empty()) return false;
+  std::istringstream words(text);
+  std::string format;
+  const Picture before = std::exchange(picture, {});
+  words >> format >> picture.width >> picture.height >> picture.seed;
+  picture.format = formats.at(format);
+  spa_point cursor{};
+  if (words >> cursor.x >> cursor.y) picture.cursor = cursor;
+  return std::tie(before.format, before.width, before.height) !=
+         std::tie(picture.format, picture.width, picture.height);
 }
 
 void onInput(void*, int, std::uint32_t) {
-  const std::string line = readInput();
-  failure = line.starts_with("fail ") ? line.substr(5, line.size() - 6) : "";
-  if (!failure.empty()) return;
-  const Picture before = picture;
-  picture = parsePicture(line);
-  if (picture.fits(before)) return;
+  if (!readInput()) return;
   negotiated = false;
   const spa_pod* format = offeredFormat();
   pw_stream_update_params(stream, &format, 1);
@@ -171,9 +170,9 @@ void onInput(void*, int, std::uint32_t) {
 }  // namespace
 
 int main() {
-  picture = parsePicture(readInput());
+  readInput();
   pw_init(nullptr, nullptr);
-  mainLoop = pw_main_loop_new(nullptr);
+  pw_main_loop* const mainLoop = pw_main_loop_new(nullptr);
   pw_loop* const loop = pw_main_loop_get_loop(mainLoop);
   pw_context* const context = pw_context_new(loop, nullptr, 0);
   // The daemon is still on its way.

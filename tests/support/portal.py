@@ -1,42 +1,41 @@
 #!/usr/bin/python3
-"""A desktop portal that does as a test says and writes down what it was asked.
-
-    portal.py DIRECTORY EIS_SERVER
-
-Started by the bus when somebody asks for its name. DIRECTORY/script.json names
-what is out of the ordinary, per method or property, as one step for all calls
-or a list of steps, one a call. All values are GVariant texts:
-
-    error      [name, message]: the call fails
-    reply      what the method replies
-    response   body of the Response signal, "(uint32 CODE, RESULTS)"; in it SESSION
-               is the new session's path and NODE what the script has as "node"
-    path       object path of the request, when it is not the usual one
-    delay      milliseconds between the reply and the Response
-    when       "before": Response before the reply; "never"; "exit": the portal
-               ends after its reply
-    eis        device descriptions for the EIS server, or {"bytes": hex, "close": bool}
-               for a socket that sends just that
-
-DIRECTORY/record has a line for each call, "Interface.Method ARGUMENTS"; the EIS
-server adds its own. Tokens are written #1, #2... in order of appearance. A new
-script starts all counts again.
-"""
+# A desktop portal that does as a test says and writes down what it was asked.
+#
+#     portal.py DIRECTORY
+#
+# Started by the bus when somebody asks for its name. DIRECTORY/script.json names
+# what is out of the ordinary, per method or property, as one step for all calls
+# or a list of steps, one a call. All values are GVariant texts:
+#
+#     error      [name, message]: the call fails
+#     reply      what the method replies
+#     response   body of the Response signal, "(uint32 CODE, RESULTS)"; in it SESSION
+#                is the new session's path and NODE what the script has as "node"
+#     path       object path of the request, when it is not the usual one
+#     delay      milliseconds between the reply and the Response
+#     when       "before": Response before the reply; "never"; "exit": the portal
+#                ends after its reply
+#     eis        device descriptions for the EIS server, or {"bytes": hex, "close": bool}
+#                for a socket that sends just that
+#
+# DIRECTORY/record has a line for each call, "Interface.Method ARGUMENTS"; the EIS
+# server adds its own. Tokens are written #1, #2... in order of appearance. A new
+# script starts all counts again.
 import json
 import os
 import re
 import socket
-import subprocess
 import sys
 
+import eis_server
 from gi.repository import Gio, GLib
 
-directory, eis_server = sys.argv[1:]
+directory = sys.argv[1]
 record = open(os.path.join(directory, 'record'), 'ab', buffering=0)
 desktop = '/org/freedesktop/portal/desktop'
 bus = Gio.bus_get_sync(Gio.BusType.SESSION)
 served = set()  # sessions
-kept = []  # sockets and processes of EIS channels
+kept = []  # EIS channels
 
 INTERFACES = {
     'DBus.Properties': {'Get': 's s'},
@@ -102,7 +101,7 @@ def called(_bus, sender, path, interface, method, parameters, invocation):
     elif method in RESPONSES:
         request(message, sender, method, parameters, step)
     elif method in ('ConnectToEIS', 'OpenPipeWireRemote') and 'reply' not in step:
-        with connect_to_eis(step) if method == 'ConnectToEIS' else connect('pipewire-0') as end:
+        with connect_to_eis(step) if method == 'ConnectToEIS' else connect_to_pipewire() as end:
             descriptors = Gio.UnixFDList.new()
             descriptors.append(end.fileno())
             reply(message, '(handle 0,)', descriptors)
@@ -141,32 +140,27 @@ def request(message, sender, method, parameters, step):
         respond()
 
 
-def connect(name):
+def connect_to_pipewire():
     end = socket.socket(socket.AF_UNIX)
-    end.connect(os.path.join(directory, name))
+    end.connect(os.path.join(directory, 'pipewire-0'))
     return end
 
 
 def connect_to_eis(step):
     channel = step.get('eis', DEVICES)
-    if isinstance(channel, dict):
-        end, other = socket.socketpair()
-        other.send(bytes.fromhex(channel['bytes']))
-        if channel.get('close'):
-            other.close()
-        kept.append(other)
-        return end
-    name = 'eis-%d' % len(kept)
-    # The server ends with the pipe on its standard input.
-    server = subprocess.Popen([eis_server, os.path.join(directory, name), record.name, *channel],
-                              stdin=subprocess.PIPE, stdout=subprocess.PIPE)
-    kept.append(server)
-    server.stdout.readline()
-    with open(os.path.join(directory, 'eis.pid'), 'w') as file:
-        file.write(str(server.pid))
-    return connect(name)
+    if isinstance(channel, list):
+        kept.append(eis_server.Channel(channel, script.write_down))
+        return socket.socket(fileno=kept[-1].client_end)
+    end, other = socket.socketpair()
+    other.send(bytes.fromhex(channel['bytes']))
+    if channel.get('close'):
+        other.close()
+    kept.append(other)
+    return end
 
 
+with open(os.path.join(directory, 'portal.pid'), 'w') as pid:
+    pid.write(str(os.getpid()))
 serve(desktop)
 Gio.bus_own_name_on_connection(bus, 'org.freedesktop.portal.Desktop', Gio.BusNameOwnerFlags.NONE, None, None)
 GLib.MainLoop().run()

@@ -1,0 +1,87 @@
+# A compositor's input socket that writes down what arrives.
+#
+# A device is "pointer,button,scroll,keyboard", in any choice, then "@x,y,w,h" if
+# it has a region, then "!late" when it is announced only after another device
+# has started. There is a line for each frame: the number of the device, the
+# events.
+import ctypes
+
+from gi.repository import GLib
+
+library = ctypes.CDLL('libeis.so.1')
+CONNECT, BIND, FRAME, START, MOTION, BUTTON, SCROLL, KEY = 1, 3, 100, 200, 400, 500, 603, 700
+CAPABILITIES = {'pointer': 2, 'keyboard': 4, 'scroll': 16, 'button': 32}
+
+
+def eis(function, *arguments, result=ctypes.c_void_p):
+    function = getattr(library, 'eis_' + function)
+    function.restype = result
+    return function(*(ctypes.c_void_p(a) if isinstance(a, int) else a for a in arguments))
+
+
+class Channel:
+    def __init__(self, descriptions, write_down):
+        self.waiting, self.write_down = descriptions, write_down
+        self.devices, self.frame = [], ''
+        self.context = eis('new', None)
+        eis('setup_backend_fd', self.context)
+        self.client_end = eis('backend_fd_add_client', self.context, result=ctypes.c_int)
+        GLib.io_add_watch(eis('get_fd', self.context, result=ctypes.c_int), 0, GLib.IO_IN, self.dispatch)
+
+    def dispatch(self, *_):
+        eis('dispatch', self.context)
+        while event := eis('get_event', self.context):
+            self.handle(event, eis('event_get_type', event, result=ctypes.c_int))
+            eis('event_unref', event)
+        return True
+
+    def handle(self, event, kind):
+        value = lambda name, result=ctypes.c_int: eis('event_' + name, event, result=result)
+        device = eis('event_get_device', event)
+        number = self.devices.index(device) if device in self.devices else None
+        if kind == CONNECT:
+            client = eis('event_get_client', event)
+            self.write_down('eis connect ' + eis('client_get_name', client, result=ctypes.c_char_p).decode())
+            eis('client_connect', client)
+            seat = eis('client_new_seat', client, b'seat')
+            for capability in range(6):
+                eis('seat_configure_capability', seat, 1 << capability)
+            eis('seat_add', seat)
+        elif kind == BIND:
+            has = lambda capability: eis('event_seat_has_capability', event, capability, result=ctypes.c_bool)
+            bound = [str(1 << capability) for capability in range(6) if has(1 << capability)]
+            if bound:  # else the client is leaving
+                self.write_down('eis bind ' + ' '.join(bound))
+                self.announce(eis('event_get_seat', event), late=False)
+        elif kind == START:
+            self.write_down('eis %d start' % number)
+            self.announce(eis('device_get_seat', device), late=True)
+        elif kind == MOTION:
+            x, y = (value('pointer_get_absolute_' + axis, ctypes.c_double) for axis in 'xy')
+            self.frame += ' motion %.9g %.9g' % (x, y)
+        elif kind == BUTTON:
+            self.frame += ' button %d %d' % (value('button_get_button'), value('button_get_is_press'))
+        elif kind == SCROLL:
+            self.frame += ' scroll %d %d' % (value('scroll_get_discrete_dx'), value('scroll_get_discrete_dy'))
+        elif kind == KEY:
+            self.frame += ' key %d %d' % (value('keyboard_get_key'), value('keyboard_get_key_is_press'))
+        elif kind == FRAME:
+            self.write_down('eis %d%s' % (number, self.frame))
+            self.frame = ''
+
+    def announce(self, seat, late):
+        now = [text for text in self.waiting if text.endswith('!late') == late]
+        self.waiting = [text for text in self.waiting if text not in now]
+        for words, _, area in (text.replace('!late', '').partition('@') for text in now):
+            device = eis('seat_new_device', seat)
+            for word in words.split(','):
+                eis('device_configure_capability', device, CAPABILITIES[word])
+            if area:
+                x, y, width, height = map(int, area.split(','))
+                region = eis('device_new_region', device)
+                eis('region_set_offset', region, x, y)
+                eis('region_set_size', region, width, height)
+                eis('region_add', region)
+            eis('device_add', device)
+            eis('device_resume', device)
+            self.devices.append(device)
