@@ -17,7 +17,7 @@ it('asks for one session, and binds what an EIS server has for it', async () => 
   const desktop = await startDesktop();
   const host = await desktop.startHost();
   assert.strictEqual((await host.call('display')).width, 1280);
-  await host.stop();
+  await desktop.stopHosts();
   const lines = await desktop.recordWhen((record) => record.filter((line) => /start$/.test(line)).length === 2);
   assert.deepStrictEqual(lines.filter((line) => !/^eis/.test(line)), [
     "Properties.Get ('org.freedesktop.portal.ScreenCast', 'AvailableSourceTypes')",
@@ -35,50 +35,39 @@ it('asks for one session, and binds what an EIS server has for it', async () => 
   await desktop.stop();
 });
 
-it('picks one source type and the best cursor mode', async () => {
-  const desktop = await startDesktop();
-  const host = await desktop.startHost();
-  for (const [sources, cursors, type, mode] of [[3, 7, 1, 4], [1, 4, 1, 4], [2, 3, 2, 2], [6, 2, 2, 2], [7, 1, 1, 1], [1, 0, 1, 1]]) {
-    desktop.setScript({
-      AvailableSourceTypes: property(`uint32 ${sources}`), AvailableCursorModes: property(`uint32 ${cursors}`), Start: no,
-    });
-    await assert.rejects(host.call('display'));
-    assert.match(desktop.record()[4], RegExp(`'types': <uint32 ${type}>, .*'cursor_mode': <uint32 ${mode}>`));
-  }
-  await host.stop();
-  await desktop.stop();
-});
-
-it('fails in these words, closes the session and keeps nothing of it', async () => {
+it('picks its sources, and fails in these words, closes the session and keeps nothing of it', async () => {
   const denied = 'The user denied the Wayland portal request.';
   const failed = 'The Wayland portal request failed.';
   const noHandle = 'Missing portal response field: session_handle';
   const noStreams = 'Wayland portal did not return any ScreenCast streams.';
   const noProperty = 'Unable to read portal property org.freedesktop.portal.ScreenCast.AvailableSourceTypes: ';
-  const failedCall = 'Portal call failed for org.freedesktop.portal.RemoteDesktop.';
+  const failedCall = 'Portal call failed for org.freedesktop.portal.';
   const refusal = 'GDBus.Error:org.test.No: not today';
   const odd = { CreateSession: { when: 'before' }, SelectDevices: { path: '/elsewhere' },
     SelectSources: { path: '/elsewhere', when: 'before' }, Start: { delay: 1, ...answer(1) } };
-  // The number: how many sessions are closed.
+  // Script, failure, how many sessions are closed, and what sources were asked for.
   const cases = [
     [{ AvailableSourceTypes: property('uint32 4') }, 'Wayland ScreenCast portal does not expose a monitor or window source.', 0],
     [{ AvailableSourceTypes: property("'7'") }, `${noProperty}unknown error`, 0],
     [{ AvailableSourceTypes: no }, noProperty + refusal, 0],
-    [{ CreateSession: no }, `${failedCall}CreateSession: ${refusal}`, 0],
+    [{ CreateSession: no }, `${failedCall}RemoteDesktop.CreateSession: ${refusal}`, 0],
     [{ CreateSession: { reply: "('no path',)" } },
-      `${failedCall}CreateSession: Method “CreateSession” returned type “(s)”, but expected “(o)”`, 0],
+      `${failedCall}RemoteDesktop.CreateSession: Method “CreateSession” returned type “(s)”, but expected “(o)”`, 0],
     [{ CreateSession: answer(1) }, denied, 0],
     [{ CreateSession: { response: '(uint32 0,)' } }, failed, 0],
     ...['@a{sv} {}', "{'session_handle': <''>}", "{'session_handle': <uint32 1>}", "{'session_handle': <'no path'>}"].map(
       (results) => [{ CreateSession: answer(0, results) }, noHandle, 0]),
-    [{ SelectDevices: no }, `${failedCall}SelectDevices: ${refusal}`, 1],
+    ...[[3, 7, 1, 4], [1, 4, 1, 4], [2, 3, 2, 2], [6, 2, 2, 2], [7, 1, 1, 1], [1, 0, 1, 1]].map(
+      ([sources, cursors, type, mode]) => [
+        { AvailableSourceTypes: property(`uint32 ${sources}`), AvailableCursorModes: property(`uint32 ${cursors}`), SelectSources: no },
+        `${failedCall}ScreenCast.SelectSources: ${refusal}`, 1, `<uint32 ${type}>, .*'cursor_mode': <uint32 ${mode}>`]),
+    [{ SelectDevices: no }, `${failedCall}RemoteDesktop.SelectDevices: ${refusal}`, 1],
     [{ SelectSources: answer(2, "{'streams': <'none'>}") }, failed, 1],
     [{ Start: answer(77) }, failed, 1],
-    [{ Start: answer(0) }, noStreams, 1],
-    [{ Start: answer(0, "{'streams': <@a(ua{sv}) []>}") }, noStreams, 1],
-    [{ Start: answer(0, "{'streams': <'none'>}") }, noStreams, 1],
+    ...['@a{sv} {}', "{'streams': <@a(ua{sv}) []>}", "{'streams': <'none'>}"].map(
+      (results) => [{ Start: answer(0, results) }, noStreams, 1]),
     [{ Start: answer(0, "{'streams': <[(uint32 0, @a{sv} {})]>}") }, 'Wayland portal returned an invalid PipeWire stream node id.', 1],
-    [{ Start: { when: 'exit' } }, failed, 0],
+    [{ Start: { when: 'exit' } }, failed, 1],
     ...Array(10).fill([odd, denied, 1]),
     [{ OpenPipeWireRemote: no }, `Failed to open the PipeWire remote from the Wayland portal: ${refusal}`, 1],
     [{ OpenPipeWireRemote: { reply: '(handle 0,)' } },
@@ -91,11 +80,12 @@ it('fails in these words, closes the session and keeps nothing of it', async () 
   const held = () => ['fd', 'task'].map((kind) => fs.readdirSync(`/proc/${host.pid}/${kind}`).length);
   const rounds = [];
   for (let round = 0; round < 2; round++) {
-    for (const [script, message, closed] of cases) {
+    for (const [script, message, closed, asked = ''] of cases) {
       desktop.setScript(script);
       await assert.rejects(host.call('display'), { message }, JSON.stringify(script));
       const closes = desktop.record().filter((line) => line === 'Session.Close /session/1');
       assert.strictEqual(closes.length, closed, JSON.stringify(script));
+      assert.match(desktop.record().join(), RegExp(asked));
     }
     rounds.push(held());
   }
@@ -104,7 +94,6 @@ it('fails in these words, closes the session and keeps nothing of it', async () 
   desktop.show('BGRx 64 48 1');
   desktop.setScript({});
   assert.strictEqual((await host.call('display')).width, 1280);
-  await host.stop();
   await desktop.stop();
 });
 
@@ -116,7 +105,6 @@ it('outlives the bus', async () => {
   desktop.killBus();
   await thinking;
   await assert.rejects(host.call('move', 1, 1), { message: /^Unable to connect to the session D-Bus: / });
-  await host.stop();
   await desktop.stop();
 });
 

@@ -36,8 +36,6 @@ it('opens with the first call that needs it, and closes with the host', async ()
   for (const [x, y] of [[0, 0], [63, 0], [17, 23], [63, 47]]) assert.deepStrictEqual(whole.pixel(x, y), [x, y, 1]);
   const crop = await shot(host, 8, 8, 640, 360, 1280, 720);
   assert.deepStrictEqual([crop.width, crop.height, crop.pixel(0, 0)], [32, 24, [32, 24, 1]]);
-  const half = await shot(host, 32, 24);
-  assert.deepStrictEqual([half.width, half.height, half.pixel(1, 0)], [32, 24, [3, 1, 1]]);
 
   await host.call('move', 30.6, 12);
   assert.deepStrictEqual(await host.call('cursorPosition'), { x: 31, y: 12 });
@@ -51,7 +49,7 @@ it('opens with the first call that needs it, and closes with the host', async ()
   assert.strictEqual((await host.call('display')).width, 1280);
 
   assert.strictEqual(desktop.record().filter((line) => line.startsWith('RemoteDesktop.Start')).length, 1);
-  await host.stop();
+  await desktop.stopHosts();
   assert.ok(closed(desktop.record()));
   await desktop.stop();
 });
@@ -70,7 +68,6 @@ it('follows a change of format, from one whole frame to the next', async () => {
     }
   }
   assert.strictEqual((await host.call('display')).width, 64, 'the first size of the stream');
-  await host.stop();
   await desktop.stop();
 });
 
@@ -83,7 +80,6 @@ it('fails when PipeWire dies, before the first frame and after it', async () => 
     if (seed !== 0) await opened;
     desktop.killPipeWire();
     assert.match(await opened || await screenshotFailure(host), /^Wayland ScreenCast stream failed: /);
-    await host.stop();
     await desktop.stop();
   }
 });

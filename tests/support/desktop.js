@@ -34,7 +34,7 @@ Exec=/usr/bin/python3 -B ${path.join(__dirname, 'portal.py')} ${directory}\n`);
     context.properties = { core.daemon = true core.name = pipewire-0 support.dbus = false log.level = 0 }
     context.modules = [ ${modules.map((name) => `{ name = libpipewire-module-${name} }`).join(' ')} ]`);
 
-  const children = [];
+  const children = [], hosts = [];
   const start = (command, ...args) => {
     const child = spawn(command, args, { env, stdio: ['pipe', 'pipe', 'ignore'] });
     children.push({ child, exited: once(child, 'exit') });
@@ -73,10 +73,15 @@ Exec=/usr/bin/python3 -B ${path.join(__dirname, 'portal.py')} ${directory}\n`);
     // A host on this desktop; `call` is for the addon's methods.
     async startHost() {
       const host = await startHost(env);
+      hosts.push(host);
       const call = (method, ...values) => host.run((addon, name, args) => addon[name](...args), method, values);
       return { ...host, call };
     },
+    async stopHosts() {
+      for (const host of hosts.splice(0)) await host.stop();
+    },
     async stop() {
+      await desktop.stopHosts();
       stopAll();
       await Promise.all(children.map(({ exited }) => exited));
       process.off('exit', stopAll);

@@ -1,15 +1,21 @@
 # A compositor's input socket that writes down what arrives.
 #
 # A device is "pointer,button,scroll,keyboard", in any choice, then "@x,y,w,h" if
-# it has a region, then "!late" when it is announced only after another device
-# has started. There is a line for each frame: the number of the device, the
+# it has a region, then "!late" when it is announced only after the others have
+# started. There is a line for each frame: the number of the device, the
 # events.
 import ctypes
 
 from gi.repository import GLib
 
 library = ctypes.CDLL('libeis.so.1')
-CONNECT, BIND, FRAME, START, MOTION, BUTTON, SCROLL, KEY = 1, 3, 100, 200, 400, 500, 603, 700
+CONNECT, BIND, FRAME, START = 1, 3, 100, 200
+INPUT = {
+    400: (' motion %.9g %.9g', ctypes.c_double, 'pointer_get_absolute_x', 'pointer_get_absolute_y'),
+    500: (' button %d %d', ctypes.c_int, 'button_get_button', 'button_get_is_press'),
+    603: (' scroll %d %d', ctypes.c_int, 'scroll_get_discrete_dx', 'scroll_get_discrete_dy'),
+    700: (' key %d %d', ctypes.c_int, 'keyboard_get_key', 'keyboard_get_key_is_press'),
+}
 CAPABILITIES = {'pointer': 2, 'keyboard': 4, 'scroll': 16, 'button': 32}
 
 
@@ -36,7 +42,6 @@ class Channel:
         return True
 
     def handle(self, event, kind):
-        value = lambda name, result=ctypes.c_int: eis('event_' + name, event, result=result)
         device = eis('event_get_device', event)
         number = self.devices.index(device) if device in self.devices else None
         if kind == CONNECT:
@@ -55,16 +60,11 @@ class Channel:
                 self.announce(eis('event_get_seat', event), late=False)
         elif kind == START:
             self.write_down('eis %d start' % number)
-            self.announce(eis('device_get_seat', device), late=True)
-        elif kind == MOTION:
-            x, y = (value('pointer_get_absolute_' + axis, ctypes.c_double) for axis in 'xy')
-            self.frame += ' motion %.9g %.9g' % (x, y)
-        elif kind == BUTTON:
-            self.frame += ' button %d %d' % (value('button_get_button'), value('button_get_is_press'))
-        elif kind == SCROLL:
-            self.frame += ' scroll %d %d' % (value('scroll_get_discrete_dx'), value('scroll_get_discrete_dy'))
-        elif kind == KEY:
-            self.frame += ' key %d %d' % (value('keyboard_get_key'), value('keyboard_get_key_is_press'))
+            if number == len(self.devices) - 1:
+                self.announce(eis('device_get_seat', device), late=True)
+        elif kind in INPUT:
+            text, result, *values = INPUT[kind]
+            self.frame += text % tuple(eis('event_' + value, event, result=result) for value in values)
         elif kind == FRAME:
             self.write_down('eis %d%s' % (number, self.frame))
             self.frame = ''

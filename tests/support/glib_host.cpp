@@ -14,15 +14,6 @@ int main(int count, char**) {
   std::atomic<int> calls = 0;
   const auto call = [](gpointer counter) -> gboolean {
     ++*static_cast<std::atomic<int>*>(counter);
-    // A main loop of somebody's own, as a dialog would run it.
-    GMainLoop* const nested = g_main_loop_new(nullptr, FALSE);
-    const auto quit = [](gpointer loop) -> gboolean {
-      g_main_loop_quit(static_cast<GMainLoop*>(loop));
-      return FALSE;
-    };
-    g_timeout_add(1, quit, nested);
-    g_main_loop_run(nested);
-    g_main_loop_unref(nested);
     return TRUE;
   };
   g_timeout_add(10, call, &calls);

@@ -13,7 +13,6 @@
 #include <cstdio>
 #include <cstring>
 #include <map>
-#include <optional>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -36,7 +35,7 @@ namespace {
 
 struct Picture {
   std::uint32_t format = 0, width = 0, height = 0, seed = 0;
-  std::optional<spa_point> cursor;
+  spa_point cursor{-1, -1};
 };
 
 const std::map<std::string, std::uint32_t> formats = {
@@ -51,42 +50,33 @@ Picture picture;
 bool negotiated;  // in the format of the picture
 std::string failure;
 
-alignas(8) unsigned char podRoom[2048];
-spa_pod_builder pods;
-
-template <typename... Properties>
-const spa_pod* addPod(std::uint32_t type, std::uint32_t id, Properties... properties) {
-  spa_pod_frame frame;
-  spa_pod_builder_push_object(&pods, &frame, type, id);
-  spa_pod_builder_add(&pods, properties..., 0);
-  return static_cast<const spa_pod*>(spa_pod_builder_pop(&pods, &frame));
-}
-
-const spa_pod* offeredFormat() {
-  spa_pod_builder_init(&pods, podRoom, sizeof podRoom);
+// Format and cursor; the buffers are as the other side wants them.
+void offer(bool first) {
+  alignas(8) unsigned char room[1024];
+  spa_pod_builder pods;
+  spa_pod_builder_init(&pods, room, sizeof room);
   const spa_rectangle size{picture.width, picture.height};
-  return addPod(SPA_TYPE_OBJECT_Format, SPA_PARAM_EnumFormat, SPA_FORMAT_mediaType,
-                SPA_POD_Id(SPA_MEDIA_TYPE_video), SPA_FORMAT_mediaSubtype, SPA_POD_Id(SPA_MEDIA_SUBTYPE_raw),
-                SPA_FORMAT_VIDEO_format, SPA_POD_Id(picture.format), SPA_FORMAT_VIDEO_size,
-                SPA_POD_Rectangle(&size));
+  // As GNOME has it.
+  const int cursorSize = sizeof(spa_meta_cursor) + sizeof(spa_meta_bitmap) + 384 * 384 * 4;
+  const spa_pod* params[] = {
+      static_cast<const spa_pod*>(spa_pod_builder_add_object(
+          &pods, SPA_TYPE_OBJECT_Format, SPA_PARAM_EnumFormat, SPA_FORMAT_mediaType,
+          SPA_POD_Id(SPA_MEDIA_TYPE_video), SPA_FORMAT_mediaSubtype, SPA_POD_Id(SPA_MEDIA_SUBTYPE_raw),
+          SPA_FORMAT_VIDEO_format, SPA_POD_Id(picture.format), SPA_FORMAT_VIDEO_size,
+          SPA_POD_Rectangle(&size))),
+      static_cast<const spa_pod*>(spa_pod_builder_add_object(&pods, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta,
+                                                             SPA_PARAM_META_type, SPA_POD_Id(SPA_META_Cursor),
+                                                             SPA_PARAM_META_size, SPA_POD_Int(cursorSize)))};
+  const auto flags = static_cast<pw_stream_flags>(PW_STREAM_FLAG_DRIVER | PW_STREAM_FLAG_MAP_BUFFERS);
+  if (first) {
+    pw_stream_connect(stream, PW_DIRECTION_OUTPUT, PW_ID_ANY, flags, params, 2);
+  } else {
+    pw_stream_update_params(stream, params, 2);
+  }
 }
 
 void onParamChanged(void*, std::uint32_t id, const spa_pod* param) {
-  if (param == nullptr || id != SPA_PARAM_Format) return;
-  negotiated = true;
-  spa_pod_builder_init(&pods, podRoom, sizeof podRoom);
-  const int stride = static_cast<int>(picture.width * 4);
-  // As GNOME has it.
-  const int cursorSize = sizeof(spa_meta_cursor) + sizeof(spa_meta_bitmap) + 384 * 384 * 4;
-  const spa_pod* answer[] = {
-      addPod(SPA_TYPE_OBJECT_ParamBuffers, SPA_PARAM_Buffers, SPA_PARAM_BUFFERS_buffers,
-             SPA_POD_CHOICE_RANGE_Int(16, 2, 16), SPA_PARAM_BUFFERS_blocks, SPA_POD_Int(1),
-             SPA_PARAM_BUFFERS_size, SPA_POD_Int(stride * static_cast<int>(picture.height)),
-             SPA_PARAM_BUFFERS_stride, SPA_POD_Int(stride), SPA_PARAM_BUFFERS_dataType,
-             SPA_POD_Int(1 << SPA_DATA_MemFd)),
-      addPod(SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta, SPA_PARAM_META_type, SPA_POD_Id(SPA_META_Cursor),
-             SPA_PARAM_META_size, SPA_POD_Int(cursorSize))};
-  pw_stream_update_params(stream, answer, 2);
+  if (param != nullptr && id == SPA_PARAM_Format) negotiated = true;
 }
 
 void sendPicture(void*, std::uint64_t) {
@@ -96,6 +86,7 @@ void sendPicture(void*, std::uint64_t) {
   pw_buffer* const buffer = pw_stream_dequeue_buffer(stream);
   if (buffer == nullptr) return;
   spa_data& data = buffer->buffer->datas[0];
+  if (data.maxsize < picture.width * picture.height * 4) return;
   const int red = picture.format == SPA_VIDEO_FORMAT_RGBx ? 0 : 2;
   auto* to = static_cast<unsigned char*>(data.data);
   for (std::uint32_t y = 0; y < picture.height; ++y) {
@@ -110,8 +101,8 @@ void sendPicture(void*, std::uint64_t) {
       spa_buffer_find_meta_data(buffer->buffer, SPA_META_Cursor, sizeof(spa_meta_cursor)));
   if (cursor != nullptr) {
     *cursor = {};
-    cursor->id = picture.cursor ? 1 : 0;
-    cursor->position = picture.cursor.value_or(spa_point{});
+    cursor->id = picture.cursor.y < 0 ? 0 : 1;
+    cursor->position = picture.cursor;
   }
   pw_stream_queue_buffer(stream, buffer);
 }
@@ -119,10 +110,10 @@ void sendPicture(void*, std::uint64_t) {
 void onGlobal(void*, std::uint32_t id, std::uint32_t, const char* type, std::uint32_t,
               const spa_dict* properties) {
   if (std::strcmp(type, PW_TYPE_INTERFACE_Node) == 0 && id != pw_stream_get_node_id(stream)) {
+    const int client = std::stoi(spa_dict_lookup(properties, "client.id"));
+    void* bound = pw_registry_bind(registry, client, PW_TYPE_INTERFACE_Client, PW_VERSION_CLIENT, 0);
+    consumer = static_cast<pw_client*>(bound);
     consumerNode = id;
-    consumer = static_cast<pw_client*>(pw_registry_bind(registry,
-                                                        std::stoi(spa_dict_lookup(properties, "client.id")),
-                                                        PW_TYPE_INTERFACE_Client, PW_VERSION_CLIENT, 0));
   }
   if (std::strcmp(type, PW_TYPE_INTERFACE_Port) != 0) return;
   const std::string ownNode = std::to_string(pw_stream_get_node_id(stream));
@@ -153,9 +144,8 @@ bool readInput() {
   std::string format;
   const Picture before = std::exchange(picture, {});
   words >> format >> picture.width >> picture.height >> picture.seed;
+  if (!words.eof()) words >> picture.cursor.x >> picture.cursor.y;
   picture.format = formats.at(format);
-  spa_point cursor{};
-  if (words >> cursor.x >> cursor.y) picture.cursor = cursor;
   return std::tie(before.format, before.width, before.height) !=
          std::tie(picture.format, picture.width, picture.height);
 }
@@ -163,8 +153,7 @@ bool readInput() {
 void onInput(void*, int, std::uint32_t) {
   if (!readInput()) return;
   negotiated = false;
-  const spa_pod* format = offeredFormat();
-  pw_stream_update_params(stream, &format, 1);
+  offer(false);
 }
 
 }  // namespace
@@ -176,11 +165,10 @@ int main() {
   pw_loop* const loop = pw_main_loop_get_loop(mainLoop);
   pw_context* const context = pw_context_new(loop, nullptr, 0);
   // The daemon is still on its way.
-  for (int i = 0; i < 2000 && core == nullptr; ++i) {
-    core = pw_context_connect(context, nullptr, 0);
-    if (core == nullptr) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  for (int i = 0; (core = pw_context_connect(context, nullptr, 0)) == nullptr; ++i) {
+    if (i == 2000) return 1;
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
   }
-  if (core == nullptr) return 1;
 
   pw_stream_events streamEvents{};
   streamEvents.version = PW_VERSION_STREAM_EVENTS;
@@ -188,9 +176,7 @@ int main() {
   spa_hook streamHook{}, registryHook{};
   stream = pw_stream_new(core, "screen", pw_properties_new("media.class", "Video/Source", nullptr));
   pw_stream_add_listener(stream, &streamHook, &streamEvents, nullptr);
-  const spa_pod* format = offeredFormat();
-  const auto flags = static_cast<pw_stream_flags>(PW_STREAM_FLAG_DRIVER | PW_STREAM_FLAG_MAP_BUFFERS);
-  pw_stream_connect(stream, PW_DIRECTION_OUTPUT, PW_ID_ANY, flags, &format, 1);
+  offer(true);
 
   pw_registry_events registryEvents{};
   registryEvents.version = PW_VERSION_REGISTRY_EVENTS;

@@ -34,7 +34,6 @@ directory = sys.argv[1]
 record = open(os.path.join(directory, 'record'), 'ab', buffering=0)
 desktop = '/org/freedesktop/portal/desktop'
 bus = Gio.bus_get_sync(Gio.BusType.SESSION)
-served = set()  # sessions
 kept = []  # EIS channels
 
 INTERFACES = {
@@ -82,11 +81,6 @@ class Script:
 script = Script()
 
 
-def serve(path):
-    for interface in Gio.DBusNodeInfo.new_for_xml(XML).interfaces:
-        bus.register_object(path, interface, called, None, None)
-
-
 def called(_bus, sender, path, interface, method, parameters, invocation):
     global script
     if os.stat(os.path.join(directory, 'script.json')).st_ino != script.serial:
@@ -101,7 +95,7 @@ def called(_bus, sender, path, interface, method, parameters, invocation):
     elif method in RESPONSES:
         request(message, sender, method, parameters, step)
     elif method in ('ConnectToEIS', 'OpenPipeWireRemote') and 'reply' not in step:
-        with connect_to_eis(step) if method == 'ConnectToEIS' else connect_to_pipewire() as end:
+        with connect(method, step) as end:
             descriptors = Gio.UnixFDList.new()
             descriptors.append(end.fileno())
             reply(message, '(handle 0,)', descriptors)
@@ -120,15 +114,12 @@ def reply(message, text, descriptors=None):
 def request(message, sender, method, parameters, step):
     token = parameters[parameters.n_children() - 1]['handle_token']
     path = step.get('path', '%s/request/%s/%s' % (desktop, sender[1:].replace('.', '_'), token))
-    session = '/session/%d' % script.calls['CreateSession']
-    if session not in served:
-        serve(session)
-        served.add(session)
-    text = step.get('response', RESPONSES[method]).replace('SESSION', session)
-    body = GLib.Variant.parse(None, text.replace('NODE', str(script.steps['node'])), None, None)
+    text = step.get('response', RESPONSES[method]).replace('NODE', str(script.steps['node']))
+    text = text.replace('SESSION', '/session/%d' % script.calls['CreateSession'])
+    body = GLib.Variant.parse(None, text, None, None)
     respond = lambda: bus.emit_signal(sender, path, 'org.freedesktop.portal.Request', 'Response', body)
 
-    when = step.get('when', 'delay' if 'delay' in step else None)
+    when = step.get('when', 'delay' if 'delay' in step else 'after')
     if when == 'before':
         respond()
     reply(message, step.get('reply', "(objectpath '%s',)" % path))
@@ -136,17 +127,15 @@ def request(message, sender, method, parameters, step):
         os._exit(0)
     if when == 'delay':
         GLib.timeout_add(step['delay'], lambda: respond() and False)
-    elif when is None:
+    elif when == 'after':
         respond()
 
 
-def connect_to_pipewire():
-    end = socket.socket(socket.AF_UNIX)
-    end.connect(os.path.join(directory, 'pipewire-0'))
-    return end
-
-
-def connect_to_eis(step):
+def connect(method, step):
+    if method == 'OpenPipeWireRemote':
+        end = socket.socket(socket.AF_UNIX)
+        end.connect(os.path.join(directory, 'pipewire-0'))
+        return end
     channel = step.get('eis', DEVICES)
     if isinstance(channel, list):
         kept.append(eis_server.Channel(channel, script.write_down))
@@ -161,6 +150,8 @@ def connect_to_eis(step):
 
 with open(os.path.join(directory, 'portal.pid'), 'w') as pid:
     pid.write(str(os.getpid()))
-serve(desktop)
+for served in [desktop, *('/session/%d' % number for number in range(1, 20))]:
+    for interface in Gio.DBusNodeInfo.new_for_xml(XML).interfaces:
+        bus.register_object(served, interface, called, None, None)
 Gio.bus_own_name_on_connection(bus, 'org.freedesktop.portal.Desktop', Gio.BusNameOwnerFlags.NONE, None, None)
 GLib.MainLoop().run()
