@@ -1,8 +1,7 @@
 // What a screenshot costs besides the capture itself. "Plain" is the formula as
 // it is defined, for comparison; results are the same to the byte.
 
-#include <algorithm>
-#include <cmath>
+#include <bit>
 
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
@@ -12,6 +11,7 @@
 #include "image/encode_jpeg.h"
 #include "image/encode_png.h"
 #include "image/resample.h"
+#include "support/resample_plainly.h"
 #include "wayland/unpack.h"
 #include "x11/channel_scale.h"
 
@@ -70,33 +70,6 @@ void convertPixels(benchmark::State& state) {
 }
 BENCHMARK(convertPixels<PlainChannel>)->Unit(benchmark::kMillisecond);
 BENCHMARK(convertPixels<ChannelScale>)->Unit(benchmark::kMillisecond);
-
-RgbImage resamplePlainly(const RgbImage& image, std::int32_t targetWidth, std::int32_t targetHeight) {
-  RgbImage result(targetWidth, targetHeight);
-  const double sx = static_cast<double>(image.width) / targetWidth;
-  const double sy = static_cast<double>(image.height) / targetHeight;
-  for (int ty = 0; ty < targetHeight; ++ty) {
-    const double y0 = ty * sy, y1 = std::min((ty + 1) * sy, static_cast<double>(image.height));
-    const int lastY = std::min(static_cast<int>(std::floor(y1 - 1e-10)), image.height - 1);
-    for (int tx = 0; tx < targetWidth; ++tx) {
-      const double x0 = tx * sx, x1 = std::min((tx + 1) * sx, static_cast<double>(image.width));
-      const int lastX = std::min(static_cast<int>(std::floor(x1 - 1e-10)), image.width - 1);
-      double weights = 0, sums[3] = {};
-      for (int y = static_cast<int>(y0); y <= lastY; ++y) {
-        const double wy = std::min(y1, y + 1.0) - std::max<double>(y0, y);
-        for (int x = static_cast<int>(x0); x <= lastX; ++x) {
-          const double w = (std::min(x1, x + 1.0) - std::max<double>(x0, x)) * wy;
-          weights += w;
-          for (int c = 0; c < 3; ++c) sums[c] += image.row(y)[x * 3 + c] * w;
-        }
-      }
-      for (int c = 0; c < 3; ++c) {
-        result.row(ty)[tx * 3 + c] = static_cast<unsigned char>(sums[c] / weights + 0.5);
-      }
-    }
-  }
-  return result;
-}
 
 template <auto resample>
 void resampleTo720p(benchmark::State& state) {

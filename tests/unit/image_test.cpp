@@ -1,4 +1,3 @@
-#include <cmath>
 #include <cstring>
 #include <limits>
 #include <random>
@@ -12,6 +11,7 @@
 #include "image/encode_png.h"
 #include "image/finish_capture.h"
 #include "image/resample.h"
+#include "support/resample_plainly.h"
 #include "x11/channel_scale.h"
 
 namespace ostler {
@@ -62,32 +62,6 @@ TEST(CropImage, ClampsToTheImage) {
   }
 }
 
-// The filter as it is defined, pixel by pixel, without anything kept.
-RgbImage resampledPlainly(const RgbImage& image, std::int32_t width, std::int32_t height) {
-  RgbImage result(width, height);
-  const double sx = static_cast<double>(image.width) / width, sy = static_cast<double>(image.height) / height;
-  for (int ty = 0; ty < height; ++ty) {
-    for (int tx = 0; tx < width; ++tx) {
-      const double x0 = tx * sx, x1 = std::min((tx + 1) * sx, static_cast<double>(image.width));
-      const double y0 = ty * sy, y1 = std::min((ty + 1) * sy, static_cast<double>(image.height));
-      double weights = 0, sums[3] = {};
-      for (int y = static_cast<int>(y0);
-           y <= std::min(static_cast<int>(std::floor(y1 - 1e-10)), image.height - 1); ++y) {
-        const double wy = std::min(y1, y + 1.0) - std::max<double>(y0, y);
-        for (int x = static_cast<int>(x0);
-             x <= std::min(static_cast<int>(std::floor(x1 - 1e-10)), image.width - 1); ++x) {
-          const double w = (std::min(x1, x + 1.0) - std::max<double>(x0, x)) * wy;
-          weights += w;
-          for (int c = 0; c < 3; ++c) sums[c] += image.row(y)[x * 3 + c] * w;
-        }
-      }
-      for (int c = 0; c < 3; ++c)
-        result.row(ty)[tx * 3 + c] = static_cast<unsigned char>(sums[c] / weights + 0.5);
-    }
-  }
-  return result;
-}
-
 TEST(ResampleImage, IsTheAreaWeightedMean) {
   EXPECT_EQ(resampleImage(greyRow({0, 30, 90}), 2, 1).bytes, greyRow({10, 70}).bytes);
   EXPECT_EQ(resampleImage(greyRow({10, 20, 30, 40}), 2, 1).bytes, greyRow({15, 35}).bytes);
@@ -98,7 +72,7 @@ TEST(ResampleImage, IsTheAreaWeightedMean) {
   const RgbImage image = noise(97, 61);
   for (const Size size : {Size{1, 1}, {64, 36}, {96, 61}, {97, 7}, {13, 200}, {193, 122}, {48, 30}}) {
     EXPECT_EQ(resampleImage(image, size.width, size.height).bytes,
-              resampledPlainly(image, size.width, size.height).bytes)
+              resamplePlainly(image, size.width, size.height).bytes)
         << size.width << 'x' << size.height;
   }
   EXPECT_THROW(resampleImage(image, 2147483647, 2147483647), std::length_error);
