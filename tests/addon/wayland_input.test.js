@@ -116,7 +116,7 @@ it('uses the portal for what EIS has no device for, and asks for permission ther
     [{ ConnectToEIS: noChannel, Start: start(2) }, { ...pointer, ...keysDenied }],
     [{ ConnectToEIS: noChannel, Start: start(0) }, { ...pointerDenied, ...keysDenied }],
     // Slots filled from different devices: the keyboard comes too late.
-    [{ ConnectToEIS: { eis: ['pointer@0,0,64,48', 'button', 'keyboard!late'] }, Start: start(0) },
+    [{ ConnectToEIS: { eis: ['pointer@64,48', 'button', 'keyboard!late'] }, Start: start(0) },
       { ...onEis, scroll: ['motion 1.5 2', denied('pointer axis')], ...keysDenied }],
     [{ ConnectToEIS: { eis: ['keyboard', 'pointer,button'] }, Start: start(0) },
       { ...onEis, click: ['motion 64 48', 'button 274 1', 'button 274 0'], scroll: ['motion 1.5 2', denied('pointer axis')],

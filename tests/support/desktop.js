@@ -8,6 +8,7 @@ const { once } = require('node:events');
 const fs = require('node:fs');
 const os = require('node:os');
 const path = require('node:path');
+const { endOf } = require('./children');
 const { startHost } = require('./host');
 const { waitUntil } = require('./wait');
 
@@ -37,12 +38,9 @@ Exec=/usr/bin/python3 -B ${path.join(__dirname, 'portal.py')} ${directory}\n`);
   const children = [], hosts = [];
   const start = (command, ...args) => {
     const child = spawn(command, args, { env, stdio: ['pipe', 'pipe', 'ignore'] });
-    children.push({ child, exited: once(child, 'exit') });
+    children.push({ child, exited: endOf(child) });
     return child;
   };
-  const stopAll = () => children.forEach(({ child }) => child.kill());
-  process.once('exit', stopAll);
-
   const bus = start('dbus-daemon', '--nofork', '--print-pid', `--config-file=${inside('bus.conf')}`);
   const daemon = start('pipewire', '-c', inside('pipewire.conf'));
   const screen = start(program('pipewire_source'));
@@ -82,9 +80,10 @@ Exec=/usr/bin/python3 -B ${path.join(__dirname, 'portal.py')} ${directory}\n`);
     },
     async stop() {
       await desktop.stopHosts();
-      stopAll();
-      await Promise.all(children.map(({ exited }) => exited));
-      process.off('exit', stopAll);
+      for (const { child, exited } of children) {
+        child.kill();
+        await exited;
+      }
       fs.rmSync(directory, { recursive: true, force: true });
     },
   };

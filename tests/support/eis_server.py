@@ -1,7 +1,7 @@
 # A compositor's input socket that writes down what arrives.
 #
-# A device is "pointer,button,scroll,keyboard", in any choice, then "@x,y,w,h" if
-# it has a region, then "!late" when it is announced only after the others have
+# A device is "pointer,button,scroll,keyboard", in any choice, then "@width,height"
+# if it has a region, then "!late" when it is announced only after the others have
 # started. There is a line for each frame: the number of the device, the
 # events.
 import ctypes
@@ -77,10 +77,8 @@ class Channel:
             for word in words.split(','):
                 eis('device_configure_capability', device, CAPABILITIES[word])
             if area:
-                x, y, width, height = map(int, area.split(','))
                 region = eis('device_new_region', device)
-                eis('region_set_offset', region, x, y)
-                eis('region_set_size', region, width, height)
+                eis('region_set_size', region, *map(int, area.split(',')))
                 eis('region_add', region)
             eis('device_add', device)
             eis('device_resume', device)

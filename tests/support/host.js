@@ -5,19 +5,8 @@
 const assert = require('node:assert');
 const { fork } = require('node:child_process');
 const { once } = require('node:events');
-
-if (require.main === module) {
-  const addon = require(process.env.OSTLER_ADDON);
-  process.on('message', ({ source, values }) => {
-    try {
-      // eslint-disable-next-line no-eval
-      process.send({ value: eval(`(${source})`)(addon, ...values) });
-    } catch (error) {
-      process.send({ error: { message: error.message, code: error.code, isError: error instanceof Error } });
-    }
-  });
-  process.send({ value: 'ready' });
-}
+const path = require('node:path');
+const { endOf } = require('./children');
 
 // Node has no sanitizer in it, so the runtime of the addon's comes first; Node's
 // own memory at its end is not looked at.
@@ -29,14 +18,14 @@ const hostEnvironment = (env) => {
 // Starts a host in `env`. `run(function, ...values)` calls the function with
 // the addon and the values there, and gives its result or throws its error.
 async function startHost(env) {
-  const child = fork(__filename,
+  const child = fork(path.join(__dirname, 'host_main.js'),
     { env: hostEnvironment(env), silent: true, serialization: 'advanced', execArgv: ['--expose-gc'] });
   let output = '';
   const closed = [child.stdout, child.stderr].map((stream) => {
     stream.on('data', (data) => { output += data; });
     return once(stream, 'close');
   });
-  const ended = Promise.all([once(child, 'exit'), ...closed]).then(([[code, signal]]) => ({ code, signal }));
+  const ended = Promise.all([endOf(child), ...closed]).then(([[code, signal]]) => ({ code, signal }));
   const answer = () => new Promise((resolve, reject) => {
     const onMessage = (message) => { child.off('exit', onExit); resolve(message); };
     const onExit = (code, signal) => reject(new Error(`the host ended: ${signal ?? code}: ${output}`));

@@ -4,12 +4,14 @@
 const { execFileSync, spawn } = require('node:child_process');
 const path = require('node:path');
 const readline = require('node:readline');
+const { endOf } = require('./children');
 
 const program = path.join(process.env.OSTLER_TEST_PROGRAMS, 'x11_witness');
 
 // Starts the witness's window on the server of `env`; resolves once it shows.
 async function startWitness(env, ...options) {
   const child = spawn(program, options, { env, stdio: ['pipe', 'pipe', 'inherit'] });
+  const exited = endOf(child);
   const lines = readline.createInterface(child.stdout)[Symbol.asyncIterator]();
   async function readUntil(kind) {
     const events = [];
@@ -29,7 +31,6 @@ async function startWitness(env, ...options) {
       return readUntil('synced');
     },
     async stop() {
-      const exited = new Promise((resolve) => child.once('exit', resolve));
       child.kill();
       await exited;
     },

@@ -5,6 +5,7 @@ const { spawn } = require('node:child_process');
 const fs = require('node:fs');
 const os = require('node:os');
 const path = require('node:path');
+const { endOf } = require('./children');
 
 // The environment of an X11 session on `display`, whatever session the tests
 // themselves were started in.
@@ -19,7 +20,7 @@ async function startXvfb({ screen = '1280x720x24', options = [] } = {}) {
   // -noreset: a server that resets when its last client leaves can refuse the next one.
   const server = spawn('Xvfb', ['-displayfd', '3', '-screen', '0', screen, '-noreset', '-nolisten', 'tcp', ...options],
     { stdio: ['ignore', 'ignore', 'ignore', 'pipe'] });
-  const exited = new Promise((resolve) => server.once('exit', resolve));
+  const exited = endOf(server);
   const number = await new Promise((resolve, reject) => {
     let text = '';
     server.stdio[3].on('data', (data) => { if ((text += data).endsWith('\n')) resolve(text.trim()); });
