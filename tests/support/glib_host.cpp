@@ -24,6 +24,7 @@ int main(int count, char**) {
   { const ostler::PortalSession session; }
   g_main_loop_quit(loop);
   if (other.joinable()) other.join();
+  g_main_loop_unref(loop);
   std::cout << calls << '\n';
   return 0;
 }
