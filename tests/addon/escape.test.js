@@ -4,7 +4,7 @@
 const assert = require('node:assert');
 const fs = require('node:fs');
 const net = require('node:net');
-const { execFile, spawn } = require('node:child_process');
+const { execFile, execFileSync, spawn } = require('node:child_process');
 const { once } = require('node:events');
 const { after, afterEach, before, describe, it } = require('node:test');
 const { promisify } = require('node:util');
@@ -106,6 +106,18 @@ it('answers false without a function or an X11 session', async () => {
     assert.strictEqual(await typed('on'), stillTyped, `${variable}=${value}`);
     await setEnvironment(variable, server.env[variable]);
   }
+});
+
+it('answers false when no thread can be started', { skip: Boolean(process.env.OSTLER_PRELOAD) }, async () => {
+  const other = await startHost(server.env);  // which keeps no stack of an earlier thread
+  const limit = (bytes) => execFileSync('prlimit', ['--pid', other.pid, `--as=${bytes}:`]);
+  const [, kilobytes] = /VmSize:\s*(\d+)/.exec(fs.readFileSync(`/proc/${other.pid}/status`));
+  limit(kilobytes * 1024 + (4 << 20));  // less than a stack
+  const locked = await lock(other);
+  limit('unlimited');
+  assert.deepStrictEqual([locked, await lock(other)], [false, true]);
+  await unlock(other);
+  await other.stop();
 });
 
 it('leaves no thread, descriptor or client behind after 100 rounds', async () => {
