@@ -5,7 +5,8 @@ const assert = require('node:assert');
 const { execFileSync } = require('node:child_process');
 const { it } = require('node:test');
 
-const run = (program, ...options) => execFileSync(program, [...options, process.env.OSTLER_ADDON], { encoding: 'utf8' });
+const run = (program, ...options) => execFileSync(program, [...options, process.env.OSTLER_ADDON],
+  { encoding: 'utf8' });
 
 it('exports the two entry points and the 29 driver functions alone', () => {
   const names = run('nm', '-DC', '--defined-only').trim().split('\n').map((line) => line.split(' ')[2].split('(')[0])

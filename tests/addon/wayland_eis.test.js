@@ -26,7 +26,8 @@ describe('an EIS server', { concurrency: true }, () => {
     const moves = desktop.record().filter((line) => /PointerMotionAbsolute .* 3.0, 4.0\)/.test(line));
     assert.strictEqual(moves.length, servers.length);
     const held = hosts.map(({ pid }) => fs.readdirSync(`/proc/${pid}/fd`)
-      .map((name) => fs.readlinkSync(`/proc/${pid}/fd/${name}`)).filter((target) => /socket|eventpoll/.test(target)).length);
+      .map((name) => fs.readlinkSync(`/proc/${pid}/fd/${name}`))
+      .filter((target) => /socket|eventpoll/.test(target)).length);
     assert.deepStrictEqual(held, held.map(() => held[0]));
     await desktop.stop();
   });

@@ -22,7 +22,8 @@ async function openSession(script) {
       // none, all has: the portal answers when it has written a call down.
       const marked = await call('move', 3, 4).then(() => true, () => false);
       const marks = /^eis \d motion 3 4$|Absolute \('\/session\/\d', \{\}, \d+, 3.0, 4.0\)/;
-      const lines = await desktop.recordWhen((record) => !marked || record.slice(seen).some((line) => marks.test(line)));
+      const lines = await desktop.recordWhen(
+        (record) => !marked || record.slice(seen).some((line) => marks.test(line)));
       const fresh = lines.slice(seen).filter((line) => !marks.test(line)).map((line) => line.replace(/^eis \d /, '')
         .replace(/^RemoteDesktop\.Notify(\w+) \('\/session\/1', \{\}, (.*)\)$/, '$1 $2'));
       seen = lines.length;
@@ -56,7 +57,8 @@ describe('through EIS', () => {
       [['click', 5, 6, 'left', 0], ['motion 5 6']],
       [['mouseDown', 7, 8], ['motion 7 8', 'button 272 1']],
       [['mouseUp', 9, 9], ['button 272 0']],
-      [['drag', 0, 0, 0, 130], ['motion 0 0', 'button 272 1', 'motion 0 21.666666', 'motion 0 43.3333321', 'motion 0 65',
+      [['drag', 0, 0, 0, 130], ['motion 0 0', 'button 272 1', 'motion 0 21.666666', 'motion 0 43.3333321',
+        'motion 0 65',
         'motion 0 86.6666641', 'motion 0 108.333336', 'motion 0 130', 'button 272 0']],
       [['scroll', 1, 1, 1, 2], ['motion 1 1', 'scroll 120 -240']],
       [['scroll', 1, 1, 0, 0], ['motion 1 1']],
@@ -78,7 +80,8 @@ describe('through EIS', () => {
   it('types signs that the portal refuses on a US layout, asking once', async () => {
     assert.deepStrictEqual(await session.sent('type', 'a!;'),
       [...key(30), 'KeyboardKeysym 16777249, 1', ...shifted(2), ...key(39)]);
-    assert.deepStrictEqual(await session.sent('type', '~"0)'), [...shifted(41), ...shifted(40), ...key(11), ...shifted(11)]);
+    assert.deepStrictEqual(await session.sent('type', '~"0)'),
+      [...shifted(41), ...shifted(40), ...key(11), ...shifted(11)]);
     // U+FF0D is no Return, whose keysym is 0xFF0D.
     for (const [text, value] of [['€', 0x10020ac], ['\uff0d', 0x100ff0d]]) {
       assert.deepStrictEqual(await session.sent('type', `b${text}c`),
@@ -91,9 +94,13 @@ describe('through EIS', () => {
 it('uses the portal for what EIS has no device for, and asks for permission there', async () => {
   const noChannel = { error: ['org.freedesktop.DBus.Error.UnknownMethod', 'no'] };
   const gone = { error: ['org.freedesktop.DBus.Error.Failed', 'gone'] };
-  const start = (devices) => ({ response: `(uint32 0, {'devices': <uint32 ${devices}>, 'streams': <[(uint32 NODE, @a{sv} {})]>})` });
+  const start = (devices) => ({
+    response: `(uint32 0, {'devices': <uint32 ${devices}>, 'streams': <[(uint32 NODE, @a{sv} {})]>})`,
+  });
   const denied = (what) => `Wayland portal session does not have permission for ${what}.`;
-  const pointerDenied = { click: [denied('pointer motion')], scroll: [denied('pointer motion')], mouseUp: [denied('pointer button')] };
+  const pointerDenied = {
+    click: [denied('pointer motion')], scroll: [denied('pointer motion')], mouseUp: [denied('pointer button')],
+  };
   const keysDenied = { key: [denied('keyboard keysym')], type: [denied('keyboard keysym')] };
   const pointer = {
     click: ['motion 64.0, 48.0', 'PointerButton 274, 1', 'PointerButton 274, 0'],
@@ -108,7 +115,8 @@ it('uses the portal for what EIS has no device for, and asks for permission ther
   const cases = [
     [{ ConnectToEIS: noChannel, Start: start(3) }, { ...pointer, ...keys }],
     // Each stops at the call that fails.
-    [{ ConnectToEIS: noChannel, Start: start(3), NotifyPointerButton: [{}, gone], NotifyKeyboardKeysym: [{}, gone, {}, {}, gone] }, {
+    [{ ConnectToEIS: noChannel, Start: start(3),
+      NotifyPointerButton: [{}, gone], NotifyKeyboardKeysym: [{}, gone, {}, {}, gone] }, {
       ...pointer, click: [...pointer.click, failure('PointerButton', gone.error.join(': '))],
       key: [...keys.key.slice(0, 2), failure('KeyboardKeysym', gone.error.join(': '))],
       type: [...keys.type.slice(0, 3), failure('KeyboardKeysym', gone.error.join(': '))] }],
@@ -119,10 +127,13 @@ it('uses the portal for what EIS has no device for, and asks for permission ther
     [{ ConnectToEIS: { eis: ['pointer@64,48', 'button', 'keyboard!late'] }, Start: start(0) },
       { ...onEis, scroll: ['motion 1.5 2', denied('pointer axis')], ...keysDenied }],
     [{ ConnectToEIS: { eis: ['keyboard', 'pointer,button'] }, Start: start(0) },
-      { ...onEis, click: ['motion 64 48', 'button 274 1', 'button 274 0'], scroll: ['motion 1.5 2', denied('pointer axis')],
+      { ...onEis, click: ['motion 64 48', 'button 274 1', 'button 274 0'],
+        scroll: ['motion 1.5 2', denied('pointer axis')],
         key: ['key 29 1', ...key(46), 'key 29 0'], type: [...shifted(30), denied('keyboard keysym')] }],
   ];
-  const calls = { click: [70, 99, 'middle', 1], scroll: [1.5, 2, 2, -1], mouseUp: [5, 5], key: ['ctrl+c'], type: ['A-\n'] };
+  const calls = {
+    click: [70, 99, 'middle', 1], scroll: [1.5, 2, 2, -1], mouseUp: [5, 5], key: ['ctrl+c'], type: ['A-\n'],
+  };
   for (const [script, expected] of cases) {
     const session = await openSession(script);
     for (const [method, values] of Object.entries(calls)) {

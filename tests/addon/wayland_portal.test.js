@@ -47,7 +47,8 @@ it('picks its sources, and fails in these words, closes the session and keeps no
     SelectSources: { path: '/elsewhere', when: 'before' }, Start: { delay: 1, ...answer(1) } };
   // Script, failure, how many sessions are closed, and what sources were asked for.
   const cases = [
-    [{ AvailableSourceTypes: property('uint32 4') }, 'Wayland ScreenCast portal does not expose a monitor or window source.', 0],
+    [{ AvailableSourceTypes: property('uint32 4') },
+      'Wayland ScreenCast portal does not expose a monitor or window source.', 0],
     [{ AvailableSourceTypes: property("'7'") }, `${noProperty}unknown error`, 0],
     [{ AvailableSourceTypes: no }, noProperty + refusal, 0],
     [{ CreateSession: no }, `${failedCall}RemoteDesktop.CreateSession: ${refusal}`, 0],
@@ -59,14 +60,16 @@ it('picks its sources, and fails in these words, closes the session and keeps no
       (results) => [{ CreateSession: answer(0, results) }, noHandle, 0]),
     ...[[3, 7, 1, 4], [1, 4, 1, 4], [2, 3, 2, 2], [6, 2, 2, 2], [7, 1, 1, 1], [1, 0, 1, 1]].map(
       ([sources, cursors, type, mode]) => [
-        { AvailableSourceTypes: property(`uint32 ${sources}`), AvailableCursorModes: property(`uint32 ${cursors}`), SelectSources: no },
+        { AvailableSourceTypes: property(`uint32 ${sources}`), AvailableCursorModes: property(`uint32 ${cursors}`),
+          SelectSources: no },
         `${failedCall}ScreenCast.SelectSources: ${refusal}`, 1, `<uint32 ${type}>, .*'cursor_mode': <uint32 ${mode}>`]),
     [{ SelectDevices: no }, `${failedCall}RemoteDesktop.SelectDevices: ${refusal}`, 1],
     [{ SelectSources: answer(2, "{'streams': <'none'>}") }, failed, 1],
     [{ Start: answer(77) }, failed, 1],
     ...['@a{sv} {}', "{'streams': <@a(ua{sv}) []>}", "{'streams': <'none'>}"].map(
       (results) => [{ Start: answer(0, results) }, noStreams, 1]),
-    [{ Start: answer(0, "{'streams': <[(uint32 0, @a{sv} {})]>}") }, 'Wayland portal returned an invalid PipeWire stream node id.', 1],
+    [{ Start: answer(0, "{'streams': <[(uint32 0, @a{sv} {})]>}") },
+      'Wayland portal returned an invalid PipeWire stream node id.', 1],
     [{ Start: { when: 'exit' } }, failed, 1],
     ...Array(10).fill([odd, denied, 1]),
     [{ OpenPipeWireRemote: no }, `Failed to open the PipeWire remote from the Wayland portal: ${refusal}`, 1],

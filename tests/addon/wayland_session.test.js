@@ -94,7 +94,8 @@ describe('the end of the process', () => {
     'by process.exit': ['addon().display(); process.exit(3)', 3],
     'by an uncaught exception': ['addon().display(); throw new Error("uncaught")', 1, /uncaught/],
     'after a Worker that alone used the addon': [worker, 5],
-    'in a signal handler': ['addon().display(); process.once("SIGTERM", () => process.exit(4)); process.kill(process.pid, "SIGTERM"); setInterval(() => {}, 1000)', 4],
+    'in a signal handler': [`addon().display(); process.once("SIGTERM", () => process.exit(4));
+      process.kill(process.pid, "SIGTERM"); setInterval(() => {}, 1000)`, 4],
   };
   for (const [name, [script, code, output = /^$/]] of Object.entries(ends)) {
     it(`${name} closes the session`, async () => {
