@@ -7,7 +7,7 @@ set -eu
 build='g++ cmake ninja-build pkg-config libx11-dev libxtst-dev libjpeg-dev libpng-dev libglib2.0-dev libpipewire-0.3-dev'
 ei='libei1 libei-dev libeis1 libeis-dev'
 run='xclip pipewire pipewire-bin libpipewire-0.3-modules libspa-0.2-modules'
-test='libgtest-dev xdotool x11-xserver-utils xvfb xauth xterm fonts-dejavu-core dbus python3-gi python3-dbus python3-dbusmock'
+test='libgtest-dev xdotool x11-xserver-utils xvfb xterm fonts-dejavu-core dbus python3-gi'
 lint='clang clang-format clang-tidy libbenchmark-dev'
 packages="$build $run $test $lint $ei"
 

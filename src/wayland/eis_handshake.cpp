@@ -31,6 +31,7 @@ bool argumentsFit(std::uint32_t opcode, std::span<const std::byte> message) {
   const std::size_t size = message.size() - headerSize;
   if (opcode == handshakeVersion) return size == 4 && valueAt<std::uint32_t>(message, headerSize) != 0;
   if (opcode == connection) {
+    // libei 1.3 knows this version of a connection alone and crashes on any other.
     return size == 16 && valueAt<std::uint64_t>(message, headerSize + 4) >= firstServerObject &&
            valueAt<std::uint32_t>(message, headerSize + 12) == 1;
   }
