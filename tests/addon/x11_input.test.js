@@ -113,6 +113,16 @@ describe('key', () => {
   });
 });
 
+// Types until the witness kept up with every key: a sign that no key bears is
+// on one for 5 ms only, and a client that looks later says nothing of the addon.
+async function typed(text) {
+  for (let round = 0; round < 50; round++) {
+    const events = await eventsOf('type', text);
+    if (events.every(({ kind, age }) => kind !== 'key' || age < 5)) return textOf(events);
+  }
+  throw new Error('the machine is too slow for a client that is in time');
+}
+
 describe('type', () => {
   it('delivers exactly the text', async () => {
     const printable = String.fromCharCode(...Array.from({ length: 95 }, (_, i) => 32 + i));
@@ -120,11 +130,9 @@ describe('type', () => {
       printable, 'Grüße, señor; ½ µ ÿ', 'Жук и ёж', 'Ελληνικά', '漢字かな한글', '👍😀𝄞', 'a\tb\b', '€',
       '\ufffd\u200d',
     ];
-    for (const text of texts) assert.strictEqual(textOf(await eventsOf('type', text)), text);
-    assert.strictEqual(textOf(await eventsOf('type', 'a\r\nb')), 'a\r\rb');
-    assert.strictEqual(textOf(await eventsOf('type', 'ab\0cd')), 'ab');
-    assert.strictEqual(textOf(await eventsOf('type', '')), '');
-    assert.strictEqual(textOf(await eventsOf('type', '\ud800x')), '\ufffdx');
+    for (const text of texts) assert.strictEqual(await typed(text), text);
+    const others = [['a\r\nb', 'a\r\rb'], ['ab\0cd', 'ab'], ['', ''], ['\ud800x', '\ufffdx']];
+    for (const [text, arrived] of others) assert.strictEqual(await typed(text), arrived);
   });
 
   it('waits 5 ms a character', async () => {

@@ -1,14 +1,14 @@
 // Another client of the X server: a window over the whole screen, painted in
 // bars of known colours, that prints every input event it gets as a line of
 // JSON. A line on its input makes it print {"kind":"synced"} once all that the
-// server had for it by then is out.
-//   x11_witness [DELAY_MS]   waits that long after each event, as a busy client does
-//   x11_witness fill         first gives every keycode without a symbol one, and takes Page Up's away
-//   x11_witness state        prints the keyboard map, the keys and buttons that are down
+// server had for it by then is out. A key's "age" is how many milliseconds after
+// the server had sent it its symbol had been looked up.
+//   x11_witness fill    first gives every keycode without a symbol one, and takes Page Up's away
+//   x11_witness state   prints the keyboard map, the keys and buttons that are down
 
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <iterator>
 #include <memory>
 
@@ -79,6 +79,14 @@ void paintBars(Display* display, Window window, int width, int height) {
   XFreeGC(display, gc);
 }
 
+// The X server of the tests takes its times from this clock.
+unsigned ageOf(Time time) {
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return static_cast<unsigned>(now.tv_sec) * 1000 + static_cast<unsigned>(now.tv_nsec / 1000000) -
+         static_cast<unsigned>(time);
+}
+
 void printEvent(XEvent& event) {
   if (event.type == MappingNotify) {
     XRefreshKeyboardMapping(&event.xmapping);
@@ -86,15 +94,14 @@ void printEvent(XEvent& event) {
     char text[32];
     KeySym keysym = NoSymbol;
     XLookupString(&event.xkey, text, sizeof text, &keysym, nullptr);
-    std::printf("{\"kind\":\"key\",\"down\":%d,\"keysym\":%lu,\"codePoint\":%lu,\"state\":%u,\"t\":%lu}\n",
-                event.type == KeyPress, keysym, codePointOf(keysym), event.xkey.state, event.xkey.time);
+    std::printf("{\"kind\":\"key\",\"down\":%d,\"keysym\":%lu,\"codePoint\":%lu,\"age\":%u}\n",
+                event.type == KeyPress, keysym, codePointOf(keysym), ageOf(event.xkey.time));
   } else if (event.type == ButtonPress || event.type == ButtonRelease) {
     std::printf("{\"kind\":\"button\",\"down\":%d,\"button\":%u,\"x\":%d,\"y\":%d,\"t\":%lu}\n",
                 event.type == ButtonPress, event.xbutton.button, event.xbutton.x_root, event.xbutton.y_root,
                 event.xbutton.time);
   } else if (event.type == MotionNotify) {
-    std::printf("{\"kind\":\"motion\",\"x\":%d,\"y\":%d,\"t\":%lu}\n", event.xmotion.x_root,
-                event.xmotion.y_root, event.xmotion.time);
+    std::printf("{\"kind\":\"motion\",\"x\":%d,\"y\":%d}\n", event.xmotion.x_root, event.xmotion.y_root);
   }
 }
 
@@ -110,7 +117,6 @@ int main(int count, char** arguments) {
     return 0;
   }
   if (count > 1 && std::strcmp(arguments[1], "fill") == 0) fillKeyboardMap(display);
-  const int delay = count > 1 ? std::atoi(arguments[1]) : 0;
   const int width = DisplayWidth(display, DefaultScreen(display));
   const int height = DisplayHeight(display, DefaultScreen(display));
   XSetWindowAttributes attributes{};
@@ -127,23 +133,20 @@ int main(int count, char** arguments) {
   XSetInputFocus(display, window, RevertToPointerRoot, CurrentTime);
   XSync(display, False);
   std::printf("{\"kind\":\"ready\"}\n");
-  const auto printQueued = [&](int queued) {
-    for (; queued > 0; --queued) {
-      XEvent event;
-      XNextEvent(display, &event);
-      printEvent(event);
-      if (delay > 0) usleep(static_cast<useconds_t>(delay) * 1000);
-    }
+  const auto printNextEvent = [display] {
+    XEvent event;
+    XNextEvent(display, &event);
+    printEvent(event);
   };
   for (;;) {
-    while (XPending(display) > 0) printQueued(1);
+    while (XPending(display) > 0) printNextEvent();
     pollfd sources[] = {{ConnectionNumber(display), POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
     poll(sources, 2, -1);
     if ((sources[1].revents & (POLLIN | POLLHUP)) == 0) continue;
     char line[64];
     if (read(STDIN_FILENO, line, sizeof line) <= 0) return 0;
     XSync(display, False);
-    printQueued(XEventsQueued(display, QueuedAlready));
+    for (int queued = XEventsQueued(display, QueuedAlready); queued > 0; --queued) printNextEvent();
     std::printf("{\"kind\":\"synced\"}\n");
   }
 }
