@@ -5,10 +5,10 @@
 const { execFile, spawn } = require('node:child_process');
 const { once } = require('node:events');
 const fs = require('node:fs');
-const os = require('node:os');
 const path = require('node:path');
 const readline = require('node:readline');
 const { promisify } = require('node:util');
+const { makeSession } = require('../support/desktop');
 const { decodePng } = require('../support/png');
 const { waitUntil } = require('../support/wait');
 
@@ -16,14 +16,7 @@ const dialog = 'global.get_window_actors()'
   + ".find((actor) => actor.meta_window.wm_class === 'xdg-desktop-portal-gnome')";
 
 async function startDesktop(size, scale) {
-  const directory = fs.mkdtempSync(path.join(os.tmpdir(), 'ostler-gnome-'));
-  const inside = (name) => path.join(directory, name);
-  const { DISPLAY, XAUTHORITY, ...rest } = process.env;
-  const env = {
-    ...rest,
-    DBUS_SESSION_BUS_ADDRESS: `unix:path=${inside('bus')}`,
-    XDG_SESSION_TYPE: 'wayland', XDG_RUNTIME_DIR: directory, WAYLAND_DISPLAY: 'wayland-0',
-  };
+  const { directory, inside, env } = makeSession();
   fs.copyFileSync(path.join(__dirname, 'witness.py'), inside('witness.py'));
   const options = [process.env.OSTLER_DESKTOP_ROOT, directory, size, String(scale)];
   const session = spawn(path.join(__dirname, 'session.sh'), options, { stdio: ['pipe', 'pipe', 'inherit'] });

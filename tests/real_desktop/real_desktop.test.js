@@ -67,7 +67,7 @@ async function comparePictures() {
     const ours = decodePng(await call('screenshot', '', null, [], 0, 0, 0, 0, 0, 0, -1));
     const theirs = await desktop.picture();
     assert.deepStrictEqual([ours.width, ours.height], [theirs.width, theirs.height]);
-    differing = ours.pixels.filter((byte, i) => byte !== theirs.pixels[i]).length;
+    differing = ours.data.filter((byte, i) => byte !== theirs.data[i]).length;
     return differing === 0;
   }, () => `${differing} bytes of the pictures differ`);
 }

@@ -15,9 +15,9 @@ const { waitUntil } = require('./wait');
 const program = (name) => path.join(process.env.OSTLER_TEST_PROGRAMS, name);
 const modules = ['protocol-native', 'client-node', 'access', 'link-factory'];
 
-// `script` is the portal's.
-async function startDesktop(script = {}, picture = 'BGRx 64 48 1') {
-  const directory = fs.mkdtempSync(path.join(os.tmpdir(), 'ostler-desktop-'));
+// A new directory for a Wayland session, and the environment of its programs.
+function makeSession() {
+  const directory = fs.mkdtempSync(path.join(os.tmpdir(), 'ostler-wayland-'));
   const inside = (name) => path.join(directory, name);
   const { DISPLAY, XAUTHORITY, ...rest } = process.env;
   const env = {
@@ -25,6 +25,12 @@ async function startDesktop(script = {}, picture = 'BGRx 64 48 1') {
     DBUS_SESSION_BUS_ADDRESS: `unix:path=${inside('bus')}`,
     XDG_SESSION_TYPE: 'wayland', XDG_RUNTIME_DIR: directory, WAYLAND_DISPLAY: 'wayland-0',
   };
+  return { directory, inside, env };
+}
+
+// `script` is the portal's.
+async function startDesktop(script = {}, picture = 'BGRx 64 48 1') {
+  const { directory, inside, env } = makeSession();
   fs.writeFileSync(inside('org.freedesktop.portal.Desktop.service'), `[D-BUS Service]
 Name=org.freedesktop.portal.Desktop
 Exec=/usr/bin/python3 -B ${path.join(__dirname, 'portal.py')} ${directory}\n`);
@@ -91,4 +97,4 @@ Exec=/usr/bin/python3 -B ${path.join(__dirname, 'portal.py')} ${directory}\n`);
   return desktop;
 }
 
-module.exports = { startDesktop };
+module.exports = { makeSession, startDesktop };

@@ -12,7 +12,6 @@
 #include "image/finish_capture.h"
 #include "image/resample.h"
 #include "support/resample_plainly.h"
-#include "x11/channel_scale.h"
 
 namespace ostler {
 namespace {
@@ -139,27 +138,6 @@ TEST(Encoders, RefuseQuietlyWhatTheLibrariesCannotHold) {
   EXPECT_TRUE(encodePng(RgbImage(1000001, 1)).empty());
   EXPECT_TRUE(encodePng(RgbImage(1, 1000001)).empty());
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-}
-
-TEST(ChannelScale, ScalesEveryWidthToEightBits) {
-  struct {
-    unsigned long mask, pixel;
-    int byte;
-  } const cases[] = {
-      {0x00FF0000, 0xFFABCDEF, 0xAB},
-      {0xF800, 0x8000, 132},
-      {0xF800, 0xFFFF, 255},
-      {0x07E0, 0x0420, 134},
-      {0x001F, 0xFFE0, 0},
-      {0x3FF00000, 0x3FF00000, 255},
-      {0x3FF, 0x202, 128},
-      {0, 0xFFFFFFFF, 0},
-      {0x80000000, 0x80000000, 255},
-      {0xFFFFFFFF, 0x80000000, 128},
-      {0x5, 0x4, 340 & 0xFF},  // two bits apart: 4 of 3 does not fit a byte
-  };
-  for (const auto& item : cases)
-    EXPECT_EQ(ChannelScale(item.mask).byteOf(item.pixel), item.byte) << &item - cases;
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include "keys/combo.h"
-#include "keys/key_tables.h"
 #include "keys/text.h"
 
 namespace ostler {
@@ -48,24 +47,6 @@ TEST(ParseKeyCombo, EndsAPartAtEveryPlus) {
       {"É", {"É"}},       {"a\0"s, {"a\0"s}},
   };
   for (const auto& [combo, expected] : cases) EXPECT_EQ(parseKeyCombo(combo), expected) << combo;
-}
-
-TEST(KeyTables, HoldEveryNameOnce) {
-  EXPECT_EQ(keyNameTable.size(), 81u);
-  EXPECT_EQ(modifierNameTable.size(), 9u);
-  for (const auto& [name, keysym] : modifierNameTable) EXPECT_FALSE(keyNameTable.contains(name)) << name;
-  const std::pair<const char*, std::uint64_t> cases[] = {
-      {"return", 0xFF0D}, {"forwarddelete", 0xFFFF},
-      {"plus", 0x3D},     {"`", 0x60},
-      {"0", 0x30},        {"9", 0x39},
-      {"a", 0x61},        {"z", 0x7A},
-      {"f1", 0xFFBE},     {"f10", 0xFFC7},
-      {"f12", 0xFFC9},    {"\\", 0x5C},
-      {"/", 0x2F},        {"pageup", 0xFF55},
-      {"space", 0x20},
-  };
-  for (const auto& [name, keysym] : cases) EXPECT_EQ(keyNameTable.at(name), keysym) << name;
-  EXPECT_EQ(modifierNameTable.at("meta"), 0xFFEBu);
 }
 
 }  // namespace
