@@ -16,8 +16,9 @@ const DIM = '\x1b[90m', PLAIN = '\x1b[0m', GREEN = '\x1b[92m', CYAN = '\x1b[96m'
 
 const state = {
   cell: null, origin: null, fields: {}, pressed: [], drawn: 0,
-  clicks: { left: 0, middle: 0, right: 0 }, wheel: { up: 0, down: 0, left: 0, right: 0 },
+  clicks: { left: 0, middle: 0, right: 0 }, wheel: { up: 0, down: 0, left: 0, right: 0 }, mouse: true,
 };
+let mouseWanted = true;
 let focus = 'typed';
 let last = null;  // where the line being drawn has got to, in pixels
 let clicked = '';  // the cell of the click before
@@ -111,6 +112,7 @@ const GRAMMAR = [
   [/^\x1b\[200~([^]*?)\x1b\[201~/, (pasted) => [...pasted].forEach(text)],
   [/^\x1b\[3;(\d+);(\d+)t/, (left, top) => { state.origin = { left: Number(left), top: Number(top) }; }],
   [/^\x1b\[6;(\d+);(\d+)t/, (height, width) => { state.cell = { width: Number(width), height: Number(height) }; }],
+  [/^\x1b\[0n/, () => { state.mouse = mouseWanted; }],
   [/^\x1b\[1;(\d)([A-DFHP-S])/, (digit, letter) => press(modifiers(Number(digit)) + LETTERS[letter])],
   [/^\x1b[[O]([A-DFHP-S])/, (letter) => press(LETTERS[letter])],
   [/^\x1b\[(\d\d?)(?:;(\d))?~/, (number, digit) => press(modifiers(Number(digit ?? 1)) + NUMBERS[number])],
@@ -145,7 +147,8 @@ function obey({ into, note, mouse }) {
     showField(into);
   }
   if (note) put(NOTE_ROW, FIELD_LEFT, `${DIM}${note}\x1b[K`);
-  if (mouse !== undefined) out(['\x1b[?1003l', '\x1b[?1003h'][Number(mouse)]);
+  // The terminal answers the question behind it when it has done so.
+  if (mouse !== undefined) out(`\x1b[?1003${(mouseWanted = mouse) ? 'h' : 'l'}\x1b[5n`);
   tell();
 }
 

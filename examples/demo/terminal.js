@@ -46,8 +46,8 @@ class Terminal {
   }
 
   // Waits until the canvas has seen what `condition` looks for.
-  async until(what, condition, milliseconds = 5000) {
-    const end = Date.now() + milliseconds;
+  async until(what, condition) {
+    const end = Date.now() + 10000;
     while (!condition(this.state)) {
       if (Date.now() > end) throw new Error(`${what} did not reach the terminal`);
       await sleep(5);

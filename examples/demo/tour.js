@@ -73,22 +73,23 @@ function beginningInCommon(one, other) {
 
 // A program that is late can miss a sign that no key bears. A careful host
 // looks at what arrived, takes back what is wrong and types it again, in
-// shorter pieces.
+// shorter pieces. A letter at the end, which cannot be missed, tells when all
+// of a piece has arrived.
 async function typeLine(terminal) {
   const wanted = [...LINE];
+  const end = 'q';
   await terminal.into('typed');
-  for (let good = 0, piece = wanted.length, attempt = 1; attempt <= 50; ++attempt, piece = 4) {
-    ostler.type(wanted.slice(good, good + piece).join(''));
-    const due = wanted.slice(0, good + piece).join('');
-    await terminal.until('', ({ fields }) => fields.typed === due, 300).catch(() => {});
+  for (let good = 0, piece = wanted.length, attempt = 1; attempt <= 200; ++attempt, piece = 4) {
+    ostler.type(wanted.slice(good, good + piece).join('') + end);
+    await terminal.until('a letter', ({ fields }) => fields.typed.endsWith(end));
     const arrived = [...terminal.state.fields.typed];
     good = beginningInCommon(arrived, wanted);
-    if (good === wanted.length) {
-      return `${good} characters${attempt > 1 ? `; the terminal was late, which took ${attempt} pieces` : ''}`;
-    }
     for (let wrong = arrived.length - good; wrong > 0; --wrong) ostler.key('backspace');
     const rest = wanted.slice(0, good).join('');
     await terminal.until('backspace', ({ fields }) => fields.typed === rest);
+    if (good === wanted.length) {
+      return `${good} characters${attempt > 1 ? `; the terminal was late, which took ${attempt} pieces` : ''}`;
+    }
   }
   throw new Error(`the terminal got ${terminal.state.fields.typed}`);
 }
@@ -114,7 +115,7 @@ async function clipboardHolds(text) {
 async function clipboard(terminal) {
   await step('copy', async () => {
     terminal.tell({ mouse: false });
-    await sleep(100);  // the terminal does not say when it has let go of the mouse
+    await terminal.until('the order to leave the mouse alone', ({ mouse }) => !mouse);
     const [, y] = terminal.cell(1, 19);
     const { cell, origin } = terminal.state;
     const start = origin.left + 10 * cell.width;
