@@ -40,7 +40,11 @@ bool compress(Compressor& compressor, const RgbImage& image, int quality) {
   jpeg_compress_struct* info = &compressor.info;
   info->err = jpeg_std_error(&compressor.error.manager);
   info->err->error_exit = jumpOut;
-  if (setjmp(compressor.error.context) != 0) return false;
+  if (setjmp(compressor.error.context) != 0) {
+    // libjpeg frees the block that it outgrows, and tells of the new one only here.
+    if (compressor.output != nullptr) info->dest->term_destination(info);
+    return false;
+  }
   jpeg_create_compress(info);
   jpeg_mem_dest(info, &compressor.output, &compressor.outputSize);
   info->image_width = static_cast<JDIMENSION>(image.width);

@@ -8,9 +8,15 @@
 namespace ostler {
 namespace {
 
+// libpng's own functions print.
+extern "C" [[noreturn]] void leaveLibpng(png_structp png, png_const_charp) { png_longjmp(png, 1); }
+extern "C" void ignoreWarning(png_structp, png_const_charp) {}
+
 struct Writer {
   Writer() : png(png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr)) {
-    if (png != nullptr) info = png_create_info_struct(png);
+    if (png == nullptr) return;
+    png_set_error_fn(png, nullptr, leaveLibpng, ignoreWarning);
+    info = png_create_info_struct(png);
   }
   Writer(const Writer&) = delete;
   Writer& operator=(const Writer&) = delete;
@@ -36,19 +42,10 @@ bool append(Output& output, png_bytep data, png_size_t size) noexcept {
 }
 
 extern "C" void appendToOutput(png_structp png, png_bytep data, png_size_t size) {
-  // A jump rather than png_error, which prints.
-  if (!append(*static_cast<Output*>(png_get_io_ptr(png)), data, size)) png_longjmp(png, 1);
+  if (!append(*static_cast<Output*>(png_get_io_ptr(png)), data, size)) png_error(png, "");
 }
 
 extern "C" void flushNothing(png_structp) {}
-
-// libpng's default error function prints before it jumps, so what it would
-// refuse is never shown to it.
-bool isAcceptable(png_structp png, const RgbImage& image) {
-  return image.width > 0 && image.height > 0 &&
-         static_cast<png_uint_32>(image.width) <= png_get_user_width_max(png) &&
-         static_cast<png_uint_32>(image.height) <= png_get_user_height_max(png);
-}
 
 // libpng leaves this function by a jump when it fails, so nothing with a
 // destructor may live in it.
@@ -68,7 +65,7 @@ bool write(const Writer& writer, Output& output, const RgbImage& image, png_byte
 
 std::vector<unsigned char> encodePng(const RgbImage& image) {
   const Writer writer;
-  if (writer.png == nullptr || writer.info == nullptr || !isAcceptable(writer.png, image)) return {};
+  if (writer.png == nullptr || writer.info == nullptr) return {};
   std::vector<png_bytep> rows;
   rows.reserve(static_cast<std::size_t>(image.height));
   for (std::int32_t y = 0; y < image.height; ++y) rows.push_back(const_cast<png_bytep>(image.row(y)));

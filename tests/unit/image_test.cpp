@@ -1,10 +1,15 @@
+#include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <limits>
+#include <new>
 #include <random>
 
 #include <gtest/gtest.h>
 #include <jpeglib.h>
 #include <png.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include "image/crop.h"
 #include "image/encode_jpeg.h"
@@ -127,6 +132,37 @@ TEST(EncodeJpeg, RoundsTheQualityAndLimitsIt) {
   EXPECT_EQ(info.comp_info[0].h_samp_factor, 2);
   jpeg_destroy_decompress(&info);
 }
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // which take memory without end
+// Ends the process with 0 if an encoder returned without a picture each time
+// that the memory was too little for it.
+template <typename Encode>
+void encodeWithoutMemory(Encode encode) {
+  const RgbImage image = noise(500, 500);
+  rlim_t pages = 0;
+  std::ifstream("/proc/self/statm") >> pages;
+  rlimit usual;
+  getrlimit(RLIMIT_AS, &usual);
+  int failures = 0;
+  for (double spare = 8192; spare < 4e6; spare *= 1.25) {
+    const rlimit memory{pages * static_cast<rlim_t>(getpagesize()) + static_cast<rlim_t>(spare),
+                        usual.rlim_max};
+    setrlimit(RLIMIT_AS, &memory);
+    try {
+      failures += encode(image).empty();
+    } catch (const std::bad_alloc&) {
+    }
+    setrlimit(RLIMIT_AS, &usual);
+  }
+  std::exit(failures > 5 && !encode(image).empty() ? 0 : 1);
+}
+
+TEST(Encoders, FailQuietlyWithoutMemory) {
+  const auto encodeBest = [](const RgbImage& image) { return encodeJpeg(image, 1); };
+  EXPECT_EXIT(encodeWithoutMemory(encodeBest), testing::ExitedWithCode(0), "^$");
+  EXPECT_EXIT(encodeWithoutMemory(encodePng), testing::ExitedWithCode(0), "^$");
+}
+#endif
 
 TEST(Encoders, RefuseQuietlyWhatTheLibrariesCannotHold) {
   testing::internal::CaptureStderr();
