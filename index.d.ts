@@ -14,7 +14,8 @@
  * - A failure is a plain `Error` without a `code`; its `message` tells which step
  *   failed. The first call that needs the desktop connects to it, which can fail,
  *   and on Wayland shows a dialog. After a failed attempt the next call makes a
- *   new one; after a good one the connection stays until the process ends.
+ *   new one, except where no session was found, which is final; after a good one
+ *   the connection stays until the process ends.
  */
 declare namespace ostler {
   /** A position on the desktop, in the coordinates of `display`. */
@@ -185,13 +186,14 @@ declare namespace ostler {
      * @param excluded Reserved; pass [].
      * @param width Wanted width in pixels of the picture; 0 for no resampling.
      * @param height Wanted height in pixels of the picture; 0 for no resampling.
-     * @param left Left edge of the crop, in the coordinates of `display`.
-     * @param top Top edge of the crop.
+     * @param left Left edge of the crop, in the coordinates of `display`. A negative edge counts
+     *   as 0, and the crop keeps its size.
+     * @param top Top edge of the crop, likewise.
      * @param right Right edge of the crop, exclusive; not above `left` for no crop.
      * @param bottom Bottom edge of the crop, exclusive; not above `top` for no crop.
      * @param quality From 0 to 1 a JPEG of that quality; negative or NaN a PNG.
      * @returns The bytes of the file, or null when there is no picture: the X server gave none,
-     *   the crop lies outside the desktop, or the encoder failed.
+     *   the crop begins at or beyond the right or bottom edge, or the encoder failed.
      * @throws Error when there is no desktop, memory runs out, or on Wayland the screen cast has ended.
      */
     screenshot(

@@ -60,10 +60,9 @@ public:
       pollfd readable{source, POLLIN, 0};
       if (poll(&readable, 1, static_cast<int>(std::min(left, longestPoll).count())) <= 0) continue;
       if (trusted) return true;
-      if (hungUp(socket)) return false;
-      if (state == State::complete) return true;
-      state = peek(socket);
-      if (state == State::broken) return false;
+      if (state != State::complete) state = peek(socket);
+      // A server that hangs up after this look still brings libei down.
+      if (state == State::broken || hungUp(socket)) return false;
       if (state != State::partial) return true;
       sleepFor(milliseconds(1));
     }
@@ -90,7 +89,7 @@ EisChannel::EisChannel(GDBusConnection* connection, const std::string& sessionHa
   ServerWait server;
   if (!connectEis(connection, sessionHandle, server)) return;
   bool done = false;
-  while (!done && server.wait(ei_get_fd(eiContext.get()), eisFd, handshaken)) {
+  while (!done && server.wait(ei_get_fd(eiContext.get()), eisFd.get(), handshaken)) {
     ei_dispatch(eiContext.get());
     while (const EiOwner<ei_event> event{ei_get_event(eiContext.get())}) handle(event.get(), done);
   }
@@ -105,25 +104,25 @@ bool EisChannel::connectEis(GDBusConnection* connection, const std::string& sess
   // libei reads until there is nothing left, which has to be an end.
   const int flags = fcntl(socket.get(), F_GETFL);
   if (flags < 0 || fcntl(socket.get(), F_SETFL, flags | O_NONBLOCK) != 0) return false;
+  // libei closes what it is given when the server hangs up, and the number may be anybody's then.
+  FileDescriptor copy(fcntl(socket.get(), F_DUPFD_CLOEXEC, 0));
+  EiOwner<ei> context(ei_new_sender(nullptr));
+  if (!copy || context == nullptr) return false;
+  ei_log_set_handler(context.get(), ignoreLog);
+  ei_configure_name(context.get(), "ostler-client");
   // The set-up reads already.
   server.begin();
   if (!server.wait(socket.get(), socket.get(), false)) return false;
-
-  EiOwner<ei> context(ei_new_sender(nullptr));
-  if (context == nullptr) return false;
-  ei_log_set_handler(context.get(), ignoreLog);
-  ei_configure_name(context.get(), "ostler-client");
-  if (ei_setup_backend_fd(context.get(), socket.get()) != 0) return false;
-  eisFd = socket.release();
+  if (ei_setup_backend_fd(context.get(), copy.get()) != 0) return false;
+  contextFd = copy.release();
+  eisFd = std::move(socket);
   eiContext = std::move(context);
   return true;
 }
 
 void EisChannel::handle(ei_event* event, bool& done) {
-  const ei_event_type type = ei_event_get_type(event);
-  // All but this one come from a server that has shaken hands.
-  if (type != EI_EVENT_DISCONNECT) handshaken = true;
-  switch (type) {
+  handshaken = true;  // no event comes before that
+  switch (ei_event_get_type(event)) {
     case EI_EVENT_DISCONNECT:
       done = true;
       break;
@@ -158,7 +157,8 @@ void EisChannel::fillSlots(ei_device* device) {
 void EisChannel::abandon() {
   static ei* abandoned = nullptr;
   close(ei_get_fd(eiContext.get()));
-  close(std::exchange(eisFd, -1));
+  close(std::exchange(contextFd, -1));
+  eisFd = FileDescriptor();
   ei* const context = eiContext.release();
   ei_set_user_data(context, std::exchange(abandoned, context));
 }
@@ -169,7 +169,7 @@ void EisChannel::abandon() {
 // only the first of them. The system counts a socket as writable while it is
 // three quarters empty, so there is room for releases even then.
 bool EisChannel::waitForRoom() {
-  pollfd writable{eisFd, POLLOUT, 0};
+  pollfd writable{eisFd.get(), POLLOUT, 0};
   const Clock::time_point deadline = Clock::now() + (stalled ? milliseconds(0) : stallLimit);
   int ready = 0;
   do {

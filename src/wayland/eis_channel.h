@@ -5,6 +5,7 @@
 
 #include <libei.h>
 
+#include "wayland/file_descriptor.h"
 #include "wayland/glib_handles.h"
 
 namespace ostler {
@@ -27,23 +28,32 @@ public:
   EisChannel(const EisChannel&) = delete;
   EisChannel& operator=(const EisChannel&) = delete;
 
+  // Before the events of something that makes no sense by halves: a click without
+  // its move, a key without its modifiers.
+  void beginOperation() { dropping = false; }
+
   // Sends one event, `event()`, in a frame of its own. While the compositor
-  // does not read, one that begins something `mayDrop`: a press, a motion; what
-  // ends something may not, or a key would stay down.
+  // does not read, one that begins something `mayDrop`: a press, a motion, and
+  // all of these that follow in the operation; what ends something may not, or a
+  // key would stay down.
   template <typename Event>
   void send(ei_device* device, bool mayDrop, Event event) {
-    if (!waitForRoom() && mayDrop) return;
+    if (mayDrop && (dropping || !waitForRoom())) {
+      dropping = true;
+      return;
+    }
+    if (!mayDrop) waitForRoom();
     event();
     finishFrame(device);
   }
 
-  // Null without a channel. Owns the socket too.
+  FileDescriptor eisFd;
+  // Null without a channel.
   EiOwner<ei> eiContext;
   EiOwner<ei_device> eiKeyboard;
   EiOwner<ei_device> eiScroll;
   EiOwner<ei_device> eiButton;
   EiOwner<ei_device> eiPointer;
-  int eisFd = -1;
 
 private:
   class ServerWait;
@@ -55,8 +65,10 @@ private:
   bool waitForRoom();
   static void finishFrame(ei_device* device);
 
+  int contextFd = -1;  // the copy of eisFd that the context has
   bool handshaken = false;
   bool stalled = false;
+  bool dropping = false;
 };
 
 }  // namespace ostler

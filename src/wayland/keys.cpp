@@ -34,6 +34,7 @@ void WaylandBackend::key(const std::string& combo) {
       sendKeycode(code, pressed);
     }
   };
+  eis.beginOperation();
   for (const std::uint64_t keysym : keys->held) send(keysym, true);
   send(keys->main, true);
   send(keys->main, false);

@@ -70,6 +70,7 @@ void WaylandBackend::mouseMove(double x, double y) {
   const Size limits = display();
   const Position target{clampTo(limits.width, x), clampTo(limits.height, y)};
   capture.setLastPointer({rounded(target.x), rounded(target.y)});
+  eis.beginOperation();
   if (ei_device* device = eis.eiPointer.get()) {
     const Position sent = insideRegions(device, target);
     eis.send(device, true, [&] { ei_device_pointer_motion_absolute(device, sent.x, sent.y); });

@@ -59,6 +59,7 @@ void WaylandBackend::typeCodePoint(std::uint32_t codePoint, std::uint64_t keysym
 }
 
 void WaylandBackend::tap(EvdevKey key) {
+  eis.beginOperation();
   if (key.shift) sendKeycode(evdevLeftShift, true);
   sendKeycode(key.code, true);
   sendKeycode(key.code, false);

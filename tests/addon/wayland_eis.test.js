@@ -12,12 +12,15 @@ describe('an EIS server', { concurrency: true }, () => {
     // The message with which a server begins.
     const greeting = '0000000000000000140000000000000001000000';
     const sends = (bytes, close = false) => ({ eis: { bytes, close } });
+    const connected = '0000000000000000200000000200000001000000' + '00000000000000ff' + '01000000';
+    const disconnected = '00000000000000ff1c00000000000000' + '000000000000000000000000';
     const servers = [
       { error: ['org.test.No', 'no'] }, { reply: '(handle 0,)' },
       sends('', true), sends(greeting, true),
       sends('0'.repeat(64)), sends('f'.repeat(64)), sends(greeting + greeting),
       sends(`${greeting}0000000000000000200000000100000000000000000000000000000000000000`),
       sends(greeting.slice(0, 20)), sends(''),
+      { eis: { bytes: greeting, answer: connected + disconnected } },
     ];
     const desktop = await startDesktop({ ConnectToEIS: servers });
     const hosts = await Promise.all(servers.map(() => desktop.startHost()));
@@ -28,7 +31,9 @@ describe('an EIS server', { concurrency: true }, () => {
     const held = hosts.map(({ pid }) => fs.readdirSync(`/proc/${pid}/fd`)
       .map((name) => fs.readlinkSync(`/proc/${pid}/fd/${name}`))
       .filter((target) => /socket|eventpoll/.test(target)).length);
-    assert.deepStrictEqual(held, held.map(() => held[0]));
+    // Only a channel that the server has ended in good order is kept to the end.
+    const [least, ...others] = held.sort((a, b) => a - b);
+    assert.ok(others.slice(0, -1).every((count) => count === least), `${held}`);
     await desktop.stop();
   });
 
@@ -66,6 +71,17 @@ describe('an EIS server', { concurrency: true }, () => {
       process.kill(server, 'SIGKILL');
     }
     await host.call('type', 'a'.repeat(150));
+    // The next files get the numbers of what libei has closed by now.
+    const calm = await host.run((addon, directory) => {
+      const { execFileSync } = require('node:child_process');
+      const { constants, openSync } = require('node:fs');
+      execFileSync('mkfifo', [`${directory}/fifo`]);
+      for (let i = 0; i < 9; i++) openSync(`${directory}/fifo`, constants.O_RDONLY | constants.O_NONBLOCK);
+      const begin = Date.now();
+      addon.type('abc');
+      return Date.now() - begin < 5000;
+    }, desktop.env.XDG_RUNTIME_DIR);
+    assert.ok(calm, 'nothing waits for a file that is not the server');
     await desktop.stop();
   });
 });

@@ -15,8 +15,9 @@
 #     delay      milliseconds between the reply and the Response
 #     when       "before": Response before the reply; "never"; "exit": the portal
 #                ends after its reply
-#     eis        device descriptions for the EIS server, or {"bytes": hex, "close": bool}
-#                for a socket that sends just that
+#     eis        device descriptions for the EIS server, or {"bytes": hex, "answer": hex,
+#                "close": bool} for a socket that sends just that, the answer once
+#                the client has sent something
 #
 # DIRECTORY/record has a line for each call, "Interface.Method ARGUMENTS"; the EIS
 # server adds its own. Tokens are written #1, #2... in order of appearance. A new
@@ -142,6 +143,9 @@ def connect(method, step):
         return socket.socket(fileno=kept[-1].client_end)
     end, other = socket.socketpair()
     other.send(bytes.fromhex(channel['bytes']))
+    if 'answer' in channel:
+        GLib.io_add_watch(other.fileno(), 0, GLib.IO_IN,
+                          lambda *_: other.send(bytes.fromhex(channel['answer'])) and False)
     if channel.get('close'):
         other.close()
     kept.append(other)
