@@ -117,7 +117,7 @@ declare namespace ostler {
      * press their keys. Bytes that are no Unicode text type U+FFFD.
      *
      * Returns early and without an error when a person pressed Escape after the
-     * last good {@link lock}; what was typed by then stays.
+     * last {@link lock}; what was typed by then stays.
      *
      * @throws Error when there is no desktop, or at the first character that cannot be typed
      *   (X11: the keyboard map has no free key; Wayland: not permitted, or refused by the portal).
@@ -268,8 +268,8 @@ declare namespace ostler {
      * `key` does not count.
      *
      * After such a press every `type` returns at once, `unlock` or not, until the
-     * next good `lock`. Only `type` stops by itself; a host that does other
-     * work stops it in the callback.
+     * next `lock` on X11; one that does not get Escape counts too. Only `type`
+     * stops by itself; a host that does other work stops it in the callback.
      *
      * @returns Whether the watcher runs now. false: on Wayland, without an X server, when it runs
      *   already (the first callback stays), when another program holds Escape, when the X server
@@ -277,7 +277,10 @@ declare namespace ostler {
      */
     lock(callback: () => void): boolean;
 
-    /** Stops the watcher and gives Escape back; takes up to 100 ms. Does nothing when none runs. */
+    /**
+     * Stops the watcher and gives Escape back; takes up to 100 ms, or 5 s when the X
+     * server has gone silent. Does nothing when none runs.
+     */
     unlock(): void;
 
     /** There is nothing to permit on this platform: always true. */

@@ -4,17 +4,12 @@
 #include <cstdlib>
 #include <memory>
 #include <mutex>
+#include <utility>
 
 #include <X11/keysym.h>
-#include <xcb/xcb.h>
 
 namespace ostler {
 namespace {
-
-struct XcbDisconnecter {
-  void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
-};
-using XcbConnection = std::unique_ptr<xcb_connection_t, XcbDisconnecter>;
 
 struct Freer {
   void operator()(void* data) const { std::free(data); }
@@ -27,9 +22,12 @@ thread_local bool trappedError = false;
 std::atomic<XErrorHandler> processHandler{nullptr};
 
 int onXError(Display* display, XErrorEvent* error) noexcept {
-  if (display != trappedDisplay) return processHandler.load()(display, error);
-  trappedError = true;
-  return 0;
+  if (display == trappedDisplay) {
+    trappedError = true;
+    return 0;
+  }
+  const XErrorHandler handler = processHandler;
+  return handler != nullptr ? handler(display, error) : 0;
 }
 
 // Catches the X errors of one connection. There is only one handler for all
@@ -58,12 +56,12 @@ std::mutex trapMutex;
 
 }  // namespace
 
-bool displayAnswers(const char* displayName) {
-  const XcbConnection connection(xcb_connect(displayName, nullptr));
-  if (xcb_connection_has_error(connection.get()) != 0) return false;
+XcbConnection connectWhenAnswered(const char* displayName) {
+  XcbConnection connection(xcb_connect(displayName, nullptr));
+  if (xcb_connection_has_error(connection.get()) != 0) return nullptr;
   const auto cookie = xcb_get_input_focus(connection.get());
   const std::unique_ptr<void, Freer> reply(xcb_get_input_focus_reply(connection.get(), cookie, nullptr));
-  return reply != nullptr;
+  return reply != nullptr ? std::move(connection) : nullptr;
 }
 
 EscapeGrab::EscapeGrab(Display* display)

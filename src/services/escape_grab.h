@@ -1,14 +1,24 @@
 #pragma once
 
+#include <memory>
+
+#include <xcb/xcb.h>
+
 #include "x11/xlib_handles.h"
 
 namespace ostler {
 
-// Whether the X server behind a display name takes requests. Waits for as long
-// as the server says nothing, yet holds nothing meanwhile that another thread
-// could need: XOpenDisplay would keep Xlib's global lock, and with it every
-// XOpenDisplay and XSetErrorHandler of the process.
-bool displayAnswers(const char* displayName);
+struct XcbDisconnecter {
+  void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
+};
+using XcbConnection = std::unique_ptr<xcb_connection_t, XcbDisconnecter>;
+
+// A connection to the X server behind a display name, once it has taken a
+// request; null when there is none. Waits for as long as the server says
+// nothing, yet holds nothing meanwhile that another thread could need:
+// XOpenDisplay would keep Xlib's global lock, and with it every XOpenDisplay and
+// XSetErrorHandler of the process.
+XcbConnection connectWhenAnswered(const char* displayName);
 
 // Takes the Escape key, with any modifiers, from the rest of the desktop.
 class EscapeGrab {

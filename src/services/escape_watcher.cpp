@@ -3,14 +3,12 @@
 #include <condition_variable>
 #include <cstdint>
 #include <cstdlib>
-#include <ctime>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
 #include <utility>
-
-#include <pthread.h>
+#include <vector>
 
 #include "driver/driver.h"
 #include "driver/escape_flags.h"
@@ -25,41 +23,46 @@ using namespace std::chrono_literals;
 
 constexpr std::chrono::nanoseconds startBudget = 5s;
 constexpr std::chrono::nanoseconds pause = 100ms;
-constexpr std::chrono::seconds exitBudget = 1s;
+// For a worker that is to end: one whose server has gone silent does not.
+constexpr std::chrono::nanoseconds unlockBudget = 5s;
+constexpr std::chrono::nanoseconds exitBudget = 1s;
 
-// What the two threads tell each other while the worker starts. Both own it: a
-// worker that is late outlives the call that started it.
+// What a worker and the calls that start and end it tell each other. Both own
+// it: a worker that is late outlives the call that gave it up.
 struct Handshake {
   explicit Handshake(const char* name) : displayName(name) {}
 
   const std::string displayName;
-  std::mutex mutex;  // guards the two flags
-  std::condition_variable changed;
-  bool ready = false;
-  bool abandoned = false;
+  std::mutex mutex;  // guards the two fields that follow
+  enum class Stage { starting, running, ended } stage = Stage::starting;
+  bool dismissed = false;
+  std::condition_variable changed;  // signalled for the stage
 };
+using Stage = Handshake::Stage;
 
-// Guards escapeThread, escapeFunction and lateHandshake, all through lock and
-// unlock: they can be called in several JavaScript threads.
+// Guards what follows, all through lock and unlock: they can be called in
+// several JavaScript threads.
 std::mutex watcherMutex;
 // Never destroyed: the end of a joinable thread object ends the process.
 std::thread& escapeThread = *new std::thread;
-// The worker touches it too, between its start and its join.
+// With the thread that it belongs to.
+std::shared_ptr<Handshake> currentHandshake;
+// A worker that has not been dismissed touches it too.
 napi_threadsafe_function escapeFunction = nullptr;
-// The last worker that was given up, while it lives.
-std::weak_ptr<Handshake> lateHandshake;
+// The workers that were given up; they are gone when they live no more.
+std::vector<std::weak_ptr<Handshake>> lateHandshakes;
 
 std::atomic<bool> escapeGrabActive{false};
 
-// Tells the starter, when it goes, that the worker is ready or will never be.
-class ReadySignal {
+// Tells, when it goes, that the worker touches nothing any more.
+class EndSignal {
 public:
-  explicit ReadySignal(Handshake& with) : handshake(with) {}
-  ReadySignal(const ReadySignal&) = delete;
-  ReadySignal& operator=(const ReadySignal&) = delete;
-  ~ReadySignal() {
+  explicit EndSignal(Handshake& with) : handshake(with) {}
+  EndSignal(const EndSignal&) = delete;
+  EndSignal& operator=(const EndSignal&) = delete;
+  ~EndSignal() {
     const std::lock_guard lock(handshake.mutex);
-    handshake.ready = true;
+    handshake.stage = Stage::ended;
     handshake.changed.notify_one();
   }
 
@@ -67,18 +70,18 @@ private:
   Handshake& handshake;
 };
 
-bool isAbandoned(Handshake& handshake) {
+bool isDismissed(Handshake& handshake) {
   const std::lock_guard lock(handshake.mutex);
-  return handshake.abandoned;
+  return handshake.dismissed;
 }
 
 // Raises the flag on which the starter takes the worker for running, unless it
 // has given the worker up.
 bool reportRunning(Handshake& handshake) {
   const std::lock_guard lock(handshake.mutex);
-  if (handshake.abandoned) return false;
+  if (handshake.dismissed) return false;
   escapeGrabActive.exchange(true);
-  handshake.ready = true;
+  handshake.stage = Stage::running;
   handshake.changed.notify_one();
   return true;
 }
@@ -114,7 +117,9 @@ private:
   std::uint64_t seen = syntheticEscapeCount;
 };
 
-void reportPress() {
+void reportPress(Handshake& handshake) {
+  const std::lock_guard lock(handshake.mutex);
+  if (handshake.dismissed) return;
   escapePressed.exchange(true);
   if (escapeFunction == nullptr) return;
   const napi_status status = napi_call_threadsafe_function(escapeFunction, nullptr, napi_tsfn_nonblocking);
@@ -124,37 +129,58 @@ void reportPress() {
 }
 
 void watchEscape(const std::shared_ptr<Handshake>& handshake) {
-  const ReadySignal atTheEnd(*handshake);
+  const EndSignal atTheEnd(*handshake);
   const char* const displayName = handshake->displayName.c_str();
-  if (!displayAnswers(displayName) || isAbandoned(*handshake)) return;
+  // A server whose only client goes may reset itself or end, so the first
+  // connection stays until there is the second.
+  XcbConnection first = connectWhenAnswered(displayName);
+  if (first == nullptr || isDismissed(*handshake)) return;
   const DisplayConnection connection(XOpenDisplay(displayName));
+  first.reset();
   if (connection == nullptr) return;
   SyntheticPresses synthetic;
   const EscapeGrab grab(connection.get());
   if (!grab.held() || !reportRunning(*handshake)) return;
-  while (escapeGrabActive) {
-    synthetic.read(connection.get(), grab, reportPress);
+  while (!isDismissed(*handshake)) {
+    synthetic.read(connection.get(), grab, [&] { reportPress(*handshake); });
     sleepFor(pause);
   }
 }
 
-bool startWorker(const char* displayName) {
-  // One thread that waits for a silent server is enough.
-  if (const auto late = lateHandshake.lock(); late && late->displayName == displayName) return false;
-  const auto handshake = std::make_shared<Handshake>(displayName);
-  escapeThread = std::thread(watchEscape, handshake);
+// Ends the worker, or leaves it to end by itself when it does not in time.
+void dismissWorker(std::chrono::nanoseconds budget) {
+  const std::shared_ptr<Handshake> handshake = std::exchange(currentHandshake, nullptr);
+  bool ended = false;
   {
     std::unique_lock lock(handshake->mutex);
-    handshake->changed.wait_for(lock, startBudget, [&] { return handshake->ready; });
-    if (escapeGrabActive) return true;
-    handshake->abandoned = !handshake->ready;
+    handshake->dismissed = true;
+    ended = handshake->changed.wait_for(lock, budget, [&] { return handshake->stage == Stage::ended; });
   }
-  if (handshake->abandoned) {
-    lateHandshake = handshake;
-    escapeThread.detach();
-  } else {
+  if (ended) {
     escapeThread.join();
+  } else {
+    escapeThread.detach();
+    lateHandshakes.push_back(handshake);
   }
+}
+
+bool startWorker(const char* displayName) {
+  std::erase_if(lateHandshakes, [](const auto& late) { return late.expired(); });
+  // One thread that waits for a silent server is enough.
+  for (const auto& late : lateHandshakes) {
+    if (const auto handshake = late.lock(); handshake && handshake->displayName == displayName) return false;
+  }
+  lateHandshakes.reserve(lateHandshakes.size() + 1);
+  currentHandshake = std::make_shared<Handshake>(displayName);
+  escapeThread = std::thread(watchEscape, currentHandshake);
+  {
+    Handshake& handshake = *currentHandshake;
+    std::unique_lock lock(handshake.mutex);
+    handshake.changed.wait_for(lock, startBudget, [&] { return handshake.stage != Stage::starting; });
+    if (escapeGrabActive) return true;
+    handshake.dismissed = true;
+  }
+  dismissWorker(0s);
   return false;
 }
 
@@ -166,10 +192,7 @@ struct StopAtExit {
     // Xlib calls exit() on the worker itself when the server has gone.
     if (escapeThread.get_id() == std::this_thread::get_id()) return;
     escapeGrabActive.exchange(false);
-    timespec deadline{};
-    clock_gettime(CLOCK_REALTIME, &deadline);
-    deadline.tv_sec += exitBudget.count();  // the server may have gone silent
-    pthread_timedjoin_np(escapeThread.native_handle(), nullptr, &deadline);
+    dismissWorker(exitBudget);
   }
 } stopAtExit;
 
@@ -199,7 +222,7 @@ void driverUnlock() {
   using namespace ostler;
   const std::lock_guard lock(watcherMutex);
   escapeGrabActive.exchange(false);
-  if (escapeThread.joinable()) escapeThread.join();
+  if (escapeThread.joinable()) dismissWorker(unlockBudget);
   const napi_threadsafe_function function = std::exchange(escapeFunction, nullptr);
   if (function != nullptr) napi_release_threadsafe_function(function, napi_tsfn_release);
 }

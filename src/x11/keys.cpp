@@ -23,6 +23,12 @@ public:
   ~SyntheticEscape() { syntheticEscapeActive.exchange(false); }
 };
 
+bool isDown(Display* display, KeyCode keycode) {
+  char keys[32] = {};
+  XQueryKeymap(display, keys);
+  return (keys[keycode / 8] >> (keycode % 8) & 1) != 0;
+}
+
 }  // namespace
 
 void X11Backend::key(const std::string& combo) {
@@ -36,7 +42,9 @@ void X11Backend::key(const std::string& combo) {
 
   std::optional<SyntheticEscape> synthetic;
   const KeyCode escape = XKeysymToKeycode(xDisplay, XK_Escape);
-  if (escape != 0 && escape == keys->main) synthetic.emplace();
+  // Of a key that a person holds down the server makes no second press, and the
+  // watcher would take the person's for ours.
+  if (escape != 0 && escape == keys->main && !isDown(xDisplay, escape)) synthetic.emplace();
 
   const auto send = [this](std::uint64_t keycode, Bool down) {
     XTestFakeKeyEvent(xDisplay, static_cast<unsigned>(keycode), down, 0);
