@@ -17,6 +17,7 @@ fi
 cmake --preset release >/dev/null
 complaints=$(mktemp)
 trap 'rm -f "$complaints"' EXIT
+trap 'exit 130' INT TERM
 if ! sed -n 's/^ *"file": "\(.*\)".*/\1/p' build/compile_commands.json | sort -u |
   xargs -P "$(nproc)" -n 4 clang-tidy -p build --quiet >"$complaints" 2>&1; then
   grep -v 'warnings* generated' "$complaints" >&2

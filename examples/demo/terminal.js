@@ -23,12 +23,18 @@ class Terminal {
       '-e', process.execPath, path.join(__dirname, 'canvas.js'), socket],
     { stdio: 'ignore', env: { ...process.env, LC_ALL: 'C.UTF-8' } });
     const failed = once(terminal, 'exit').then(([code]) => { throw new Error(`xterm ended with ${code}`); });
-    const [connection] = await Promise.race([once(server, 'connection'), failed]);
-    failed.catch(() => {});  // from here on `stop` ends it
-    server.close();
-    const self = new Terminal(terminal, connection);
-    await self.until('the page of the canvas', ({ cell, origin }) => cell && origin);
-    return self;
+    failed.catch(() => {});  // also when `stop` ends it
+    try {
+      const [connection] = await Promise.race([once(server, 'connection'), failed]);
+      const self = new Terminal(terminal, connection);
+      await self.until('the page of the canvas', ({ cell, origin }) => cell && origin);
+      return self;
+    } catch (error) {
+      terminal.kill();
+      throw error;
+    } finally {
+      server.close();
+    }
   }
 
   constructor(child, connection) {

@@ -135,11 +135,13 @@ async function clipboard(terminal) {
 }
 
 async function interruption(terminal) {
-  const person = fork(path.join(__dirname, 'person.js'));
-  await once(person, 'message');
   await step('a person presses Escape', async () => {
-    const text = 'the quick brown fox jumps over the lazy dog '.repeat(12);
+    const person = fork(path.join(__dirname, 'person.js'));
+    const gone = once(person, 'exit').then(() => { throw new Error('the person has gone'); });
+    gone.catch(() => {});  // also when it is let go
+    const text = 'the quick brown fox jumps over the lazy dog '.repeat(40);
     let calls = 0;
+    await Promise.race([once(person, 'message'), gone]);
     await terminal.into('stopped');
     if (!ostler.lock(() => ++calls)) throw new Error('the watcher does not run');
     try {
@@ -147,7 +149,7 @@ async function interruption(terminal) {
       person.send({ after: 700 });
       ostler.type(text);
       const stopped = Date.now();
-      const [{ at }] = await pressed;
+      const [{ at }] = await Promise.race([pressed, gone]);
       await sleep(300);  // for the terminal to show the last of it
       const out = terminal.state.fields.stopped.length;
       if (out === 0 || !text.startsWith(terminal.state.fields.stopped)) throw new Error('the text is not a beginning');
@@ -158,9 +160,9 @@ async function interruption(terminal) {
       return result;
     } finally {
       ostler.unlock();
+      person.disconnect();
     }
   });
-  person.disconnect();
 }
 
 async function main() {

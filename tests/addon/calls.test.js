@@ -3,9 +3,9 @@
 
 const assert = require('node:assert');
 const fs = require('node:fs');
-const os = require('node:os');
 const path = require('node:path');
 const { after, before, describe, it } = require('node:test');
+const { temporaryDirectory } = require('../support/children');
 const { startHost } = require('../support/host');
 
 const { XDG_SESSION_TYPE, WAYLAND_DISPLAY, DISPLAY, ...environment } = process.env;
@@ -70,8 +70,9 @@ describe('without a session', () => {
 });
 
 it('says which session kind failed, and tries again on the next call', async () => {
-  const directory = fs.mkdtempSync(path.join(os.tmpdir(), 'ostler-calls-'));
-  const host = await startHost({ ...environment, XDG_SESSION_TYPE: 'TTY', XDG_RUNTIME_DIR: directory });
+  const directory = temporaryDirectory();
+  const host = await startHost({ ...environment, XDG_SESSION_TYPE: 'TTY', XDG_RUNTIME_DIR: directory,
+    DBUS_SESSION_BUS_ADDRESS: `unix:path=${directory}/none` });
   const fail = () => host.run((addon, variables) => {
     Object.assign(process.env, variables);
     addon.move(0, 0);
@@ -84,5 +85,4 @@ it('says which session kind failed, and tries again on the next call', async () 
   fs.mkdirSync(path.join(directory, 'wayland-0'));  // beside an X server, the compositor is what counts
   await assert.rejects(fail(), (error) => error.message !== unopened.message && /D-Bus|Wayland/.test(error.message));
   await host.stop();
-  fs.rmSync(directory, { recursive: true });
 });

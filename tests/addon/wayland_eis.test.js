@@ -57,7 +57,7 @@ describe('an EIS server', { concurrency: true }, () => {
       process.kill(server, 'SIGSTOP');
       const begin = Date.now();
       await host.call('type', 'a'.repeat(150));
-      assert.ok(Date.now() - begin < 20000);
+      assert.ok(Date.now() - begin < 60000);
       process.kill(server, 'SIGCONT');
       // No key stays down, and once it reads again the next ones are typed.
       const ends = (record, text) => keys(record).slice(-2 * text.length).join() === taps(text).join();

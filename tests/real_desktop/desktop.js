@@ -73,7 +73,6 @@ async function startDesktop(size, scale) {
     async stop() {
       session.stdin.end();
       await ended;
-      fs.rmSync(directory, { recursive: true, force: true });
     },
   };
   await seen('ready');

@@ -1,11 +1,14 @@
 'use strict';
 
 const { once } = require('node:events');
+const fs = require('node:fs');
+const os = require('node:os');
+const path = require('node:path');
 const { after } = require('node:test');
 
 const running = new Set();
 // What a failed test has not stopped would keep this process for ever.
-after(() => setTimeout(() => running.forEach((child) => child.kill('SIGKILL')), 5000).unref());
+after(() => setTimeout(() => running.forEach((child) => child.kill('SIGKILL')), 60000).unref());
 
 // Gives the end of a child process, which comes after the tests at the latest.
 function endOf(child) {
@@ -13,4 +16,16 @@ function endOf(child) {
   return once(child, 'exit').finally(() => running.delete(child));
 }
 
-module.exports = { endOf };
+const directories = [];
+process.once('exit', () => directories.forEach((name) => fs.rmSync(name, { recursive: true, force: true })));
+
+// A new directory, which goes with this process.
+function temporaryDirectory() {
+  directories.push(fs.mkdtempSync(path.join(os.tmpdir(), 'ostler-test-')));
+  return directories.at(-1);
+}
+
+// The command and arguments of a server that ends when this process does, even if that is killed.
+const bound = (...command) => ['setpriv', ['--pdeathsig', 'KILL', ...command]];
+
+module.exports = { bound, endOf, temporaryDirectory };

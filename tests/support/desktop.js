@@ -6,9 +6,8 @@
 const { spawn } = require('node:child_process');
 const { once } = require('node:events');
 const fs = require('node:fs');
-const os = require('node:os');
 const path = require('node:path');
-const { endOf } = require('./children');
+const { bound, endOf, temporaryDirectory } = require('./children');
 const { startHost } = require('./host');
 const { waitUntil } = require('./wait');
 
@@ -17,7 +16,7 @@ const modules = ['protocol-native', 'client-node', 'access', 'link-factory'];
 
 // A new directory for a Wayland session, and the environment of its programs.
 function makeSession() {
-  const directory = fs.mkdtempSync(path.join(os.tmpdir(), 'ostler-wayland-'));
+  const directory = temporaryDirectory();
   const inside = (name) => path.join(directory, name);
   const { DISPLAY, XAUTHORITY, ...rest } = process.env;
   const env = {
@@ -43,7 +42,7 @@ Exec=/usr/bin/python3 -B ${path.join(__dirname, 'portal.py')} ${directory}\n`);
 
   const children = [], hosts = [];
   const start = (command, ...args) => {
-    const child = spawn(command, args, { env, stdio: ['pipe', 'pipe', 'ignore'] });
+    const child = spawn(...bound(command, ...args), { env, stdio: ['pipe', 'pipe', 'ignore'] });
     children.push({ child, exited: endOf(child) });
     return child;
   };
@@ -90,7 +89,6 @@ Exec=/usr/bin/python3 -B ${path.join(__dirname, 'portal.py')} ${directory}\n`);
         child.kill();
         await exited;
       }
-      fs.rmSync(directory, { recursive: true, force: true });
     },
   };
   desktop.setScript(script);

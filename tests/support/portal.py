@@ -87,19 +87,22 @@ def called(_bus, sender, path, interface, method, parameters, invocation):
     if os.stat(os.path.join(directory, 'script.json')).st_ino != script.serial:
         script = Script()
     arguments = path if method == 'Close' else parameters.print_(False)
-    script.write_down('%s.%s %s' % (interface.rsplit('.')[-1], method, arguments))
     name = parameters[1] if method == 'Get' else method
     step = script.step(name)
+    end = None
+    if method in ('ConnectToEIS', 'OpenPipeWireRemote') and not step.keys() & {'error', 'reply'}:
+        end = connect(method, step)
+    script.write_down('%s.%s %s' % (interface.rsplit('.')[-1], method, arguments))
     message = invocation.get_message()
     if 'error' in step:
         bus.send_message(Gio.DBusMessage.new_method_error_literal(message, *step['error']), 0)
     elif method in RESPONSES:
         request(message, sender, method, parameters, step)
-    elif method in ('ConnectToEIS', 'OpenPipeWireRemote') and 'reply' not in step:
-        with connect(method, step) as end:
-            descriptors = Gio.UnixFDList.new()
-            descriptors.append(end.fileno())
-            reply(message, '(handle 0,)', descriptors)
+    elif end is not None:
+        descriptors = Gio.UnixFDList.new()
+        descriptors.append(end.fileno())
+        end.close()
+        reply(message, '(handle 0,)', descriptors)
     else:
         reply(message, step.get('reply', REPLIES.get(name, '()')))
 

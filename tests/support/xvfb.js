@@ -2,10 +2,7 @@
 // X servers for tests: each on a free display, ended by its process id.
 
 const { spawn } = require('node:child_process');
-const fs = require('node:fs');
-const os = require('node:os');
-const path = require('node:path');
-const { endOf } = require('./children');
+const { bound, endOf, temporaryDirectory } = require('./children');
 
 // The environment of an X11 session on `display`, whatever session the tests
 // themselves were started in.
@@ -16,9 +13,10 @@ function x11Environment(display, runtimeDirectory) {
 
 // Starts Xvfb; resolves to { display, env, stop }. `screen` is WxHxDEPTH.
 async function startXvfb({ screen = '1280x720x24', options = [] } = {}) {
-  const runtimeDirectory = fs.mkdtempSync(path.join(os.tmpdir(), 'ostler-x11-'));
+  const runtimeDirectory = temporaryDirectory();
   // -noreset: a server that resets when its last client leaves can refuse the next one.
-  const server = spawn('Xvfb', ['-displayfd', '3', '-screen', '0', screen, '-noreset', '-nolisten', 'tcp', ...options],
+  const server = spawn(
+    ...bound('Xvfb', '-displayfd', '3', '-screen', '0', screen, '-noreset', '-nolisten', 'tcp', ...options),
     { stdio: ['ignore', 'ignore', 'ignore', 'pipe'] });
   const exited = endOf(server);
   const number = await new Promise((resolve, reject) => {
@@ -35,7 +33,6 @@ async function startXvfb({ screen = '1280x720x24', options = [] } = {}) {
     async stop() {
       server.kill();
       await exited;
-      fs.rmSync(runtimeDirectory, { recursive: true, force: true });
     },
   };
 }
