@@ -144,9 +144,8 @@ void encodeWithoutMemory(Encode encode) {
   rlimit usual;
   getrlimit(RLIMIT_AS, &usual);
   int failures = 0;
-  for (double spare = 8192; spare < 4e6; spare *= 1.25) {
-    const rlimit memory{pages * static_cast<rlim_t>(getpagesize()) + static_cast<rlim_t>(spare),
-                        usual.rlim_max};
+  for (rlim_t spare = 8192; spare < 4000000; spare += spare / 4) {
+    const rlimit memory{pages * static_cast<rlim_t>(getpagesize()) + spare, usual.rlim_max};
     setrlimit(RLIMIT_AS, &memory);
     try {
       failures += encode(image).empty();
