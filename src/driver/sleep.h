@@ -4,6 +4,17 @@
 
 namespace ostler {
 
+// The waits of input, the same on every platform.
+namespace waits {
+using std::chrono::milliseconds;
+constexpr milliseconds afterMove{5};
+constexpr milliseconds betweenPressAndRelease{10};
+constexpr milliseconds betweenClicks{50};
+constexpr milliseconds aroundDragPress{10};
+constexpr milliseconds afterDragStep{5};
+constexpr milliseconds afterCharacter{5};
+}  // namespace waits
+
 // Waits for the whole time, whatever signals arrive meanwhile.
 void sleepFor(std::chrono::nanoseconds duration);
 

@@ -30,4 +30,13 @@ using KeyResolver = std::function<std::uint64_t(std::uint64_t keysym, const std:
 std::optional<KeyCombo> resolveKeyCombo(const std::string& combo, std::string_view platform,
                                         const KeyResolver& resolve);
 
+// Calls `send(key, pressed)` for each event of a combo.
+template <typename Send>
+void tapKeyCombo(const KeyCombo& keys, Send send) {
+  for (const std::uint64_t key : keys.held) send(key, true);
+  send(keys.main, true);
+  send(keys.main, false);
+  for (auto key = keys.held.rbegin(); key != keys.held.rend(); ++key) send(*key, false);
+}
+
 }  // namespace ostler

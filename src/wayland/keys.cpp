@@ -1,4 +1,3 @@
-#include "driver/backend.h"
 #include "keys/combo.h"
 #include "wayland/portal_call.h"
 #include "wayland/wayland_backend.h"
@@ -27,18 +26,14 @@ void WaylandBackend::key(const std::string& combo) {
   const std::optional<KeyCombo> keys = resolveKeyCombo(combo, "Wayland", itself);
   if (!keys) return;
 
-  const auto send = [this](std::uint64_t keysym, bool pressed) {
+  eis.beginOperation();
+  tapKeyCombo(*keys, [this](std::uint64_t keysym, bool pressed) {
     if (eis.eiKeyboard == nullptr) {
       notifyKeysym(keysym, pressed);
     } else if (const std::uint32_t code = keysymToEvdev(keysym)) {
       sendKeycode(code, pressed);
     }
-  };
-  eis.beginOperation();
-  for (const std::uint64_t keysym : keys->held) send(keysym, true);
-  send(keys->main, true);
-  send(keys->main, false);
-  for (auto keysym = keys->held.rbegin(); keysym != keys->held.rend(); ++keysym) send(*keysym, false);
+  });
 }
 
 }  // namespace ostler

@@ -2,7 +2,6 @@
 #include <cmath>
 #include <limits>
 
-#include "driver/pointer_input.h"
 #include "driver/sleep.h"
 #include "wayland/portal_call.h"
 #include "wayland/wayland_backend.h"
@@ -11,7 +10,6 @@ namespace ostler {
 namespace {
 
 constexpr std::uint32_t pointerDevice = 2;
-constexpr std::uint32_t leftButton = 272;
 constexpr std::uint32_t verticalAxis = 0, horizontalAxis = 1;
 constexpr int wheelStep = 120;  // of a scroll event, by convention of all wheel protocols
 
@@ -24,7 +22,7 @@ std::uint32_t buttonCode(Button button) {
     case Button::left:
       break;
   }
-  return leftButton;
+  return 272;
 }
 
 struct Position {
@@ -82,7 +80,10 @@ void WaylandBackend::mouseMove(double x, double y) {
       g_variant_new("(oa{sv}udd)", portal.sessionHandle.c_str(), nullptr, portal.nodeId, target.x, target.y));
 }
 
-void WaylandBackend::sendButton(std::uint32_t code, bool pressed) {
+void WaylandBackend::dragTo(double x, double y) { mouseMove(x, y); }
+
+void WaylandBackend::sendButton(Button button, bool pressed) {
+  const std::uint32_t code = buttonCode(button);
   if (ei_device* device = eis.eiButton.get()) {
     eis.send(device, pressed, [&] { ei_device_button_button(device, code, pressed); });
     return;
@@ -92,39 +93,6 @@ void WaylandBackend::sendButton(std::uint32_t code, bool pressed) {
                   g_variant_new("(oa{sv}iu)", portal.sessionHandle.c_str(), nullptr,
                                 static_cast<gint32>(code), static_cast<guint32>(pressed)));
 }
-
-void WaylandBackend::click(double x, double y, const std::string& button, int count) {
-  mouseMove(x, y);
-  sleepFor(waits::afterMove);
-  const std::uint32_t code = buttonCode(buttonNamed(button));
-  for (int i = 0; i < count; ++i) {
-    if (i > 0) sleepFor(waits::betweenClicks);
-    sendButton(code, true);
-    sleepFor(waits::betweenPressAndRelease);
-    sendButton(code, false);
-  }
-}
-
-void WaylandBackend::drag(double fromX, double fromY, double toX, double toY) {
-  mouseMove(fromX, fromY);
-  sleepFor(waits::aroundDragPress);
-  sendButton(leftButton, true);
-  sleepFor(waits::aroundDragPress);
-  const DragPath path(fromX, fromY, toX, toY);
-  for (int step = 1; step <= path.steps(); ++step) {
-    mouseMove(path.x(step), path.y(step));
-    sleepFor(waits::afterDragStep);
-  }
-  sendButton(leftButton, false);
-}
-
-void WaylandBackend::mouseDown(double x, double y) {
-  mouseMove(x, y);
-  sleepFor(waits::afterMove);
-  sendButton(leftButton, true);
-}
-
-void WaylandBackend::mouseUp(double, double) { sendButton(leftButton, false); }
 
 // One call a step; the sign of `steps` is the direction.
 void WaylandBackend::notifyAxisSteps(std::uint32_t axis, int steps) {

@@ -2,7 +2,6 @@
 #include <string_view>
 
 #include "driver/escape_flags.h"
-#include "driver/pointer_input.h"
 #include "driver/sleep.h"
 #include "driver/typed_keysym.h"
 #include "keys/text.h"

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "driver/backend.h"
+#include "driver/pointing_backend.h"
 #include "wayland/capture_state.h"
 #include "wayland/capture_stream.h"
 #include "wayland/eis_channel.h"
@@ -15,17 +15,13 @@ namespace ostler {
 // Drives a Wayland desktop through its portal: the screen arrives as a PipeWire
 // stream; input goes through the compositor's EIS socket, event by event where
 // that has a device for it, and otherwise through the portal's own methods.
-class WaylandBackend : public Backend {
+class WaylandBackend : public PointingBackend {
 public:
   // Blocks while a person answers the portal's dialog, and until the first
   // frame has come. PipeWire is initialised.
   WaylandBackend();
 
   void mouseMove(double x, double y) override;
-  void click(double x, double y, const std::string& button, int count) override;
-  void drag(double fromX, double fromY, double toX, double toY) override;
-  void mouseDown(double x, double y) override;
-  void mouseUp(double x, double y) override;
   void type(const std::string& text) override;
   void key(const std::string& combo) override;
   void scroll(double x, double y, int dx, int dy) override;
@@ -34,7 +30,8 @@ public:
   std::vector<unsigned char> screenshot(Size target, Rect crop, double quality) override;
 
 private:
-  void sendButton(std::uint32_t code, bool pressed);
+  void sendButton(Button button, bool pressed) override;
+  void dragTo(double x, double y) override;
   void notifyAxisSteps(std::uint32_t axis, int steps);
   void sendKeycode(std::uint32_t code, bool pressed);
   void requireKeyboard() const;

@@ -46,13 +46,9 @@ void X11Backend::key(const std::string& combo) {
   // watcher would take the person's for ours.
   if (escape != 0 && escape == keys->main && !isDown(xDisplay, escape)) synthetic.emplace();
 
-  const auto send = [this](std::uint64_t keycode, Bool down) {
-    XTestFakeKeyEvent(xDisplay, static_cast<unsigned>(keycode), down, 0);
-  };
-  for (const std::uint64_t keycode : keys->held) send(keycode, True);
-  send(keys->main, True);
-  send(keys->main, False);
-  for (auto keycode = keys->held.rbegin(); keycode != keys->held.rend(); ++keycode) send(*keycode, False);
+  tapKeyCombo(*keys, [this](std::uint64_t keycode, bool pressed) {
+    XTestFakeKeyEvent(xDisplay, static_cast<unsigned>(keycode), pressed ? True : False, 0);
+  });
   XSync(xDisplay, False);
 }
 

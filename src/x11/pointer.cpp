@@ -4,7 +4,6 @@
 
 #include <X11/extensions/XTest.h>
 
-#include "driver/pointer_input.h"
 #include "driver/sleep.h"
 #include "x11/x11_backend.h"
 
@@ -27,13 +26,8 @@ int toPixel(double coordinate) { return static_cast<int>(std::lround(coordinate)
 
 }  // namespace
 
-void X11Backend::pressButton(unsigned button) {
-  XTestFakeButtonEvent(xDisplay, button, True, 0);
-  XSync(xDisplay, False);
-}
-
-void X11Backend::releaseButton(unsigned button) {
-  XTestFakeButtonEvent(xDisplay, button, False, 0);
+void X11Backend::sendButton(Button button, bool pressed) {
+  XTestFakeButtonEvent(xDisplay, buttonNumber(button), pressed ? True : False, 0);
   XSync(xDisplay, False);
 }
 
@@ -42,40 +36,11 @@ void X11Backend::mouseMove(double x, double y) {
   XSync(xDisplay, False);
 }
 
-void X11Backend::click(double x, double y, const std::string& button, int count) {
-  mouseMove(x, y);
-  sleepFor(waits::afterMove);
-  const unsigned number = buttonNumber(buttonNamed(button));
-  for (int i = 0; i < count; ++i) {
-    if (i > 0) sleepFor(waits::betweenClicks);
-    pressButton(number);
-    sleepFor(waits::betweenPressAndRelease);
-    releaseButton(number);
-  }
+void X11Backend::dragTo(double x, double y) {
+  constexpr int screenOfPointer = -1;
+  XTestFakeMotionEvent(xDisplay, screenOfPointer, toPixel(x), toPixel(y), 0);
+  XSync(xDisplay, False);
 }
-
-void X11Backend::drag(double fromX, double fromY, double toX, double toY) {
-  mouseMove(fromX, fromY);
-  sleepFor(waits::aroundDragPress);
-  pressButton(Button1);
-  sleepFor(waits::aroundDragPress);
-  const DragPath path(fromX, fromY, toX, toY);
-  for (int step = 1; step <= path.steps(); ++step) {
-    constexpr int screenOfPointer = -1;
-    XTestFakeMotionEvent(xDisplay, screenOfPointer, toPixel(path.x(step)), toPixel(path.y(step)), 0);
-    XSync(xDisplay, False);
-    sleepFor(waits::afterDragStep);
-  }
-  releaseButton(Button1);
-}
-
-void X11Backend::mouseDown(double x, double y) {
-  mouseMove(x, y);
-  sleepFor(waits::afterMove);
-  pressButton(Button1);
-}
-
-void X11Backend::mouseUp(double, double) { releaseButton(Button1); }
 
 void X11Backend::turnWheel(unsigned button, int clicks) {
   for (std::int64_t left = std::abs(static_cast<std::int64_t>(clicks)); left > 0; --left) {

@@ -6,7 +6,6 @@
 #include <X11/keysym.h>
 
 #include "driver/escape_flags.h"
-#include "driver/pointer_input.h"
 #include "driver/sleep.h"
 #include "driver/typed_keysym.h"
 #include "keys/text.h"

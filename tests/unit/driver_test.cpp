@@ -6,7 +6,7 @@
 #include <stdlib.h>
 #include <sys/stat.h>
 
-#include "driver/pointer_input.h"
+#include "driver/pointing_backend.h"
 #include "driver/session.h"
 
 namespace ostler {

@@ -1,21 +1,10 @@
 #pragma once
 
-#include <chrono>
 #include <string>
 
+#include "driver/backend.h"
+
 namespace ostler {
-
-// What pointer input has in common on every platform.
-
-namespace waits {
-using std::chrono::milliseconds;
-constexpr milliseconds afterMove{5};
-constexpr milliseconds betweenPressAndRelease{10};
-constexpr milliseconds betweenClicks{50};
-constexpr milliseconds aroundDragPress{10};
-constexpr milliseconds afterDragStep{5};
-constexpr milliseconds afterCharacter{5};
-}  // namespace waits
 
 enum class Button { left, middle, right };
 
@@ -37,6 +26,21 @@ private:
 
   double startX, startY, deltaX, deltaY;
   int stepCount;
+};
+
+// The operations that are the same sequence of events and waits on every
+// platform.
+class PointingBackend : public Backend {
+public:
+  void click(double x, double y, const std::string& button, int count) final;
+  void drag(double fromX, double fromY, double toX, double toY) final;
+  void mouseDown(double x, double y) final;
+  void mouseUp(double x, double y) final;
+
+protected:
+  virtual void sendButton(Button button, bool pressed) = 0;
+  // A move while a button is down.
+  virtual void dragTo(double x, double y) = 0;
 };
 
 }  // namespace ostler
