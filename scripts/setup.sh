@@ -8,8 +8,9 @@ build='g++ cmake ninja-build pkg-config libx11-dev libxtst-dev libjpeg-dev libpn
 ei='libei1 libei-dev libeis1 libeis-dev'
 run='xclip pipewire pipewire-bin libpipewire-0.3-modules libspa-0.2-modules'
 test='libgtest-dev xdotool x11-xserver-utils xvfb xterm fonts-dejavu-core dbus python3-gi'
-lint='clang clang-format clang-tidy libbenchmark-dev'
-packages="$build $run $test $lint $ei"
+lint='clang-format clang-tidy'
+bench='libbenchmark-dev'
+packages="$build $run $test $lint $bench $ei"
 
 [ ! -r /etc/os-release ] || . /etc/os-release
 case "${ID:-}-${VERSION_ID:-}" in

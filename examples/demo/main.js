@@ -23,12 +23,16 @@ async function startServer() {
 
 async function ownDesktop() {
   const runtime = fs.mkdtempSync(path.join(os.tmpdir(), 'ostler-demo-'));
-  let server, tour;
-  const pass = (signal) => { if (tour) tour.kill(signal); };
+  let server, tour, ended;
+  const pass = (signal) => {
+    ended = signal;
+    tour?.kill(signal);
+  };
   ['SIGINT', 'SIGTERM', 'SIGHUP'].forEach((signal) => process.on(signal, pass));
   try {
     const started = await startServer();
     server = started.server;
+    if (ended) throw new Error(`Ended by ${ended}.`);
     console.log(`The demo's own X server is ${started.display}.\n`);
     const { WAYLAND_DISPLAY, XAUTHORITY, ...rest } = process.env;
     tour = spawn(process.execPath, [path.join(__dirname, 'tour.js')], {

@@ -26,7 +26,6 @@ struct Rect {
   std::int32_t y = 0;
   std::int32_t width = 0;
   std::int32_t height = 0;
-  bool operator==(const Rect&) const = default;
 };
 
 struct WindowInfo {

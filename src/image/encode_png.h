@@ -6,8 +6,9 @@
 
 namespace ostler {
 
-// A complete PNG file, 8 bits a channel, no alpha. Empty when libpng would
-// refuse the image, as it does one without pixels.
+// A complete PNG file, 8 bits a channel, no alpha. Empty when libpng refuses the
+// image, as it does one without pixels, or fails; std::bad_alloc when there is no
+// memory for the file.
 std::vector<unsigned char> encodePng(const RgbImage& image);
 
 }  // namespace ostler

@@ -12,7 +12,6 @@ constexpr std::uint32_t evdevLeftShift = 42;
 struct EvdevKey {
   std::uint32_t code = 0;
   bool shift = false;
-  bool operator==(const EvdevKey&) const = default;
 };
 
 // The key that carries an X keysym on a US layout, with Shift or without.

@@ -19,13 +19,13 @@ describe('without a session', () => {
     const messages = await host.run((addon) => {
       const forwarding = ['click', 'move', 'drag', 'mouseDown', 'mouseUp', 'type', 'key', 'scroll', 'cursorPosition',
         'display', 'screenshot'];
-      process.env.DISPLAY = ':0';  // comes too late
-      delete process.env.DISPLAY;
       return forwarding.map((name) => {
         try {
           return `${name} returned ${addon[name]()}`;
         } catch (error) {
           return error.constructor === Error && error.code === undefined && error.message;
+        } finally {
+          process.env.DISPLAY = ':0';  // comes too late
         }
       });
     });

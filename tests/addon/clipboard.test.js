@@ -7,11 +7,11 @@ const { once } = require('node:events');
 const fs = require('node:fs');
 const path = require('node:path');
 const { after, before, it } = require('node:test');
+const { program } = require('../support/children');
 const { startHost } = require('../support/host');
 const { waitUntil } = require('../support/wait');
 const { startXvfb } = require('../support/xvfb');
 
-const program = (name) => path.join(process.env.OSTLER_TEST_PROGRAMS, name);
 let server, host, programs;
 before(async () => {
   server = await startXvfb();

@@ -42,6 +42,8 @@ describe('an EIS server', { concurrency: true }, () => {
     const host = await desktop.startHost();
     await host.call('display');
     const server = desktop.portal();
+    const killServer = () => process.kill(server, 'SIGKILL');
+    process.once('exit', killServer);  // a stopped process stays where it is
     const codes = { a: 30, b: 48, c: 46, d: 32, e: 18 };
     const taps = (text) => [...text].flatMap((letter) => [1, 0].map((state) => `eis 0 key ${codes[letter]} ${state}`));
     const keys = (record) => record.filter((line) => /key/.test(line));
@@ -68,7 +70,8 @@ describe('an EIS server', { concurrency: true }, () => {
       const up = (code) => keys(after).filter((line) => line === `eis 0 key ${code} 0`).length;
       assert.ok(up(codes.a) >= down(codes.a));
     } finally {
-      process.kill(server, 'SIGKILL');
+      process.off('exit', killServer);
+      killServer();
     }
     await host.call('type', 'a'.repeat(150));
     // The next files get the numbers of what libei has closed by now.

@@ -54,7 +54,6 @@ describe('through EIS', () => {
       [['move', 100000, 720], ['motion 1279.99988 719.999939']],
       [['move', 1279.9999999, 719], ['motion 1279.99988 719']],
       [['click', 5, 6, 'RIGHT', 2], ['motion 5 6', 'button 273 1', 'button 273 0', 'button 273 1', 'button 273 0']],
-      [['click', 5, 6, 'left', 0], ['motion 5 6']],
       [['mouseDown', 7, 8], ['motion 7 8', 'button 272 1']],
       [['mouseUp', 9, 9], ['button 272 0']],
       [['drag', 0, 0, 0, 130], ['motion 0 0', 'button 272 1', 'motion 0 21.666666', 'motion 0 43.3333321',
@@ -65,11 +64,8 @@ describe('through EIS', () => {
       [['key', 'ctrl+shift+t'], ['key 29 1', 'key 42 1', ...key(20), 'key 42 0', 'key 29 0']],
       [['key', 'a+ctrl+alt'], ['key 29 1', 'key 56 1', ...key(30), 'key 56 0', 'key 29 0']],
       [['key', 'ctrl+foo'], ['Unsupported key combo part on Wayland: foo']],
-      [['key', '+'], ['Key combo did not resolve to a key: +']],
-      [['key', ''], []],
       [['type', 'aB 1\r\n\t\b'], [...key(30), ...shifted(48), ...key(57), ...key(2), ...key(28), ...key(28), ...key(15),
         ...key(14)]],
-      [['type', ''], []],
     ];
     for (const [invocation, expected] of cases) {
       assert.deepStrictEqual(await session.sent(...invocation), expected, `${invocation}`);
@@ -122,7 +118,6 @@ it('uses the portal for what EIS has no device for, and asks for permission ther
       type: [...keys.type.slice(0, 3), failure('KeyboardKeysym', gone.error.join(': '))] }],
     [{ ConnectToEIS: noChannel, Start: start(1) }, { ...pointerDenied, ...keys }],
     [{ ConnectToEIS: noChannel, Start: start(2) }, { ...pointer, ...keysDenied }],
-    [{ ConnectToEIS: noChannel, Start: start(0) }, { ...pointerDenied, ...keysDenied }],
     // Slots filled from different devices: the keyboard comes too late.
     [{ ConnectToEIS: { eis: ['pointer@64,48', 'button', 'keyboard!late'] }, Start: start(0) },
       { ...onEis, scroll: ['motion 1.5 2', denied('pointer axis')], ...keysDenied }],

@@ -4,8 +4,8 @@
 const assert = require('node:assert');
 const { execFileSync } = require('node:child_process');
 const fs = require('node:fs');
-const path = require('node:path');
 const { it } = require('node:test');
+const { program } = require('../support/children');
 const { startDesktop } = require('../support/desktop');
 const { waitUntil } = require('../support/wait');
 
@@ -56,8 +56,9 @@ it('picks its sources, and fails in these words, closes the session and keeps no
       `${failedCall}RemoteDesktop.CreateSession: Method “CreateSession” returned type “(s)”, but expected “(o)”`, 0],
     [{ CreateSession: answer(1) }, denied, 0],
     [{ CreateSession: { response: '(uint32 0,)' } }, failed, 0],
-    ...['@a{sv} {}', "{'session_handle': <''>}", "{'session_handle': <uint32 1>}", "{'session_handle': <'no path'>}"].map(
-      (results) => [{ CreateSession: answer(0, results) }, noHandle, 0]),
+    ...["''", 'uint32 1', "'no path'"].map(
+      (handle) => [{ CreateSession: answer(0, `{'session_handle': <${handle}>}`) }, noHandle, 0]),
+    [{ CreateSession: answer(0) }, noHandle, 0],
     ...[[3, 7, 1, 4], [1, 4, 1, 4], [2, 3, 2, 2], [6, 2, 2, 2], [7, 1, 1, 1], [1, 0, 1, 1]].map(
       ([sources, cursors, type, mode]) => [
         { AvailableSourceTypes: property(`uint32 ${sources}`), AvailableCursorModes: property(`uint32 ${cursors}`),
@@ -118,7 +119,7 @@ it('outlives the bus', async () => {
 it('leaves the main context of GLib to its other users while a person thinks', async () => {
   const desktop = await startDesktop({ Start: { delay: 300 } });
   for (const args of [[], ['thread']]) {
-    const calls = execFileSync(path.join(process.env.OSTLER_TEST_PROGRAMS, 'glib_host'), args, { env: desktop.env });
+    const calls = execFileSync(program('glib_host'), args, { env: desktop.env });
     assert.ok(Number(calls) >= 10, `${args} ${calls}`);
   }
   await desktop.stop();

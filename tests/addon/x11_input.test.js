@@ -22,7 +22,7 @@ after(async () => {
 // Whatever a test did: nothing stays down, and the map is the one found.
 afterEach(() => assert.deepStrictEqual(keyboardState(server.env), atFirst));
 
-const call = (name, ...values) => host.run((addon, method, args) => addon[method](...args), name, values);
+const call = (...invocation) => host.call(...invocation);
 const buttons = (events) => events.filter((event) => event.kind === 'button').map(
   ({ down, button, x, y }) => `${down ? 'down' : 'up'} ${button} at ${x},${y}`);
 
@@ -177,16 +177,15 @@ describe('a keyboard that lacks keys', () => {
     await bareHost.stop();
     await bare.stop();
   });
-  const bareCall = (name, text) => bareHost.run((addon, method, value) => addon[method](value), name, text);
 
   it('says which key is missing and types what it can', async () => {
     // Every empty row gets a symbol, Escape's row goes.
-    await bareCall('type', '');
+    await bareHost.call('type', '');
     const other = await startWitness(bare.env, 'fill');
-    await assert.rejects(bareCall('type', 'ab!c'),
+    await assert.rejects(bareHost.call('type', 'ab!c'),
       { message: 'Unable to synthesize an X11 keycode for the requested text input.' });
     assert.strictEqual(textOf(await other.events()), 'ab');
-    await assert.rejects(bareCall('key', 'ctrl+pageup'), { message: 'Unable to resolve X11 keycode for: pageup' });
+    await assert.rejects(bareHost.call('key', 'ctrl+pageup'), { message: 'Unable to resolve X11 keycode for: pageup' });
     assert.strictEqual(textOf(await other.events()), '');
     await other.stop();
     assert.deepStrictEqual(keyboardState(bare.env).keysDown, []);

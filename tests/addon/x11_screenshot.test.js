@@ -61,10 +61,8 @@ describe('screenshot', () => {
     const half = decodePng(await shot('', null, [], 320, 240, 0, 0, -5, 10, -1));
     assert.deepStrictEqual([half.width, half.height, half.pixel(39, 0), half.pixel(40, 239)],
       [320, 240, [255, 0, 0], [0, 255, 0]]);
-    for (const [quality, sizeLimit] of [[0, 6000], [0.75, 20000], [undefined, 6000]]) {
-      const jpeg = await shot('', null, [], 0, 0, 0, 0, 0, 0, quality);
-      assert.strictEqual(jpeg.toString('hex', 0, 3), 'ffd8ff');
-      assert.ok(jpeg.length < sizeLimit, `${jpeg.length}`);
+    for (const quality of [0, 0.75, undefined]) {
+      assert.strictEqual((await shot('', null, [], 0, 0, 0, 0, 0, 0, quality)).toString('hex', 0, 3), 'ffd8ff');
     }
     assert.strictEqual(await shot('', null, [], 0, 0, 640, 0, 700, 10, -1), null);
     const wrapped = decodePng(await shot('', null, [], 0, 0, -2147483648, 0, 2147483647, 10, -1));

@@ -17,7 +17,7 @@ let host;
 let seen = 0;
 let mark = 0;
 
-const call = (method, ...values) => host.run((addon, name, args) => addon[name](...args), method, values);
+const call = (...invocation) => host.call(...invocation);
 
 // What arrived at the window while `act` ran. A last move tells when all has.
 async function received(act) {

@@ -18,6 +18,7 @@ function endOf(child) {
 
 const directories = [];
 process.once('exit', () => directories.forEach((name) => fs.rmSync(name, { recursive: true, force: true })));
+for (const signal of ['SIGINT', 'SIGTERM', 'SIGHUP']) process.once(signal, () => process.exit(1));
 
 // A new directory, which goes with this process.
 function temporaryDirectory() {
@@ -28,4 +29,7 @@ function temporaryDirectory() {
 // The command and arguments of a server that ends when this process does, even if that is killed.
 const bound = (...command) => ['setpriv', ['--pdeathsig', 'KILL', ...command]];
 
-module.exports = { bound, endOf, temporaryDirectory };
+// The path of a program of the tests.
+const program = (name) => path.join(process.env.OSTLER_TEST_PROGRAMS, name);
+
+module.exports = { bound, endOf, program, temporaryDirectory };

@@ -7,11 +7,10 @@ const { spawn } = require('node:child_process');
 const { once } = require('node:events');
 const fs = require('node:fs');
 const path = require('node:path');
-const { bound, endOf, temporaryDirectory } = require('./children');
+const { bound, endOf, program, temporaryDirectory } = require('./children');
 const { startHost } = require('./host');
 const { waitUntil } = require('./wait');
 
-const program = (name) => path.join(process.env.OSTLER_TEST_PROGRAMS, name);
 const modules = ['protocol-native', 'client-node', 'access', 'link-factory'];
 
 // A new directory for a Wayland session, and the environment of its programs.
@@ -32,7 +31,7 @@ async function startDesktop(script = {}, picture = 'BGRx 64 48 1') {
   const { directory, inside, env } = makeSession();
   fs.writeFileSync(inside('org.freedesktop.portal.Desktop.service'), `[D-BUS Service]
 Name=org.freedesktop.portal.Desktop
-Exec=/usr/bin/python3 -B ${path.join(__dirname, 'portal.py')} ${directory}\n`);
+Exec=/usr/bin/python3 -B "${path.join(__dirname, 'portal.py')}" "${directory}"\n`);
   fs.writeFileSync(inside('bus.conf'), `<busconfig><type>session</type><listen>unix:path=${inside('bus')}</listen>
     <servicedir>${directory}</servicedir><policy context='default'><allow send_destination='*'/>
     <allow receive_sender='*'/><allow own='*'/></policy></busconfig>`);
@@ -73,12 +72,9 @@ Exec=/usr/bin/python3 -B ${path.join(__dirname, 'portal.py')} ${directory}\n`);
       await waitUntil(() => condition(desktop.record()), desktop.record);
       return desktop.record();
     },
-    // A host on this desktop; `call` is for the addon's methods.
     async startHost() {
-      const host = await startHost(env);
-      hosts.push(host);
-      const call = (method, ...values) => host.run((addon, name, args) => addon[name](...args), method, values);
-      return { ...host, call };
+      hosts.push(await startHost(env));
+      return hosts.at(-1);
     },
     async stopHosts() {
       for (const host of hosts.splice(0)) await host.stop();

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <iostream>
+#include <optional>
 #include <thread>
 
 #include <glib.h>
@@ -21,7 +22,7 @@ int main(int count, char**) {
   std::thread other;
   if (count > 1) other = std::thread([loop] { g_main_loop_run(loop); });
   while (count > 1 && !g_main_loop_is_running(loop)) std::this_thread::yield();
-  { const ostler::PortalSession session; }
+  std::optional<ostler::PortalSession>().emplace();
   g_main_loop_quit(loop);
   if (other.joinable()) other.join();
   g_main_loop_unref(loop);

@@ -16,7 +16,8 @@ const hostEnvironment = (env) => {
 };
 
 // Starts a host in `env`. `run(function, ...values)` calls the function with
-// the addon and the values there, and gives its result or throws its error.
+// the addon and the values there, and gives its result or throws its error;
+// `call(method, ...values)` calls a method of the addon.
 async function startHost(env) {
   const child = fork(path.join(__dirname, 'host_main.js'),
     { env: hostEnvironment(env), silent: true, serialization: 'advanced', execArgv: ['--expose-gc'] });
@@ -33,15 +34,16 @@ async function startHost(env) {
     child.once('exit', onExit);
   });
   await answer();
+  async function run(task, ...values) {
+    child.send({ source: String(task), values });
+    const { value, error } = await answer();
+    if (error !== undefined) throw new Error(error);
+    return value;
+  }
   return {
     pid: child.pid,
-    ended,
-    async run(task, ...values) {
-      child.send({ source: String(task), values });
-      const { value, error } = await answer();
-      if (error) throw Object.assign(new Error(error.message), error);
-      return value;
-    },
+    run,
+    call: (method, ...values) => run((addon, name, args) => addon[name](...args), method, values),
     // Ends the host as a script that is through does. Nothing it did may have
     // printed anything.
     async stop() {

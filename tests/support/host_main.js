@@ -6,7 +6,7 @@ process.on('message', ({ source, values }) => {
   try {
     process.send({ value: eval(`(${source})`)(addon, ...values) });
   } catch (error) {
-    process.send({ error: { message: error.message, code: error.code, isError: error instanceof Error } });
+    process.send({ error: error.message });
   }
 });
 process.send({ value: 'ready' });

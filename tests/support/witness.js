@@ -2,15 +2,14 @@
 // A second X client that sees what the addon does: build/tests/x11_witness.
 
 const { execFileSync, spawn } = require('node:child_process');
-const path = require('node:path');
 const readline = require('node:readline');
-const { endOf } = require('./children');
+const { endOf, program } = require('./children');
 
-const program = path.join(process.env.OSTLER_TEST_PROGRAMS, 'x11_witness');
+const witness = program('x11_witness');
 
 // Starts the witness's window on the server of `env`; resolves once it shows.
 async function startWitness(env, ...options) {
-  const child = spawn(program, options, { env, stdio: ['pipe', 'pipe', 'inherit'] });
+  const child = spawn(witness, options, { env, stdio: ['pipe', 'pipe', 'inherit'] });
   const exited = endOf(child);
   const lines = readline.createInterface(child.stdout)[Symbol.asyncIterator]();
   async function readUntil(kind) {
@@ -38,7 +37,7 @@ async function startWitness(env, ...options) {
 }
 
 // The keyboard map, and what is held down, as another client reads them.
-const keyboardState = (env) => JSON.parse(execFileSync(program, ['state'], { env }));
+const keyboardState = (env) => JSON.parse(execFileSync(witness, ['state'], { env }));
 
 // The text of all key presses.
 const textOf = (events) => String.fromCodePoint(

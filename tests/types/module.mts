@@ -4,6 +4,7 @@ import ostler from 'ostler';
 // @ts-expect-error: an ECMAScript module of the addon has no named methods
 import { click } from 'ostler';
 import * as namespace from 'ostler';
+import type { Point } from 'ostler';
 // @ts-expect-error: nor has its namespace
 namespace.click(1, 2, 'left', 1);
 
@@ -18,7 +19,7 @@ ostler.type(5);
 ostler.lock((key: string) => key);
 
 const { width, height }: ostler.DisplaySize = ostler.display();
-const corner: ostler.Point = { x: width - 1, y: height - 1 };
+const corner: Point = { x: width - 1, y: height - 1 };
 ostler.drag(0, 0, corner.x, corner.y);
 export const locked: boolean = ostler.lock(() => ostler.unlock());
 export { click };

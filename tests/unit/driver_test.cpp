@@ -1,10 +1,8 @@
 #include <cmath>
 #include <filesystem>
-#include <fstream>
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
-#include <sys/stat.h>
 
 #include "driver/pointing_backend.h"
 #include "driver/session.h"
