@@ -1,16 +1,15 @@
-#include <memory>
+#include <chrono>
 #include <optional>
 
-#include <unistd.h>
-
 #include "driver/driver.h"
+#include "driver/sleep.h"
 #include "x11/xlib_handles.h"
 
 namespace ostler {
 namespace {
 
 constexpr int waitPasses = 200;
-constexpr useconds_t passMicroseconds = 10000;
+constexpr std::chrono::milliseconds pass{10};
 // In units of 32 bits: 4 MiB.
 constexpr long longestText = 0x100000;
 
@@ -30,13 +29,13 @@ public:
   std::optional<Atom> ask(Atom selection, Atom target, Atom property) const {
     XConvertSelection(xDisplay, selection, target, property, window, CurrentTime);
     XFlush(xDisplay);
-    for (int pass = 0; pass < waitPasses; ++pass) {
+    for (int passes = 0; passes < waitPasses; ++passes) {
       if (XPending(xDisplay) > 0) {
         XEvent event;
         XNextEvent(xDisplay, &event);
         if (event.type == SelectionNotify) return event.xselection.property;
       } else {
-        usleep(passMicroseconds);
+        sleepFor(pass);
       }
     }
     return std::nullopt;

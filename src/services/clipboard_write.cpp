@@ -27,14 +27,19 @@ using ProcessInput = std::unique_ptr<FILE, ProcessCloser>;
 // The descriptors that a child of this process would inherit.
 std::vector<int> inheritableDescriptors() {
   std::vector<int> descriptors;
-  const std::unique_ptr<DIR, DirectoryCloser> directory(opendir("/proc/self/fd"));
-  if (directory == nullptr) return {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO};
-  while (const dirent* entry = readdir(directory.get())) {
-    int descriptor = -1;
-    std::from_chars(entry->d_name, entry->d_name + std::strlen(entry->d_name), descriptor);
-    if (descriptor < 0) continue;  // "." and ".."
+  const auto addIfInheritable = [&](int descriptor) {
     const int flags = fcntl(descriptor, F_GETFD);
     if (flags != -1 && (flags & FD_CLOEXEC) == 0) descriptors.push_back(descriptor);
+  };
+  const std::unique_ptr<DIR, DirectoryCloser> directory(opendir("/proc/self/fd"));
+  if (directory == nullptr) {
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) addIfInheritable(descriptor);
+    return descriptors;
+  }
+  while (const dirent* entry = readdir(directory.get())) {
+    int descriptor = -1;  // and for "." and ".."
+    std::from_chars(entry->d_name, entry->d_name + std::strlen(entry->d_name), descriptor);
+    addIfInheritable(descriptor);
   }
   return descriptors;
 }
@@ -90,6 +95,17 @@ ProcessInput startXclip() {
   return ProcessInput(popen("xclip -selection clipboard", "we"));
 }
 
+// A signal that the host handles may end a write half way. Without a buffer the
+// stream tells exactly how much went out.
+void writeAll(std::FILE* stream, const std::string& text) {
+  std::setvbuf(stream, nullptr, _IONBF, 0);
+  for (std::size_t written = 0; written < text.size();) {
+    written += std::fwrite(text.data() + written, 1, text.size() - written, stream);
+    if (written < text.size() && errno != EINTR) return;
+    std::clearerr(stream);
+  }
+}
+
 }  // namespace
 }  // namespace ostler
 
@@ -98,6 +114,6 @@ void driverSetClipboard(const std::string& text) {
   ostler::ProcessInput xclip = ostler::startXclip();
   if (xclip == nullptr) return;
   const ostler::SigpipeHeldBack heldBack;
-  std::fwrite(text.data(), 1, text.size(), xclip.get());
+  ostler::writeAll(xclip.get(), text);
   xclip.reset();
 }

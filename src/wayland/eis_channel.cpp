@@ -38,7 +38,11 @@ constexpr milliseconds stallLimit{10000};
 
 bool hungUp(int socket) {
   pollfd state{socket, 0, 0};
-  return poll(&state, 1, 0) != 0;  // POLLHUP, POLLERR and POLLNVAL come unasked
+  int hangUps = 0;
+  do {
+    hangUps = poll(&state, 1, 0);  // POLLHUP, POLLERR and POLLNVAL come unasked
+  } while (hangUps < 0 && errno == EINTR);
+  return hangUps != 0;
 }
 
 // libei logs to stderr otherwise.

@@ -1,8 +1,13 @@
 #include "wayland/portal_call.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <memory>
 #include <stdexcept>
+#include <vector>
+
+#include <sys/eventfd.h>
 
 // A request of the portal is a method call whose reply only names an object;
 // the answer is a Response signal of that object, which may come at once, when
@@ -14,6 +19,8 @@ namespace {
 
 constexpr char requestInterface[] = "org.freedesktop.portal.Request";
 constexpr int callTimeout = -1;  // GDBus's own
+// What a call takes for a main context, and what may come with its answer.
+constexpr int descriptorsOfCall = 4;
 
 // The main context that a wait runs, as this thread's own while the guard
 // lives: the default one, so that the host's sources go on meanwhile. Where
@@ -109,18 +116,34 @@ private:
   bool released = false;
 };
 
+void requireSpareDescriptors(const std::string& failure) {
+  if (haveSpareDescriptors(descriptorsOfCall)) return;
+  throw std::runtime_error(failure + ": " + std::strerror(EMFILE));
+}
+
 GLibOwner<GVariant> call(GDBusConnection* connection, const char* interfaceName, const char* method,
                          GVariant* parameters, const char* replyType, const std::string& failure) {
+  const GLibOwner<GVariant> arguments(g_variant_ref_sink(parameters));
+  requireSpareDescriptors(failure);
   GError* error = nullptr;
   GLibOwner<GVariant> reply(
       g_dbus_connection_call_sync(connection, portalBusName, portalObjectPath, interfaceName, method,
-                                  parameters, replyType == nullptr ? nullptr : G_VARIANT_TYPE(replyType),
+                                  arguments.get(), replyType == nullptr ? nullptr : G_VARIANT_TYPE(replyType),
                                   G_DBUS_CALL_FLAGS_NONE, callTimeout, nullptr, &error));
   if (reply == nullptr) throwGError(failure, error);
   return reply;
 }
 
 }  // namespace
+
+bool haveSpareDescriptors(int count) {
+  std::vector<FileDescriptor> spare;
+  while (count-- > 0) {
+    spare.emplace_back(eventfd(0, EFD_CLOEXEC));
+    if (!spare.back()) return false;
+  }
+  return true;
+}
 
 std::string newPortalToken() {
   const GLibOwner<char> uuid(g_uuid_string_random());
@@ -156,6 +179,7 @@ GLibOwner<GVariant> portalRequest(GDBusConnection* connection, const char* inter
   if (g_dbus_connection_is_closed(connection)) {
     throw std::runtime_error(failure + ": The connection is closed");
   }
+  requireSpareDescriptors(failure);
 
   const WaitContext waitContext;
   GMainContext* const context = waitContext.context.get();
@@ -192,6 +216,7 @@ void portalInputCall(GDBusConnection* connection, const char* method, GVariant* 
 PortalDescriptor portalDescriptorCall(GDBusConnection* connection, const char* interfaceName,
                                       const char* method, const std::string& sessionHandle) {
   PortalDescriptor result;
+  if (!haveSpareDescriptors(descriptorsOfCall)) return result;
   GError* error = nullptr;
   GUnixFDList* descriptors = nullptr;
   GVariantBuilder options;

@@ -20,6 +20,10 @@ inline constexpr char remoteDesktopInterface[] = "org.freedesktop.portal.RemoteD
 inline constexpr char screenCastInterface[] = "org.freedesktop.portal.ScreenCast";
 inline constexpr char sessionInterface[] = "org.freedesktop.portal.Session";
 
+// Whether that many descriptors can be opened. GLib ends the process when it
+// finds none for the main context that each of its blocking calls makes.
+bool haveSpareDescriptors(int count);
+
 // A fresh handle token, fit to be part of an object path.
 std::string newPortalToken();
 

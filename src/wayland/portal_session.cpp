@@ -1,6 +1,9 @@
 #include "wayland/portal_session.h"
 
+#include <cerrno>
+#include <cstring>
 #include <stdexcept>
+#include <string>
 #include <utility>
 
 #include "wayland/portal_call.h"
@@ -15,10 +18,28 @@ constexpr std::uint32_t embeddedCursor = 2;
 constexpr std::uint32_t metadataCursor = 4;
 constexpr std::uint32_t keyboardAndPointer = 1 | 2;
 
-GLibOwner<GDBusConnection> openSessionBus() {
+GLibOwner<GDBusConnection> connectToSessionBus() {
+  constexpr char failure[] = "Unable to connect to the session D-Bus";
+  // For GDBus's own thread, and the socket.
+  constexpr int descriptors = 8;
+  if (!haveSpareDescriptors(descriptors))
+    throw std::runtime_error(std::string(failure) + ": " + std::strerror(EMFILE));
   GError* error = nullptr;
   GLibOwner<GDBusConnection> bus(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, &error));
-  if (bus == nullptr) throwGError("Unable to connect to the session D-Bus", error);
+  if (bus == nullptr) throwGError(failure, error);
+  return bus;
+}
+
+GLibOwner<GDBusConnection> openSessionBus() {
+  GLibOwner<GDBusConnection> bus = connectToSessionBus();
+  if (g_dbus_connection_is_closed(bus.get())) {
+    // The bus died, and is handed out until what GLib left in the default
+    // context has run. The host's own sources there may never come to an end.
+    bus.reset();
+    for (int i = 0; i < 100 && g_main_context_iteration(nullptr, FALSE) != FALSE; ++i) {
+    }
+    bus = connectToSessionBus();
+  }
   // The end of the bus would end the process otherwise.
   g_dbus_connection_set_exit_on_close(bus.get(), FALSE);
   return bus;
@@ -77,7 +98,7 @@ PortalSession::PortalSession() : PortalSession(openSessionBus()) { startPortalSe
 PortalSession::PortalSession(GLibOwner<GDBusConnection> bus) : connection(std::move(bus)) {}
 
 PortalSession::~PortalSession() {
-  if (sessionHandle.empty()) return;
+  if (sessionHandle.empty() || !haveSpareDescriptors(2)) return;
   const GLibOwner<GVariant> reply(
       g_dbus_connection_call_sync(connection.get(), portalBusName, sessionHandle.c_str(), sessionInterface,
                                   "Close", nullptr, nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr));

@@ -1,3 +1,5 @@
+#include <cstdlib>
+#include <new>
 #include <utility>
 
 #include "image/finish_capture.h"
@@ -5,8 +7,24 @@
 #include "x11/x11_backend.h"
 
 namespace ostler {
+namespace {
+
+// Without the memory for a reply libxcb gives up the connection, and Xlib the
+// process. Xlib's own copy of the reply may fail.
+void requireMemoryForReply(Size screen) {
+  constexpr std::size_t pixelBytes = 4, header = 4096;
+  const auto pixels = static_cast<std::size_t>(screen.width) * static_cast<std::size_t>(screen.height);
+  // Volatile, or the compiler leaves out what is not used.
+  void* volatile block = std::malloc(pixels * pixelBytes + header);
+  if (block == nullptr) throw std::bad_alloc();
+  std::free(block);
+}
+
+}  // namespace
+
 std::vector<unsigned char> X11Backend::screenshot(Size target, Rect crop, double quality) {
   const Size screen = display();
+  requireMemoryForReply(screen);
   XSync(xDisplay, False);
   ImageOwner capture(XGetImage(xDisplay, rootWindow, 0, 0, static_cast<unsigned>(screen.width),
                                static_cast<unsigned>(screen.height), AllPlanes, ZPixmap));

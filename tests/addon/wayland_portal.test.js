@@ -113,6 +113,44 @@ it('outlives the bus', async () => {
   desktop.killBus();
   await thinking;
   await assert.rejects(host.call('move', 1, 1), { message: /^Unable to connect to the session D-Bus: / });
+  await desktop.restartBus();
+
+  desktop.setScript({ AvailableSourceTypes: { silent: true } });
+  const asking = assert.rejects(host.call('display'), { message: /AvailableSourceTypes: The connection is closed$/ });
+  await desktop.recordWhen((record) => record.length > 0);
+  desktop.killBus();
+  await asking;
+  await desktop.restartBus();
+  desktop.setScript({});
+  assert.strictEqual((await host.call('display')).width, 1280);
+  await desktop.stop();
+});
+
+it('outlives a lack of descriptors', async () => {
+  const desktop = await startDesktop({ ConnectToEIS: no });
+  const host = await desktop.startHost();
+  execFileSync('prlimit', ['--pid', host.pid, '--nofile=100:']);
+  const withSpare = (count) => host.run((addon, spare) => {
+    const { closeSync, openSync } = require('node:fs');
+    const taken = [];
+    try {
+      for (;;) taken.push(openSync('/dev/null'));
+    } catch { }
+    for (let i = 0; i < spare; i++) closeSync(taken.pop());
+    try {
+      addon.move(3, 4);
+      return 'moved';
+    } catch (error) {
+      return error.message;
+    } finally {
+      taken.forEach(closeSync);
+    }
+  }, count);
+  for (let spare = 0; spare < 8; spare++) assert.match(await withSpare(spare), /: Too many open files$/);
+  await withSpare(16);  // gets further, and has to survive
+  assert.strictEqual(await withSpare(50), 'moved');
+  assert.match(await withSpare(0), /^Portal input call failed for .*: Too many open files$/);
+  assert.strictEqual(await withSpare(4), 'moved');
   await desktop.stop();
 });
 

@@ -2,7 +2,8 @@
 // Screenshots of an X server whose picture another client painted.
 
 const assert = require('node:assert');
-const { spawnSync } = require('node:child_process');
+const { execFileSync, spawnSync } = require('node:child_process');
+const fs = require('node:fs');
 const { describe, it } = require('node:test');
 const { startHost } = require('../support/host');
 const { decodePng } = require('../support/png');
@@ -22,7 +23,7 @@ async function withDesktop(task, ...options) {
     return file && Buffer.from(file);
   };
   try {
-    await task(shot, server.env);
+    await task(shot, server.env, host);
     await host.stop();
   } finally {
     await witness.stop();
@@ -50,6 +51,18 @@ describe('screenshot', () => {
     spawnSync('xrandr', ['--fb', '320x200'], { env });  // fails in part, yet shrinks the screen
     assert.strictEqual(await shot(), null);
   }));
+
+  it('fails when the memory does not hold a picture', { skip: Boolean(process.env.OSTLER_PRELOAD) }, () => withDesktop(
+    async (shot, env, { pid }) => {
+      const limit = (bytes) => execFileSync('prlimit', ['--pid', pid, `--as=${bytes}:`]);
+      for (const megabytes of [8, 16, 30]) {
+        const [, kilobytes] = /VmSize:\s*(\d+)/.exec(fs.readFileSync(`/proc/${pid}/status`));
+        limit(kilobytes * 1024 + (megabytes << 20));
+        await assert.rejects(shot(), { message: 'std::bad_alloc' });
+        limit('unlimited');
+      }
+      assert.notStrictEqual(await shot(), null);
+    }, { screen: '3840x2160x24' }));
 
   it('crops, resamples and encodes as asked', () => withDesktop(async (shot) => {
     const whole = decodePng(await shot('', null, [], 0, 0, 0, 0, 0, 0, NaN));

@@ -45,7 +45,8 @@ Exec=/usr/bin/python3 -B "${path.join(__dirname, 'portal.py')}" "${directory}"\n
     children.push({ child, exited: endOf(child) });
     return child;
   };
-  const bus = start('dbus-daemon', '--nofork', '--print-pid', `--config-file=${inside('bus.conf')}`);
+  const startBus = () => start('dbus-daemon', '--nofork', '--print-pid', `--config-file=${inside('bus.conf')}`);
+  let bus = startBus();
   const daemon = start('pipewire', '-c', inside('pipewire.conf'));
   const screen = start(program('pipewire_source'));
   const show = (line) => screen.stdin.write(`${line}\n`);
@@ -56,6 +57,12 @@ Exec=/usr/bin/python3 -B "${path.join(__dirname, 'portal.py')}" "${directory}"\n
     env,
     show,
     killBus: () => bus.kill(),
+    async restartBus() {
+      if (bus.exitCode === null && bus.signalCode === null) await once(bus, 'exit');
+      fs.rmSync(inside('bus'), { force: true });
+      bus = startBus();
+      await once(bus.stdout, 'data');
+    },
     killPipeWire: () => daemon.kill(),
     // The process of the portal and of its EIS server.
     portal: () => Number(fs.readFileSync(inside('portal.pid'), 'utf8')),

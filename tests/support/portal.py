@@ -8,6 +8,7 @@
 # or a list of steps, one a call. All values are GVariant texts:
 #
 #     error      [name, message]: the call fails
+#     silent     true: the method never replies
 #     reply      what the method replies
 #     response   body of the Response signal, "(uint32 CODE, RESULTS)"; in it SESSION
 #                is the new session's path and NODE what the script has as "node"
@@ -94,6 +95,8 @@ def called(_bus, sender, path, interface, method, parameters, invocation):
         end = connect(method, step)
     script.write_down('%s.%s %s' % (interface.rsplit('.')[-1], method, arguments))
     message = invocation.get_message()
+    if 'silent' in step:
+        return
     if 'error' in step:
         bus.send_message(Gio.DBusMessage.new_method_error_literal(message, *step['error']), 0)
     elif method in RESPONSES:
