@@ -8,7 +8,7 @@ const { after } = require('node:test');
 
 const running = new Set();
 // What a failed test has not stopped would keep this process for ever.
-after(() => setTimeout(() => running.forEach((child) => child.kill('SIGKILL')), 60000).unref());
+after(() => setTimeout(() => running.forEach((child) => child.kill('SIGKILL')), 20000).unref());
 
 // Gives the end of a child process, which comes after the tests at the latest.
 function endOf(child) {
