@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+#include <unistd.h>
+
 #include "driver/driver.h"
 #include "driver/escape_flags.h"
 #include "driver/session.h"
@@ -128,6 +130,10 @@ void reportPress(Handshake& handshake) {
   if (status == napi_closing) escapeFunction = nullptr;
 }
 
+// The server has gone. Xlib itself would call exit(), whose destructors took
+// apart on this thread what JavaScript is running on in another.
+void endProcess(Display*, void*) noexcept { _exit(1); }
+
 void watchEscape(const std::shared_ptr<Handshake>& handshake) {
   const EndSignal atTheEnd(*handshake);
   const char* const displayName = handshake->displayName.c_str();
@@ -138,6 +144,7 @@ void watchEscape(const std::shared_ptr<Handshake>& handshake) {
   const DisplayConnection connection(XOpenDisplay(displayName));
   first.reset();
   if (connection == nullptr) return;
+  XSetIOErrorExitHandler(connection.get(), endProcess, nullptr);
   SyntheticPresses synthetic;
   const EscapeGrab grab(connection.get());
   if (!grab.held() || !reportRunning(*handshake)) return;
@@ -189,7 +196,7 @@ struct StopAtExit {
   ~StopAtExit() {
     const std::unique_lock lock(watcherMutex, std::try_to_lock);
     if (!lock || !escapeThread.joinable()) return;
-    // Xlib calls exit() on the worker itself when the server has gone.
+    // Xlib calls exit() on the worker itself when the server goes while it connects.
     if (escapeThread.get_id() == std::this_thread::get_id()) return;
     escapeGrabActive.exchange(false);
     dismissWorker(exitBudget);
