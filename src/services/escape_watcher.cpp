@@ -130,11 +130,10 @@ void reportPress(Handshake& handshake) {
   if (status == napi_closing) escapeFunction = nullptr;
 }
 
-// The server has gone. Xlib itself would call exit(), whose destructors took
-// apart on this thread what JavaScript is running on in another.
-void endProcess(Display*, void*) noexcept { _exit(1); }
+thread_local bool isWorkerThread = false;
 
 void watchEscape(const std::shared_ptr<Handshake>& handshake) {
+  isWorkerThread = true;
   const EndSignal atTheEnd(*handshake);
   const char* const displayName = handshake->displayName.c_str();
   // A server whose only client goes may reset itself or end, so the first
@@ -144,7 +143,6 @@ void watchEscape(const std::shared_ptr<Handshake>& handshake) {
   const DisplayConnection connection(XOpenDisplay(displayName));
   first.reset();
   if (connection == nullptr) return;
-  XSetIOErrorExitHandler(connection.get(), endProcess, nullptr);
   SyntheticPresses synthetic;
   const EscapeGrab grab(connection.get());
   if (!grab.held() || !reportRunning(*handshake)) return;
@@ -194,10 +192,11 @@ bool startWorker(const char* displayName) {
 // Ends the worker before the process takes apart what it uses.
 struct StopAtExit {
   ~StopAtExit() {
+    // Xlib calls exit(1) on the worker when the server has gone. What exit()
+    // takes apart after this JavaScript is running on, in another thread.
+    if (isWorkerThread) _exit(1);
     const std::unique_lock lock(watcherMutex, std::try_to_lock);
     if (!lock || !escapeThread.joinable()) return;
-    // Xlib calls exit() on the worker itself when the server goes while it connects.
-    if (escapeThread.get_id() == std::this_thread::get_id()) return;
     escapeGrabActive.exchange(false);
     dismissWorker(exitBudget);
   }
