@@ -5,7 +5,6 @@
 #include <cstring>
 #include <memory>
 #include <stdexcept>
-#include <vector>
 
 #include <sys/eventfd.h>
 
@@ -136,13 +135,10 @@ GLibOwner<GVariant> call(GDBusConnection* connection, const char* interfaceName,
 
 }  // namespace
 
-bool haveSpareDescriptors(int count) {
-  std::vector<FileDescriptor> spare;
-  while (count-- > 0) {
-    spare.emplace_back(eventfd(0, EFD_CLOEXEC));
-    if (!spare.back()) return false;
-  }
-  return true;
+bool haveSpareDescriptors(int count) noexcept {
+  if (count == 0) return true;
+  const FileDescriptor spare(eventfd(0, EFD_CLOEXEC));
+  return spare && haveSpareDescriptors(count - 1);
 }
 
 std::string newPortalToken() {

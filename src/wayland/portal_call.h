@@ -22,7 +22,7 @@ inline constexpr char sessionInterface[] = "org.freedesktop.portal.Session";
 
 // Whether that many descriptors can be opened. GLib ends the process when it
 // finds none for the main context that each of its blocking calls makes.
-bool haveSpareDescriptors(int count);
+bool haveSpareDescriptors(int count) noexcept;
 
 // A fresh handle token, fit to be part of an object path.
 std::string newPortalToken();
