@@ -71,4 +71,6 @@ std::vector<unsigned char> encodeJpeg(const RgbImage& image, double quality) {
   return {compressor.output, compressor.output + compressor.outputSize};
 }
 
+bool fitsJpeg(Size size) { return size.width <= JPEG_MAX_DIMENSION && size.height <= JPEG_MAX_DIMENSION; }
+
 }  // namespace ostler

@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "driver/records.h"
 #include "image/rgb_image.h"
 
 namespace ostler {
@@ -9,5 +10,8 @@ namespace ostler {
 // A complete JPEG file; `quality` is a fraction, 1.0 being the best. Empty when
 // libjpeg refuses the image, as it does one without pixels.
 std::vector<unsigned char> encodeJpeg(const RgbImage& image, double quality);
+
+// Whether libjpeg takes an image of this size.
+bool fitsJpeg(Size size);
 
 }  // namespace ostler

@@ -75,4 +75,6 @@ std::vector<unsigned char> encodePng(const RgbImage& image) {
   return {};
 }
 
+bool fitsPng(Size size) { return size.width <= PNG_USER_WIDTH_MAX && size.height <= PNG_USER_HEIGHT_MAX; }
+
 }  // namespace ostler

@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "driver/records.h"
 #include "image/rgb_image.h"
 
 namespace ostler {
@@ -10,5 +11,8 @@ namespace ostler {
 // image, as it does one without pixels, or fails; std::bad_alloc when there is no
 // memory for the file.
 std::vector<unsigned char> encodePng(const RgbImage& image);
+
+// Whether libpng takes an image of this size.
+bool fitsPng(Size size);
 
 }  // namespace ostler

@@ -163,16 +163,27 @@ TEST(Encoders, FailQuietlyWithoutMemory) {
 }
 #endif
 
-TEST(Encoders, RefuseQuietlyWhatTheLibrariesCannotHold) {
+TEST(Encoders, RefuseQuietlyAnImageWithoutPixels) {
   testing::internal::CaptureStderr();
   for (const Size size : {Size{0, 5}, {5, 0}, {0, 0}}) {
     EXPECT_TRUE(encodeJpeg(RgbImage(size.width, size.height), 1).empty());
     EXPECT_TRUE(encodePng(RgbImage(size.width, size.height)).empty());
   }
-  EXPECT_TRUE(encodeJpeg(RgbImage(65501, 1), 0.5).empty());
-  EXPECT_TRUE(encodePng(RgbImage(1000001, 1)).empty());
-  EXPECT_TRUE(encodePng(RgbImage(1, 1000001)).empty());
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+// Last, for what it frees would serve an encoder that is to run out of memory.
+TEST(Encoders, RefuseATooLargeTargetBeforeItIsMade) {
+  constexpr std::int32_t beyondMemory = std::numeric_limits<std::int32_t>::max();
+  for (const auto& [quality, limit] : {std::pair{0.5, 65500}, {-1.0, 1000000}}) {
+    const auto isRefused = [quality = quality](Size target) {
+      return finishCapture(noise(2, 2), 1, 1, target, {}, quality).empty();
+    };
+    EXPECT_FALSE(isRefused({limit, 1}));
+    EXPECT_FALSE(isRefused({1, limit}));
+    EXPECT_TRUE(isRefused({beyondMemory, limit}));
+    EXPECT_TRUE(isRefused({limit, beyondMemory}));
+  }
 }
 
 }  // namespace
