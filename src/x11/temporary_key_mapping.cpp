@@ -1,6 +1,7 @@
 #include "x11/temporary_key_mapping.h"
 
 #include <algorithm>
+#include <span>
 #include <stdexcept>
 
 namespace ostler {
@@ -8,6 +9,20 @@ namespace {
 
 [[noreturn]] void failToSynthesize() {
   throw std::runtime_error("Unable to synthesize an X11 keycode for the requested text input.");
+}
+
+bool isEmpty(std::span<const KeySym> row) {
+  return std::ranges::all_of(row, [](KeySym symbol) { return symbol == NoSymbol; });
+}
+
+// True for what a process leaves behind that a signal ends while it types. The
+// server repeats the first column in the columns of other groups. Keysyms above
+// the Unicode form are those of multimedia keys.
+bool isLeftBehind(std::span<const KeySym> row) {
+  constexpr KeySym unicodeForm = 0x01000000, lastOfUnicodeForm = 0x0110FFFF;
+  const KeySym first = row.front();
+  return first >= unicodeForm && first <= lastOfUnicodeForm &&
+         std::ranges::all_of(row, [=](KeySym symbol) { return symbol == NoSymbol || symbol == first; });
 }
 
 // Every change of the map sends the connection MappingNotify events, which
@@ -28,17 +43,18 @@ TemporaryKeyMapping::TemporaryKeyMapping(Display* display, KeySym keysym) : xDis
       XGetKeyboardMapping(xDisplay, static_cast<KeyCode>(minKeycode), count, &keysymsPerKeycode));
   if (map == nullptr || keysymsPerKeycode <= 0) failToSynthesize();
 
-  const auto isEmptyRow = [&](int row) {
-    const KeySym* symbols = map.get() + static_cast<std::ptrdiff_t>(row) * keysymsPerKeycode;
-    return std::all_of(symbols, symbols + keysymsPerKeycode,
-                       [](KeySym symbol) { return symbol == NoSymbol; });
+  const std::size_t columns = static_cast<std::size_t>(keysymsPerKeycode);
+  const auto findRow = [&](bool (*isSpare)(std::span<const KeySym>)) {
+    int row = 0;
+    while (row < count && !isSpare({map.get() + static_cast<std::size_t>(row) * columns, columns})) ++row;
+    return row;
   };
-  int row = 0;
-  while (row < count && !isEmptyRow(row)) ++row;
+  int row = findRow(isEmpty);
+  if (row == count) row = findRow(isLeftBehind);
   if (row == count) failToSynthesize();
 
   keycode = static_cast<KeyCode>(minKeycode + row);
-  savedRow.resize(static_cast<std::size_t>(keysymsPerKeycode), NoSymbol);
+  savedRow.resize(columns, NoSymbol);
   std::vector<KeySym> newRow = savedRow;
   newRow.front() = keysym;
   XChangeKeyboardMapping(xDisplay, keycode, keysymsPerKeycode, newRow.data(), 1);

@@ -6,11 +6,12 @@
 
 namespace ostler {
 
-// Lends a keycode that has no symbols to one keysym; the end of its life
-// empties the row again.
+// Maps a spare keycode to one keysym; the destructor empties the row. A keycode
+// without symbols is spare; where there is none, one that an interrupted process
+// left mapped to a character.
 class TemporaryKeyMapping {
 public:
-  // Throws std::runtime_error when the keyboard map has no empty row.
+  // Throws std::runtime_error when the keyboard map has no spare row.
   TemporaryKeyMapping(Display* display, KeySym keysym);
   TemporaryKeyMapping(const TemporaryKeyMapping&) = delete;
   TemporaryKeyMapping& operator=(const TemporaryKeyMapping&) = delete;

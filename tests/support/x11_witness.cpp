@@ -3,7 +3,7 @@
 // JSON. A line on its input makes it print {"kind":"synced"} once all that the
 // server had for it by then is out. A key's "age" is how many milliseconds after
 // the server had sent it its symbol had been looked up.
-//   x11_witness fill    first gives every keycode without a symbol one, and takes Page Up's away
+//   x11_witness fill    first makes every keycode without a symbol a multimedia key, and takes Page Up's away
 //   x11_witness state   prints the keyboard map, the keys and buttons that are down
 
 #include <cstdio>
@@ -12,6 +12,7 @@
 #include <iterator>
 #include <memory>
 
+#include <X11/XF86keysym.h>
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 #include <X11/keysym.h>
@@ -56,7 +57,7 @@ void fillKeyboardMap(Display* display) {
   XDisplayKeycodes(display, &first, &last);
   KeySym* map = XGetKeyboardMapping(display, static_cast<KeyCode>(first), last - first + 1, &columns);
   for (int i = 0; i < (last - first + 1) * columns; ++i) {
-    if (map[i] == XK_Page_Up || (map[i] == NoSymbol && i % columns == 0)) map[i] = XK_F35;
+    if (map[i] == XK_Page_Up || (map[i] == NoSymbol && i % columns == 0)) map[i] = XF86XK_AudioMute;
   }
   XChangeKeyboardMapping(display, first, columns, map, last - first + 1);
   XFree(map);
