@@ -2,6 +2,7 @@
 #include <optional>
 #include <stdexcept>
 
+#include <X11/XKBlib.h>
 #include <X11/extensions/XTest.h>
 #include <X11/keysym.h>
 
@@ -20,10 +21,16 @@ struct MappedKey {
   bool needsShift;
 };
 
-// The key that produces a keysym with Shift at most. Column 2 and up belong to
-// other groups and levels, whose modifiers are not applied, yet an even one
-// counts as unshifted.
-std::optional<MappedKey> findMappedKey(Display* display, KeySym keysym) {
+unsigned activeGroup(Display* display) {
+  XkbStateRec state{};
+  XkbGetState(display, XkbUseCoreKbd, &state);
+  return state.group;
+}
+
+// The key that produces a keysym in the first group with Shift at most. Column 2
+// and up belong to other groups and levels, whose modifiers are not applied, yet
+// an even one counts as unshifted.
+std::optional<MappedKey> findInFirstGroup(Display* display, KeySym keysym) {
   const KeyCode keycode = XKeysymToKeycode(display, keysym);
   if (keycode == 0) return std::nullopt;
   int keysymsPerKeycode = 0;
@@ -35,23 +42,53 @@ std::optional<MappedKey> findMappedKey(Display* display, KeySym keysym) {
   return MappedKey{keycode, (column - row.get()) % 2 == 1};
 }
 
+// The core map does not tell groups from levels, so the XKB map is asked what a
+// client will make of each key. It wraps the group for a key that has fewer.
+std::optional<MappedKey> findInGroup(Display* display, KeySym keysym, unsigned group) {
+  int minKeycode = 0, maxKeycode = 0;
+  XDisplayKeycodes(display, &minKeycode, &maxKeycode);
+  for (const unsigned modifier : {0, ShiftMask}) {
+    const unsigned state = XkbBuildCoreState(modifier, group);
+    for (int code = minKeycode; code <= maxKeycode; ++code) {
+      const auto keycode = static_cast<KeyCode>(code);
+      unsigned usedModifiers = 0;
+      KeySym produced = NoSymbol;
+      XkbLookupKeySym(display, keycode, state, &usedModifiers, &produced);
+      if (produced == keysym) return MappedKey{keycode, modifier != 0};
+    }
+  }
+  return std::nullopt;
+}
+
+std::optional<MappedKey> findMappedKey(Display* display, KeySym keysym, unsigned group) {
+  return group == XkbGroup1Index ? findInFirstGroup(display, keysym) : findInGroup(display, keysym, group);
+}
+
+// A letter alone in its row becomes a key with both cases, the lower one first.
+// The server leaves the Unicode form alone.
+KeySym withoutCase(KeySym keysym) {
+  constexpr KeySym unicodeForm = 0x01000000;
+  return keysym <= XK_asciitilde ? unicodeForm | keysym : keysym;
+}
+
 }  // namespace
 
 void X11Backend::type(const std::string& text) {
   const KeyCode shift = XKeysymToKeycode(xDisplay, XK_Shift_L);
   if (shift == 0) throw std::runtime_error("Unable to resolve X11 keycode for: Shift");
+  const unsigned group = activeGroup(xDisplay);
   for (const std::uint32_t codePoint : decodeUtf8(text)) {
     if (escapePressed) return;
-    if (const auto keysym = typedKeysym(codePoint)) typeKeysym(*keysym, shift);
+    if (const auto keysym = typedKeysym(codePoint)) typeKeysym(*keysym, shift, group);
   }
 }
 
-void X11Backend::typeKeysym(KeySym keysym, KeyCode shiftKeycode) {
+void X11Backend::typeKeysym(KeySym keysym, KeyCode shiftKeycode, unsigned group) {
   std::optional<TemporaryKeyMapping> spare;
-  if (const std::optional<MappedKey> key = findMappedKey(xDisplay, keysym)) {
+  if (const std::optional<MappedKey> key = findMappedKey(xDisplay, keysym, group)) {
     tap(key->keycode, key->needsShift ? shiftKeycode : 0);
   } else {
-    spare.emplace(xDisplay, keysym);
+    spare.emplace(xDisplay, group == XkbGroup1Index ? keysym : withoutCase(keysym));
     tap(spare->keycode, 0);
   }
   // The spare key keeps its symbol meanwhile: a client looks it up when it

@@ -23,7 +23,7 @@ private:
   void sendButton(Button button, bool pressed) override;
   void dragTo(double x, double y) override;
   void turnWheel(unsigned button, int clicks);
-  void typeKeysym(KeySym keysym, KeyCode shiftKeycode);
+  void typeKeysym(KeySym keysym, KeyCode shiftKeycode, unsigned group);
   void tap(KeyCode keycode, KeyCode shiftKeycode);
 
   const DisplayConnection connection;

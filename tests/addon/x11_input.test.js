@@ -2,6 +2,7 @@
 // Pointer and keyboard on an X server, as another client receives them.
 
 const assert = require('node:assert');
+const { execFileSync } = require('node:child_process');
 const { after, afterEach, before, describe, it } = require('node:test');
 const { startHost } = require('../support/host');
 const { keyboardState, startWitness, textOf } = require('../support/witness');
@@ -11,6 +12,7 @@ const { startXvfb } = require('../support/xvfb');
 let server, witness, host, atFirst;
 before(async () => {
   server = await startXvfb();
+  setLayouts('us');
   witness = await startWitness(server.env);
   host = await startHost(server.env);
   atFirst = keyboardState(server.env);
@@ -23,6 +25,7 @@ after(async () => {
 // Whatever a test did: nothing stays down, and the map is the one found.
 afterEach(() => assert.deepStrictEqual(keyboardState(server.env), atFirst));
 
+const setLayouts = (...options) => execFileSync('setxkbmap', ['-option', '', ...options], { env: server.env });
 const call = (...invocation) => host.call(...invocation);
 const buttons = (events) => events.filter((event) => event.kind === 'button').map(
   ({ down, button, x, y }) => `${down ? 'down' : 'up'} ${button} at ${x},${y}`);
@@ -143,6 +146,21 @@ describe('type', () => {
     for (const text of texts) await assertTyped(text);
     const others = [['a\r\nb', 'a\r\rb'], ['ab\0cd', 'ab'], ['', ''], ['\ud800x', '\ufffdx']];
     for (const [text, arrived] of others) await assertTyped(text, arrived);
+  });
+
+  it('delivers it while another layout is active', async () => {
+    // The layouts, how often to switch to the next one (setxkbmap keeps the number of the active one), and its "z".
+    const cases = [['us,ru', 1, 0x6d1], ['us,de', 0, 0x79], ['us,ru,de,gr', 2, 0x7e6]];
+    try {
+      for (const [layouts, switches, z] of cases) {
+        setLayouts(layouts, '-option', 'grp:caps_toggle');
+        for (let i = 0; i < switches; i++) await call('key', 'capslock');
+        assert.strictEqual((await eventsOf('key', 'z')).find(({ kind }) => kind === 'key').keysym, z, layouts);
+        await assertTyped('Zyx, "Жук"!\t');
+      }
+    } finally {
+      setLayouts('us');
+    }
   });
 
   it('waits 5 ms a character', async () => {
