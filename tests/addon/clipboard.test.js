@@ -88,12 +88,10 @@ it('leaves no process, descriptor or complaint behind, whatever becomes of xclip
   assert.deepStrictEqual(result, [0, '']);
 });
 
-it('spares a host that dies of SIGPIPE and shares its descriptors', async () => {
-  const long = alphabet(900000);
-  for (const [written, PATH] of [
-    ['from a plain\0host'], [long], ['short', programs[0]], [long, programs[0]], [long, programs[1]]]) {
+it('keeps the output of a host that shares its descriptors from xclip', async () => {
+  for (const [written, PATH] of [['from a plain\0host'], ['no xclip', programs[0]], [alphabet(900000), programs[1]]]) {
     const child = spawn(program('plain_host'), [process.env.OSTLER_ADDON],
-      { env: { ...server.env, PATH: PATH ?? server.env.PATH }, stdio: ['pipe', 'pipe', 'pipe', 'pipe'] });
+      { env: { ...server.env, PATH: PATH ?? server.env.PATH } });
     let output = '';
     for (const stream of child.stdio.slice(1)) stream.on('data', (data) => { output += data; });
     child.stdin.on('error', () => {}).end(written);

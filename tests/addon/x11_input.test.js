@@ -5,8 +5,8 @@ const assert = require('node:assert');
 const { execFileSync } = require('node:child_process');
 const { after, afterEach, before, describe, it } = require('node:test');
 const { startHost } = require('../support/host');
-const { keyboardState, startWitness, textOf } = require('../support/witness');
 const { waitUntil } = require('../support/wait');
+const { keyboardState, startWitness, textOf } = require('../support/witness');
 const { startXvfb } = require('../support/xvfb');
 
 let server, witness, host, atFirst;
