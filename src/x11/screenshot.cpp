@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "image/finish_capture.h"
+#include "x11/error_trap.h"
 #include "x11/to_rgb.h"
 #include "x11/x11_backend.h"
 
@@ -20,14 +21,21 @@ void requireMemoryForReply(Size screen) {
   std::free(block);
 }
 
+// Null when the server refuses, as it does once the screen has become smaller
+// than it was.
+ImageOwner readWindow(Display* display, Window window, Size size) {
+  const ErrorTrap trap(display);
+  return ImageOwner(XGetImage(display, window, 0, 0, static_cast<unsigned>(size.width),
+                              static_cast<unsigned>(size.height), AllPlanes, ZPixmap));
+}
+
 }  // namespace
 
 std::vector<unsigned char> X11Backend::screenshot(Size target, Rect crop, double quality) {
   const Size screen = display();
   requireMemoryForReply(screen);
   XSync(xDisplay, False);
-  ImageOwner capture(XGetImage(xDisplay, rootWindow, 0, 0, static_cast<unsigned>(screen.width),
-                               static_cast<unsigned>(screen.height), AllPlanes, ZPixmap));
+  ImageOwner capture = readWindow(xDisplay, rootWindow, screen);
   if (capture == nullptr) return {};
   RgbImage image = toRgb(capture.get());
   capture.reset();

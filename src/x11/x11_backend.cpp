@@ -4,7 +4,6 @@
 
 #include <X11/extensions/XTest.h>
 
-#include "x11/capture_errors.h"
 #include "x11/factory.h"
 
 namespace ostler {
@@ -20,7 +19,6 @@ DisplayConnection openWithXTest() {
   if (XTestQueryExtension(connection.get(), &eventBase, &errorBase, &major, &minor) == False) {
     throw std::runtime_error("X11 XTest extension is not available on this display server.");
   }
-  letCaptureFail(connection.get());
   return connection;
 }
 
