@@ -3,6 +3,7 @@
 
 #include "driver/driver.h"
 #include "driver/sleep.h"
+#include "x11/error_trap.h"
 #include "x11/xlib_handles.h"
 
 namespace ostler {
@@ -124,6 +125,8 @@ std::string driverGetClipboard() {
   const Atom property = XInternAtom(display, "XSEL_DATA", False);
   if (XGetSelectionOwner(display, clipboard) == None) return {};
 
+  // Another client may destroy the requestor's window.
+  const ostler::ErrorTrap trap(display);
   const ostler::Requestor requestor(display, property);
   return requestor.ask(clipboard, utf8) ? requestor.take() : std::string();
 }

@@ -36,7 +36,7 @@ it('reads what an owner stores, whatever its type, and nothing from one that doe
   const cases = [
     ['UTF8_STRING 8 5', 'abcde'], ['UTF8_STRING 8 0', ''], ['STRING 8 3', 'abc'], ['INTEGER 32 2', 'a\0'],
     ['INCR 32 1', ''], [`UTF8_STRING 8 ${most}`, alphabet(most)], [`UTF8_STRING 8 ${most + 9}`, alphabet(most)],
-    ['refuse', ''], ['dies', ''], ['silent', ''],
+    ['refuse', ''], ['dies', ''], ['destroys', ''], ['silent', ''],
   ];
   for (const [options, expected] of cases) {
     const owner = spawn(program('selection_owner'), options.split(' '), { env: server.env });

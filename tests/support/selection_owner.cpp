@@ -1,9 +1,9 @@
 // An owner of CLIPBOARD that prints "ready" once it is, and answers each
 // request as it is told:
 //   selection_owner TYPE FORMAT COUNT   with COUNT items of FORMAT bits, a to z over and over
-//   selection_owner refuse              silent: not at all; dies: by ending
+//   selection_owner refuse              silent: not at all; dies: by ending; destroys: with the end
+//                                       of the window that asked
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -19,15 +19,8 @@ void store(Display* display, const XSelectionRequestEvent& request, Atom type, i
   constexpr int format = sizeof(Item) == 1 ? 8 : 32;
   std::vector<Item> items(static_cast<std::size_t>(count));
   for (std::size_t i = 0; i < items.size(); ++i) items[i] = static_cast<Item>('a' + i % 26);
-  int mode = PropModeReplace;
-  const unsigned char* data = reinterpret_cast<const unsigned char*>(items.data());
-  do {  // in pieces that fit a request
-    const int piece = std::min(count, 60000);
-    XChangeProperty(display, request.requestor, request.property, type, format, mode, data, piece);
-    mode = PropModeAppend;
-    data += static_cast<std::size_t>(piece) * sizeof(Item);
-    count -= piece;
-  } while (count > 0);
+  XChangeProperty(display, request.requestor, request.property, type, format, PropModeReplace,
+                  reinterpret_cast<const unsigned char*>(items.data()), count);
 }
 
 }  // namespace
@@ -52,13 +45,14 @@ int main(int count, char** arguments) {
         request.property, request.time};
     if (answer == "refuse") {
       notice.xselection.property = None;
-    } else {
+    } else if (answer != "destroys") {
       const Atom type = XInternAtom(display, arguments[1], False);
       const int items = std::atoi(arguments[3]);
       std::atoi(arguments[2]) == 8 ? store<char>(display, request, type, items)
                                    : store<long>(display, request, type, items);
     }
     XSendEvent(display, request.requestor, False, 0, &notice);
+    if (answer == "destroys") XDestroyWindow(display, request.requestor);
     XFlush(display);
   }
   XCloseDisplay(display);
