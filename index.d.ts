@@ -91,13 +91,18 @@ declare namespace ostler {
      * Drags with the left button from one point to another in a straight line, a
      * step every 20 pixels and at least 5, 5 ms each.
      *
+     * On X11 a signal that ends the process on the way, such as Ctrl-C at its terminal,
+     * leaves the button down for the whole desktop, until any process calls `mouseUp`. A
+     * host that handles the signal (`process.on('SIGINT', …)`) completes the drag first.
+     *
      * @throws Error as `click` does. On Wayland a failure half way leaves the button down; `mouseUp` frees it.
      */
     drag(fromX: number, fromY: number, toX: number, toY: number): void;
 
     /**
      * Moves the pointer to (x, y) and presses the left button, which stays down
-     * until `mouseUp`.
+     * until `mouseUp`. On X11 it stays down even after the end of this process, so a host
+     * calls `mouseUp` before it exits, and when it handles SIGINT and SIGTERM.
      *
      * @throws Error as `click` does.
      */
@@ -115,6 +120,9 @@ declare namespace ostler {
      * Types a text as if on the keyboard, 5 ms a character. Both line feed and
      * carriage return press Return, so CR LF presses it twice; tab and backspace
      * press their keys. Bytes that are no Unicode text type U+FFFD.
+     *
+     * On X11 a character that no key of the active keyboard layout produces is typed on an
+     * unused key, which is mapped to it meanwhile.
      *
      * Returns early and without an error when a person pressed Escape after the
      * last {@link lock}; what was typed by then stays.
@@ -244,18 +252,25 @@ declare namespace ostler {
 
     /**
      * The text of the clipboard of the X server that DISPLAY names, on Wayland
-     * the one of Xwayland. Waits up to 2 s for the program that owns it.
+     * the one of Xwayland. Waits up to 2 s for the program that owns it, and as long for
+     * each piece of a long text.
      *
      * @returns The text, or "" when the clipboard is empty or holds no text, its owner does not
-     *   answer, the text is too long for one transfer (about 1 MB), or there is no X server. Never throws for these.
+     *   answer, or there is no X server. Never throws for these. A text that the owner sends in
+     *   pieces, as most do above 256 kB, may have 4 MiB; a longer one gives "". Others are cut there.
      */
     getClipboard(): string;
 
     /**
      * Puts a text on that clipboard, through the program `xclip`, which goes on
-     * serving it after the call and after the end of this process. It takes the
+     * serving it after the call and after this process has exited. It takes the
      * clipboard a moment after the call: before pasting, wait until `getClipboard`
      * gives the text. Says nothing when `xclip` is missing or fails.
+     *
+     * `xclip` belongs to the process group of this process. A signal to the group, such
+     * as Ctrl-C at the terminal, ends it too and empties the clipboard. Where the text
+     * has to survive that, run the host, or a process that calls this, in a group of its
+     * own: `setsid`, or `detached: true` of `child_process.spawn`.
      */
     setClipboard(text: string): void;
 
