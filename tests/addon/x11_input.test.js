@@ -95,10 +95,9 @@ describe('key', () => {
       ['ctrl+shift+a', '+ffe3 +ffe1 +41 -41 -ffe1 -ffe3'], ['A', '+61 -61'], ['a+ctrl', '+ffe3 +61 -61 -ffe3'],
       ['ctrl+alt', '+ffe3 +ffe9 -ffe9 -ffe3'], ['a+b', '+62 -62'], ['cmd', '+ffeb -ffeb'], ['ctrl+', '+ffe3 -ffe3'],
       ['f12', '+ffc9 -ffc9'], ['plus', '+3d -3d'], ['escape', '+ff1b -ff1b'], ['', ''],
+      ['ctrl+ctrl+a', '+ffe3 +61 -61 -ffe3'],  // the server drops the second press and release
     ];
     for (const [combo, expected] of cases) assert.strictEqual(keys(await eventsOf('key', combo)), expected, combo);
-    const mapped = await eventsOf('key', 'ctrl+ctrl+a');
-    assert.strictEqual(keys(mapped).split(' ').length, 4);  // the server drops the second press and release
   });
 
   it('presses nothing of a combo with a fault', async () => {
@@ -138,10 +137,9 @@ async function assertTyped(text, expected = text) {
 
 describe('type', () => {
   it('delivers exactly the text', async () => {
-    const printable = String.fromCharCode(...Array.from({ length: 95 }, (_, i) => 32 + i));
     const texts = [
-      printable, 'Grüße, señor; ½ µ ÿ', 'Жук и ёж', 'Ελληνικά', '漢字かな한글', '👍😀𝄞', 'a\tb\b', '€',
-      '\ufffd\u200d',
+      String.fromCharCode(...Array.from({ length: 95 }, (_, i) => 32 + i)), 'Grüße, señor; ½ µ ÿ', 'Жук и ёж',
+      'Ελληνικά', '漢字かな한글', '👍😀𝄞', 'a\tb\b', '€', '\ufffd\u200d',
     ];
     for (const text of texts) await assertTyped(text);
     const others = [['a\r\nb', 'a\r\rb'], ['ab\0cd', 'ab'], ['', ''], ['\ud800x', '\ufffdx']];
@@ -163,24 +161,16 @@ describe('type', () => {
     }
   });
 
-  it('waits 5 ms a character', async () => {
-    const elapsed = await host.run((addon) => {
-      const start = performance.now();
-      addon.type('abcdefghij€€€€€€€€€€');
-      return performance.now() - start;
-    });
-    assert.ok(elapsed >= 100, `${elapsed}`);
-  });
-
-  it('leaves the memory flat, however many characters had to be lent a key', async () => {
-    const grown = await host.run((addon) => {
+  it('waits 5 ms a character and leaves the memory flat', async () => {
+    const { elapsed, grown } = await host.run((addon) => {
       const resident = () => Number(/VmRSS:\s*(\d+)/.exec(require('node:fs').readFileSync('/proc/self/status'))[1]);
       addon.type('€'.repeat(200));
       global.gc();
-      const start = resident();
+      const before = resident(), start = performance.now();
       addon.type('€'.repeat(1000));
-      return resident() - start;
+      return { elapsed: performance.now() - start, grown: resident() - before };
     });
+    assert.ok(elapsed >= 5000, `${elapsed}`);
     // Unread events of 1000 characters would be 1800 KB. AddressSanitizer keeps what is freed.
     if (!process.env.OSTLER_PRELOAD) assert.ok(grown < 900, `${grown} KB`);
   });
@@ -197,8 +187,8 @@ describe('a keyboard that lacks keys', () => {
     await bare.stop();
   });
 
-  // Leaves no empty row, and no Page Up.
-  const startFilling = () => startWitness(bare.env, 'fill');
+  // The keyboard map has no empty row then, and no Page Up.
+  const startFillingWitness = () => startWitness(bare.env, 'fill');
 
   it('types on a keycode that an interrupted host left mapped', async () => {
     const { map } = keyboardState(bare.env);
@@ -209,13 +199,12 @@ describe('a keyboard that lacks keys', () => {
       process.kill(killed.pid, 'SIGKILL');
       await failure;
     }
-    const other = await startFilling();
+    await (await startFillingWitness()).stop();
     await bareHost.call('type', '!');
-    await other.stop();
   });
 
   it('says which key is missing and types what it can', async () => {
-    const other = await startFilling();
+    const other = await startFillingWitness();
     await assert.rejects(bareHost.call('type', 'ab!c'),
       { message: 'Unable to synthesize an X11 keycode for the requested text input.' });
     assert.strictEqual(textOf(await other.events()), 'ab');
