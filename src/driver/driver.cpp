@@ -1,11 +1,15 @@
 #include "driver/driver.h"
 
-#include "driver/backend.h"
+#include "driver/selection.h"
 
 using ostler::backendInstance;
+using ostler::Capabilities;
+using ostler::DisplayInfo;
 using ostler::Point;
 using ostler::Rect;
 using ostler::Size;
+using ostler::WindowInfo;
+using Strings = std::vector<std::string>;
 
 void driverMouseMove(double x, double y) { backendInstance().mouseMove(x, y); }
 
@@ -31,8 +35,25 @@ Point driverCursorPosition() { return backendInstance().cursorPosition(); }
 
 Size driverDisplay() { return backendInstance().display(); }
 
-std::vector<unsigned char> driverScreenshot(const std::string&, Size target,
-                                            const std::optional<std::vector<std::string>>&,
-                                            const std::vector<std::string>&, Rect crop, double quality) {
+std::vector<unsigned char> driverScreenshot(const std::string&, Size target, const std::optional<Strings>&,
+                                            const Strings&, Rect crop, double quality) {
   return backendInstance().screenshot(target, crop, quality);
 }
+
+Capabilities driverCapabilities() { return {}; }
+std::vector<DisplayInfo> driverListDisplays() { return {}; }
+std::vector<WindowInfo> driverListWindows() { return {}; }
+std::optional<WindowInfo> driverGetActiveWindow() { return {}; }
+std::optional<WindowInfo> driverWindowAtPoint(const std::string&, double, double) { return {}; }
+bool driverActivateApplication(const std::string&) { return false; }
+bool driverConcealApplication(const std::string&) { return false; }
+bool driverRestoreApplication(const std::string&) { return false; }
+bool driverActivateWindow(const std::string&) { return false; }
+bool driverConcealWindow(const std::string&) { return false; }
+bool driverRestoreWindow(const std::string&) { return false; }
+bool driverPrepareForInput(const std::string&, const std::optional<Strings>&, const Strings&, double,
+                           double) {
+  return false;
+}
+bool driverCheckPermissions(const std::string&) { return true; }
+void driverRequestPermissions(const std::string&) {}

@@ -1,9 +1,10 @@
+#include "driver/selection.h"
+
 #include <cstdlib>
 #include <memory>
 
-#include "driver/backend.h"
+#include "backend/unsupported_backend.h"
 #include "driver/session.h"
-#include "driver/unsupported_backend.h"
 #include "wayland/factory.h"
 #include "x11/factory.h"
 

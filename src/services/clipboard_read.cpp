@@ -1,8 +1,8 @@
 #include <chrono>
 #include <string>
 
+#include "backend/waits.h"
 #include "driver/driver.h"
-#include "driver/sleep.h"
 #include "x11/error_trap.h"
 #include "x11/xlib_handles.h"
 

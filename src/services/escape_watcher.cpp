@@ -13,9 +13,9 @@
 #include <unistd.h>
 
 #include "driver/driver.h"
-#include "driver/escape_flags.h"
+#include "backend/escape_flags.h"
 #include "driver/session.h"
-#include "driver/sleep.h"
+#include "backend/waits.h"
 #include "services/escape_grab.h"
 
 namespace ostler {

@@ -14,7 +14,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "driver/sleep.h"
+#include "backend/waits.h"
 #include "wayland/eis_handshake.h"
 #include "wayland/late_libraries.h"
 #include "wayland/portal_call.h"

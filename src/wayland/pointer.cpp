@@ -2,7 +2,7 @@
 #include <cmath>
 #include <limits>
 
-#include "driver/sleep.h"
+#include "backend/waits.h"
 #include "wayland/portal_call.h"
 #include "wayland/wayland_backend.h"
 

@@ -1,9 +1,9 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "driver/escape_flags.h"
-#include "driver/sleep.h"
-#include "driver/typed_keysym.h"
+#include "backend/escape_flags.h"
+#include "backend/waits.h"
+#include "keys/typed_keysym.h"
 #include "keys/text.h"
 #include "wayland/wayland_backend.h"
 

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "driver/pointing_backend.h"
+#include "backend/pointing_backend.h"
 #include "wayland/capture_state.h"
 #include "wayland/capture_stream.h"
 #include "wayland/eis_channel.h"

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "driver/backend.h"
+#include "backend/backend.h"
 
 namespace ostler {
 

@@ -4,7 +4,7 @@
 #include <X11/extensions/XTest.h>
 #include <X11/keysym.h>
 
-#include "driver/escape_flags.h"
+#include "backend/escape_flags.h"
 #include "keys/combo.h"
 #include "x11/x11_backend.h"
 

@@ -4,7 +4,7 @@
 
 #include <X11/extensions/XTest.h>
 
-#include "driver/sleep.h"
+#include "backend/waits.h"
 #include "x11/x11_backend.h"
 
 namespace ostler {

@@ -6,9 +6,9 @@
 #include <X11/extensions/XTest.h>
 #include <X11/keysym.h>
 
-#include "driver/escape_flags.h"
-#include "driver/sleep.h"
-#include "driver/typed_keysym.h"
+#include "backend/escape_flags.h"
+#include "backend/waits.h"
+#include "keys/typed_keysym.h"
 #include "keys/text.h"
 #include "x11/temporary_key_mapping.h"
 #include "x11/x11_backend.h"

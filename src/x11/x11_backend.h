@@ -1,6 +1,6 @@
 #pragma once
 
-#include "driver/pointing_backend.h"
+#include "backend/pointing_backend.h"
 #include "x11/xlib_handles.h"
 
 namespace ostler {

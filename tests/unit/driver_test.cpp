@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
-#include "driver/pointing_backend.h"
+#include "backend/pointing_backend.h"
 #include "driver/session.h"
 
 namespace ostler {

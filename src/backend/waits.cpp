@@ -1,4 +1,4 @@
-#include "driver/sleep.h"
+#include "backend/waits.h"
 
 #include <cerrno>
 #include <ctime>

@@ -7,8 +7,8 @@
 
 namespace ostler {
 
-// One way to reach a desktop. Every operation blocks until its events are
-// sent, and reports failure by throwing std::runtime_error.
+// One way to reach a desktop. Every operation is synchronous: it returns when its
+// events have been sent. It reports failure by throwing std::runtime_error.
 class Backend {
 public:
   Backend() = default;
@@ -32,9 +32,5 @@ public:
   // size wins over a target. Empty when there is no picture.
   virtual std::vector<unsigned char> screenshot(Size target, Rect crop, double quality) = 0;
 };
-
-// The process-wide backend, built on first use. A construction that throws
-// leaves nothing behind, so the next call tries again.
-Backend& backendInstance();
 
 }  // namespace ostler

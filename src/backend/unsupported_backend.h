@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "driver/backend.h"
+#include "backend/backend.h"
 
 namespace ostler {
 

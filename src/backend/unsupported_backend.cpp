@@ -1,4 +1,4 @@
-#include "driver/unsupported_backend.h"
+#include "backend/unsupported_backend.h"
 
 #include <stdexcept>
 #include <utility>

@@ -1,4 +1,4 @@
-#include "driver/typed_keysym.h"
+#include "keys/typed_keysym.h"
 
 #include <cctype>
 

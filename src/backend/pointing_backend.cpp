@@ -1,10 +1,10 @@
-#include "driver/pointing_backend.h"
+#include "backend/pointing_backend.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
 
-#include "driver/sleep.h"
+#include "backend/waits.h"
 #include "keys/text.h"
 
 namespace ostler {
