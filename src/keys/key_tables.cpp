@@ -1,44 +1,50 @@
 #include "keys/key_tables.h"
 
+#include <X11/keysym.h>
+
 namespace ostler {
 
 const KeysymTable keyNameTable = [] {
   KeysymTable table{
-      {"return", 0xFF0D},
-      {"enter", 0xFF0D},
-      {"tab", 0xFF09},
-      {"escape", 0xFF1B},
-      {"esc", 0xFF1B},
-      {"space", 0x0020},
-      {"backspace", 0xFF08},
-      {"delete", 0xFFFF},
-      {"up", 0xFF52},
-      {"down", 0xFF54},
-      {"left", 0xFF51},
-      {"right", 0xFF53},
-      {"home", 0xFF50},
-      {"end", 0xFF57},
-      {"pageup", 0xFF55},
-      {"pagedown", 0xFF56},
-      {"insert", 0xFF63},
-      {"capslock", 0xFFE5},
-      {"forwarddelete", 0xFFFF},
-      // "+" separates the parts of a combo, so its key goes by a word. It is
-      // the key that carries "=", and no Shift is implied.
-      {"minus", 0x2D},
-      {"equal", 0x3D},
-      {"plus", 0x3D},
+      {"return", XK_Return},
+      {"enter", XK_Return},
+      {"tab", XK_Tab},
+      {"escape", XK_Escape},
+      {"esc", XK_Escape},
+      {"space", XK_space},
+      {"backspace", XK_BackSpace},
+      {"delete", XK_Delete},
+      {"up", XK_Up},
+      {"down", XK_Down},
+      {"left", XK_Left},
+      {"right", XK_Right},
+      {"home", XK_Home},
+      {"end", XK_End},
+      {"pageup", XK_Page_Up},
+      {"pagedown", XK_Page_Down},
+      {"insert", XK_Insert},
+      {"capslock", XK_Caps_Lock},
+      {"forwarddelete", XK_Delete},
+      // "+" separates the parts of a combo, so its key has a name instead. It
+      // is the key of "=", and the name does not imply Shift.
+      {"minus", XK_minus},
+      {"equal", XK_equal},
+      {"plus", XK_equal},
   };
-  for (const char sign : std::string("-=[]\\;',./`")) table.emplace(std::string(1, sign), sign);
+  // The keysym of an ASCII character is its code.
+  for (const char punctuation : std::string("-=[]\\;',./`")) {
+    table.emplace(std::string(1, punctuation), punctuation);
+  }
   for (char digit = '0'; digit <= '9'; ++digit) table.emplace(std::string(1, digit), digit);
   for (char letter = 'a'; letter <= 'z'; ++letter) table.emplace(std::string(1, letter), letter);
-  for (int n = 1; n <= 12; ++n) table.emplace("f" + std::to_string(n), 0xFFBE + n - 1);
+  for (int n = 1; n <= 12; ++n) table.emplace("f" + std::to_string(n), XK_F1 + n - 1);
   return table;
 }();
 
 const KeysymTable modifierNameTable{
-    {"ctrl", 0xFFE3},  {"control", 0xFFE3}, {"shift", 0xFFE1}, {"alt", 0xFFE9},     {"option", 0xFFE9},
-    {"super", 0xFFEB}, {"meta", 0xFFEB},    {"cmd", 0xFFEB},   {"command", 0xFFEB},
+    {"ctrl", XK_Control_L}, {"control", XK_Control_L}, {"shift", XK_Shift_L},
+    {"alt", XK_Alt_L},      {"option", XK_Alt_L},      {"super", XK_Super_L},
+    {"meta", XK_Super_L},   {"cmd", XK_Super_L},       {"command", XK_Super_L},
 };
 
 }  // namespace ostler

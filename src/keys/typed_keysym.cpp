@@ -3,21 +3,22 @@
 #include <cctype>
 
 #include <X11/Xlib.h>
+#include <X11/keysym.h>
 
 namespace ostler {
 
 std::optional<std::uint64_t> typedKeysym(std::uint32_t codePoint) {
   constexpr std::uint64_t unicodeForm = 0x01000000;
   switch (codePoint) {
-    case 8:
-      return 0xFF08;  // BackSpace
-    case 9:
-      return 0xFF09;  // Tab
-    case 10:
-    case 13:
-      return 0xFF0D;  // Return
-    case 32:
-      return 0x0020;
+    case '\b':
+      return XK_BackSpace;
+    case '\t':
+      return XK_Tab;
+    case '\n':
+    case '\r':
+      return XK_Return;
+    case ' ':
+      return XK_space;
     default:
       break;
   }
