@@ -6,10 +6,10 @@
 #include <benchmark/benchmark.h>
 #include <spa/param/video/raw.h>
 
+#include "bench/reference_resample.h"
 #include "image/encode_jpeg.h"
 #include "image/encode_png.h"
 #include "image/resample.h"
-#include "support/resample_plainly.h"
 #include "wayland/unpack.h"
 #include "x11/to_rgb.h"
 
@@ -69,7 +69,7 @@ void resampleTo720p(benchmark::State& state) {
   const RgbImage image = desktopLike();
   for (auto _ : state) benchmark::DoNotOptimize(resample(image, 1280, 720).bytes.data());
 }
-BENCHMARK(resampleTo720p<resamplePlainly>)->Unit(benchmark::kMillisecond);
+BENCHMARK(resampleTo720p<referenceResample>)->Unit(benchmark::kMillisecond);
 BENCHMARK(resampleTo720p<resampleImage>)->Unit(benchmark::kMillisecond);
 
 void unpackBgrx(benchmark::State& state) {

@@ -11,12 +11,12 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include "bench/reference_resample.h"
 #include "image/crop.h"
 #include "image/encode_jpeg.h"
 #include "image/encode_png.h"
 #include "image/finish_capture.h"
 #include "image/resample.h"
-#include "support/resample_plainly.h"
 
 namespace ostler {
 namespace {
@@ -73,10 +73,20 @@ TEST(ResampleImage, IsTheAreaWeightedMean) {
   EXPECT_EQ(resampleImage(greyRow({0, 1}), 1, 1).bytes, greyRow({1}).bytes);
   EXPECT_EQ(resampleImage(greyRow({255, 255, 255}), 7, 1).bytes,
             greyRow({255, 255, 255, 255, 255, 255, 255}).bytes);
-  const RgbImage image = noise(97, 61);
-  for (const Size size : {Size{1, 1}, {64, 36}, {96, 61}, {97, 7}, {13, 200}, {193, 122}, {48, 30}}) {
+  // Fractions, enlargement, whole ratios, and more columns than one strip holds.
+  const RgbImage image = noise(96, 60);
+  for (const Size size : {Size{1, 1},
+                          {64, 36},
+                          {95, 60},
+                          {96, 7},
+                          {13, 200},
+                          {193, 121},
+                          {48, 30},
+                          {32, 60},
+                          {12, 20},
+                          {1500, 3}}) {
     EXPECT_EQ(resampleImage(image, size.width, size.height).bytes,
-              resamplePlainly(image, size.width, size.height).bytes)
+              referenceResample(image, size.width, size.height).bytes)
         << size.width << 'x' << size.height;
   }
   EXPECT_THROW(resampleImage(image, 2147483647, 2147483647), std::length_error);

@@ -8,9 +8,9 @@
 
 namespace ostler {
 
-// The box filter as it is defined, pixel by pixel, without anything kept: what
+// The box filter as it is defined, pixel by pixel: what
 // resampleImage() has to be equal to, and faster than.
-inline RgbImage resamplePlainly(const RgbImage& image, std::int32_t width, std::int32_t height) {
+inline RgbImage referenceResample(const RgbImage& image, std::int32_t width, std::int32_t height) {
   RgbImage result(width, height);
   const double sx = static_cast<double>(image.width) / width, sy = static_cast<double>(image.height) / height;
   for (int ty = 0; ty < height; ++ty) {
