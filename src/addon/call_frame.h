@@ -13,6 +13,7 @@
 
 #include "addon/arguments.h"
 #include "addon/results.h"
+#include "driver/exit_guard.h"
 
 namespace ostler {
 
@@ -20,6 +21,7 @@ namespace ostler {
 // `fallback` as the callback's answer, which the host then never sees.
 template <typename Body>
 napi_value guarded(napi_env env, napi_value fallback, Body body) noexcept {
+  const ExitGuard exitGuard;
   try {
     return body();
   } catch (const PendingException&) {

@@ -10,12 +10,11 @@
 #include <utility>
 #include <vector>
 
-#include <unistd.h>
-
-#include "driver/driver.h"
 #include "backend/escape_flags.h"
-#include "driver/session.h"
 #include "backend/waits.h"
+#include "driver/driver.h"
+#include "driver/exit_guard.h"
+#include "driver/session.h"
 #include "services/escape_grab.h"
 
 namespace ostler {
@@ -130,10 +129,8 @@ void reportPress(Handshake& handshake) {
   if (status == napi_closing) escapeFunction = nullptr;
 }
 
-thread_local bool isWorkerThread = false;
-
 void watchEscape(const std::shared_ptr<Handshake>& handshake) {
-  isWorkerThread = true;
+  const ExitGuard exitGuard;
   const EndSignal atTheEnd(*handshake);
   const char* const displayName = handshake->displayName.c_str();
   // A server whose only client goes may reset itself or end, so the first
@@ -192,9 +189,6 @@ bool startWorker(const char* displayName) {
 // Ends the worker before the process takes apart what it uses.
 struct StopAtExit {
   ~StopAtExit() {
-    // Xlib calls exit(1) on the worker when the server has gone. What exit()
-    // takes apart after this JavaScript is running on, in another thread.
-    if (isWorkerThread) _exit(1);
     const std::unique_lock lock(watcherMutex, std::try_to_lock);
     if (!lock || !escapeThread.joinable()) return;
     escapeGrabActive.exchange(false);

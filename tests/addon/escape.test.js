@@ -210,7 +210,10 @@ describe('the end of the process', () => {
       'lock(); await say("stop"); load().unlock(); load().unlock(); process.exit(load().lock(() => {}) ? 1 : 7)',
       'const w = await lockingWorker(); await say("stop"); await w.terminate(); process.exit(7)'];
     const deaths = ['lock(); await say("die")', 'lock(); load().move(1, 1); await say("die"); for (;;);',
-      'lock(); await say("die"); load().unlock(); setInterval(() => {}, 1000)'];
+      'lock(); await say("die"); load().unlock(); setInterval(() => {}, 1000)',
+      // A job of Node's thread pool, for which exit() waits while other threads go on.
+      `await lockingWorker('setInterval(() => require(process.env.OSTLER_ADDON).move(1, 1))');
+      require('node:crypto').pbkdf2('', '', 4e6, 64, 'sha512', () => {}); await say('die'); setInterval(() => {}, 1)`];
     await Promise.all([...silences, ...deaths].map(async (source) => {
       const other = await startXvfb();
       const silent = silences.includes(source);
