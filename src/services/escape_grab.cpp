@@ -25,23 +25,31 @@ XcbConnection connectWhenAnswered(const char* displayName) {
   return reply != nullptr ? std::move(connection) : nullptr;
 }
 
-EscapeGrab::EscapeGrab(Display* display)
-    : xDisplay(display),
-      rootWindow(DefaultRootWindow(display)),
-      keycode(XKeysymToKeycode(display, XK_Escape)),
-      isHeld(keycode != 0 && grab()) {}
-
-EscapeGrab::~EscapeGrab() {
-  if (!isHeld) return;
-  XUngrabKey(xDisplay, keycode, AnyModifier, rootWindow);
-  XSync(xDisplay, False);
+EscapeGrab::EscapeGrab(Display* display) : xDisplay(display), rootWindow(DefaultRootWindow(display)) {
+  take();
 }
 
-bool EscapeGrab::grab() const {
+EscapeGrab::~EscapeGrab() { giveBack(); }
+
+void EscapeGrab::follow() {
+  if (isHeld && XKeysymToKeycode(xDisplay, XK_Escape) == keycode) return;
+  giveBack();
+  take();
+}
+
+void EscapeGrab::take() {
+  keycode = XKeysymToKeycode(xDisplay, XK_Escape);
+  if (keycode == 0) return;
   const ErrorTrap trap(xDisplay);
   XGrabKey(xDisplay, keycode, AnyModifier, rootWindow, True, GrabModeAsync, GrabModeAsync);
   XSync(xDisplay, False);
-  return !trap.caught();
+  isHeld = !trap.caught();
+}
+
+void EscapeGrab::giveBack() {
+  if (!std::exchange(isHeld, false)) return;
+  XUngrabKey(xDisplay, keycode, AnyModifier, rootWindow);
+  XSync(xDisplay, False);
 }
 
 }  // namespace ostler

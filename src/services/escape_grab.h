@@ -30,15 +30,19 @@ public:
   ~EscapeGrab();
 
   bool held() const { return isHeld; }
+  // Takes the key that has become Escape in place of the one that was. To be
+  // called for each MappingNotify.
+  void follow();
   bool isPress(const XEvent& event) const { return event.type == KeyPress && event.xkey.keycode == keycode; }
 
 private:
-  bool grab() const;
+  void take();
+  void giveBack();
 
   Display* const xDisplay;
   const Window rootWindow;
-  const KeyCode keycode;
-  const bool isHeld;
+  KeyCode keycode = 0;
+  bool isHeld = false;
 };
 
 }  // namespace ostler

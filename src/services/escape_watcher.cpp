@@ -95,7 +95,7 @@ class SyntheticPresses {
 public:
   // Reads what has happened so far, and calls back for each press of a person.
   template <typename OnPress>
-  void read(Display* display, const EscapeGrab& grab, OnPress onPersonsPress) {
+  void read(Display* display, EscapeGrab& grab, OnPress onPersonsPress) {
     const std::uint64_t sent = syntheticEscapeCount;
     const bool allHandedOut = !syntheticEscapeActive;
     if (sent != seen) XSync(display, False);
@@ -104,6 +104,7 @@ public:
       XNextEvent(display, &event);
       if (grab.isPress(event) && !isSynthetic()) onPersonsPress();
     }
+      if (event.type == MappingNotify) grab.follow();
     // What has not come by now went to somebody else's grab.
     if (allHandedOut) seen = std::max(seen, sent);
   }
@@ -141,7 +142,7 @@ void watchEscape(const std::shared_ptr<Handshake>& handshake) {
   first.reset();
   if (connection == nullptr) return;
   SyntheticPresses synthetic;
-  const EscapeGrab grab(connection.get());
+  EscapeGrab grab(connection.get());
   if (!grab.held() || !reportRunning(*handshake)) return;
   while (!isDismissed(*handshake)) {
     synthetic.read(connection.get(), grab, [&] { reportPress(*handshake); });

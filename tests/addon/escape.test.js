@@ -7,6 +7,7 @@ const net = require('node:net');
 const { execFile, execFileSync, spawn } = require('node:child_process');
 const { once } = require('node:events');
 const { after, afterEach, before, describe, it } = require('node:test');
+const { setTimeout: sleep } = require('node:timers/promises');
 const { promisify } = require('node:util');
 const { hostEnvironment, startHost } = require('../support/host');
 const { waitUntil } = require('../support/wait');
@@ -68,6 +69,17 @@ it('runs on a server that has no other client', async () => {
   await unlock(other);
   await other.stop();
   await lonely.stop();
+});
+
+it('follows Escape to another key and back', async () => {
+  assert.strictEqual(await lock(), true);
+  let count = 0;
+  for (const option of ['caps:swapescape', '']) {
+    await promisify(execFile)('setxkbmap', ['-option', option], { env: server.env });
+    await sleep(300);
+    await person('key', 'Caps_Lock', 'key', 'Caps_Lock', 'key', 'Escape');
+    await becomes(++count);
+  }
 });
 
 it('stops a text half way, and the ones that follow until the next lock', async () => {
