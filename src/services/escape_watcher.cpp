@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
+#include <csignal>
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
@@ -167,6 +168,26 @@ void dismissWorker(std::chrono::nanoseconds budget) {
   }
 }
 
+// Blocks the signals that the host may handle, on this thread and on those that
+// it starts meanwhile. The ones by which a thread reports its own fault stay.
+class SignalBlock {
+public:
+  SignalBlock() {
+    sigset_t signals;
+    sigfillset(&signals);
+    for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS, SIGABRT}) {
+      sigdelset(&signals, fault);
+    }
+    pthread_sigmask(SIG_BLOCK, &signals, &before);
+  }
+  SignalBlock(const SignalBlock&) = delete;
+  SignalBlock& operator=(const SignalBlock&) = delete;
+  ~SignalBlock() { pthread_sigmask(SIG_SETMASK, &before, nullptr); }
+
+private:
+  sigset_t before{};
+};
+
 bool startWorker(const char* displayName) {
   std::erase_if(lateHandshakes, [](const auto& late) { return late.expired(); });
   // One thread that waits for a silent server is enough.
@@ -175,7 +196,10 @@ bool startWorker(const char* displayName) {
   }
   lateHandshakes.reserve(lateHandshakes.size() + 1);
   currentHandshake = std::make_shared<Handshake>(displayName);
-  escapeThread = std::thread(watchEscape, currentHandshake);
+  {
+    const SignalBlock forTheWorker;
+    escapeThread = std::thread(watchEscape, currentHandshake);
+  }
   {
     Handshake& handshake = *currentHandshake;
     std::unique_lock lock(handshake.mutex);

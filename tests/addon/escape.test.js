@@ -4,6 +4,7 @@
 const assert = require('node:assert');
 const fs = require('node:fs');
 const net = require('node:net');
+const os = require('node:os');
 const { execFile, execFileSync, spawn } = require('node:child_process');
 const { once } = require('node:events');
 const { after, afterEach, before, describe, it } = require('node:test');
@@ -80,6 +81,20 @@ it('follows Escape to another key and back', async () => {
     await person('key', 'Caps_Lock', 'key', 'Caps_Lock', 'key', 'Escape');
     await becomes(++count);
   }
+});
+
+it('leaves the signals of the host to its other threads', async () => {
+  const threads = () => fs.readdirSync(`/proc/${host.pid}/task`);
+  const blocked = (thread) => BigInt(
+    `0x${/SigBlk:\s*(\w+)/.exec(fs.readFileSync(`/proc/${host.pid}/task/${thread}/status`))[1]}`);
+  const before = threads();
+  const ownBlocked = blocked(host.pid);
+  assert.strictEqual(await lock(), true);
+  const [watcher] = threads().filter((thread) => !before.includes(thread));
+  const mask = (...names) => names.reduce((bits, name) => bits | 1n << BigInt(os.constants.signals[name] - 1), 0n);
+  const handled = ['SIGINT', 'SIGTERM', 'SIGUSR1', 'SIGCHLD'];
+  assert.strictEqual(blocked(watcher) & mask(...handled, 'SIGSEGV', 'SIGABRT'), mask(...handled));
+  assert.strictEqual(blocked(host.pid), ownBlocked);
 });
 
 it('stops a text half way, and the ones that follow until the next lock', async () => {
