@@ -32,12 +32,15 @@ constexpr std::chrono::nanoseconds exitBudget = 1s;
 // What a worker and the calls that start and end it tell each other. Both own
 // it: a worker that is late outlives the call that gave it up.
 struct Handshake {
-  explicit Handshake(const char* name) : displayName(name) {}
+  Handshake(const char* name, napi_threadsafe_function function)
+      : displayName(name), escapeFunction(function) {}
 
   const std::string displayName;
-  std::mutex mutex;  // guards the two fields that follow
+  std::mutex mutex;  // guards the three fields that follow
   enum class Stage { starting, running, ended } stage = Stage::starting;
   bool dismissed = false;
+  // The host's callback; null once the worker is dismissed.
+  napi_threadsafe_function escapeFunction;
   std::condition_variable changed;  // signalled for the stage
 };
 using Stage = Handshake::Stage;
@@ -49,8 +52,6 @@ std::mutex watcherMutex;
 std::thread& escapeThread = *new std::thread;
 // With the thread that it belongs to.
 std::shared_ptr<Handshake> currentHandshake;
-// A worker that has not been dismissed touches it too.
-napi_threadsafe_function escapeFunction = nullptr;
 // The workers that were given up; they are gone when they live no more.
 std::vector<std::weak_ptr<Handshake>> lateHandshakes;
 
@@ -103,9 +104,9 @@ public:
     while (XPending(display) > 0) {
       XEvent event;
       XNextEvent(display, &event);
+      if (event.type == MappingNotify) grab.follow();
       if (grab.isPress(event) && !isSynthetic()) onPersonsPress();
     }
-      if (event.type == MappingNotify) grab.follow();
     // What has not come by now went to somebody else's grab.
     if (allHandedOut) seen = std::max(seen, sent);
   }
@@ -120,15 +121,18 @@ private:
   std::uint64_t seen = syntheticEscapeCount;
 };
 
+// Holds the lock across the call, which only queues the callback and never
+// waits: whoever dismisses the worker releases the function next.
 void reportPress(Handshake& handshake) {
   const std::lock_guard lock(handshake.mutex);
   if (handshake.dismissed) return;
   escapePressed.exchange(true);
-  if (escapeFunction == nullptr) return;
-  const napi_status status = napi_call_threadsafe_function(escapeFunction, nullptr, napi_tsfn_nonblocking);
+  if (handshake.escapeFunction == nullptr) return;
+  const napi_status status =
+      napi_call_threadsafe_function(handshake.escapeFunction, nullptr, napi_tsfn_nonblocking);
   // The host's environment is ending. With this answer our hold on the function
   // has gone, so it is neither called nor released any more.
-  if (status == napi_closing) escapeFunction = nullptr;
+  if (status == napi_closing) handshake.escapeFunction = nullptr;
 }
 
 void watchEscape(const std::shared_ptr<Handshake>& handshake) {
@@ -152,12 +156,15 @@ void watchEscape(const std::shared_ptr<Handshake>& handshake) {
 }
 
 // Ends the worker, or leaves it to end by itself when it does not in time.
-void dismissWorker(std::chrono::nanoseconds budget) {
+// Returns the host's callback, which the worker does not touch any more.
+napi_threadsafe_function dismissWorker(std::chrono::nanoseconds budget) {
   const std::shared_ptr<Handshake> handshake = std::exchange(currentHandshake, nullptr);
+  napi_threadsafe_function function = nullptr;
   bool ended = false;
   {
     std::unique_lock lock(handshake->mutex);
     handshake->dismissed = true;
+    function = std::exchange(handshake->escapeFunction, nullptr);
     ended = handshake->changed.wait_for(lock, budget, [&] { return handshake->stage == Stage::ended; });
   }
   if (ended) {
@@ -166,6 +173,7 @@ void dismissWorker(std::chrono::nanoseconds budget) {
     escapeThread.detach();
     lateHandshakes.push_back(handshake);
   }
+  return function;
 }
 
 // Blocks the signals that the host may handle, on this thread and on those that
@@ -188,14 +196,14 @@ private:
   sigset_t before{};
 };
 
-bool startWorker(const char* displayName) {
+bool startWorker(const char* displayName, napi_threadsafe_function onEscape) {
   std::erase_if(lateHandshakes, [](const auto& late) { return late.expired(); });
   // One thread that waits for a silent server is enough.
   for (const auto& late : lateHandshakes) {
     if (const auto handshake = late.lock(); handshake && handshake->displayName == displayName) return false;
   }
   lateHandshakes.reserve(lateHandshakes.size() + 1);
-  currentHandshake = std::make_shared<Handshake>(displayName);
+  currentHandshake = std::make_shared<Handshake>(displayName, onEscape);
   {
     const SignalBlock forTheWorker;
     escapeThread = std::thread(watchEscape, currentHandshake);
@@ -230,24 +238,21 @@ bool driverLock(napi_threadsafe_function onEscape) {
   if (escapeGrabActive) return false;
   if (detectSessionKind() == "wayland") return false;
   if (waylandSocketPresent()) return false;
-  escapeFunction = onEscape;
   escapePressed.exchange(false);
-  bool running = false;
   try {
     const char* displayName = std::getenv("DISPLAY");
-    running = displayName != nullptr && *displayName != '\0' && startWorker(displayName);
+    return displayName != nullptr && *displayName != '\0' && startWorker(displayName, onEscape);
   } catch (const std::exception&) {
-    // No thread, or no memory for one.
+    return false;  // no thread, or no memory for one
   }
-  if (!running) escapeFunction = nullptr;
-  return running;
 }
 
 void driverUnlock() {
   using namespace ostler;
   const std::lock_guard lock(watcherMutex);
   escapeGrabActive.exchange(false);
-  if (escapeThread.joinable()) dismissWorker(unlockBudget);
-  const napi_threadsafe_function function = std::exchange(escapeFunction, nullptr);
-  if (function != nullptr) napi_release_threadsafe_function(function, napi_tsfn_release);
+  if (!escapeThread.joinable()) return;
+  const napi_threadsafe_function function = dismissWorker(unlockBudget);
+  // Drops the calls that are queued: none may come after this.
+  if (function != nullptr) napi_release_threadsafe_function(function, napi_tsfn_abort);
 }

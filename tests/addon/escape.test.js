@@ -83,6 +83,20 @@ it('follows Escape to another key and back', async () => {
   }
 });
 
+it('calls back no more once unlock has returned', async () => {
+  assert.strictEqual(await lock(), true);
+  const locked = await host.run((addon) => {
+    const { execFileSync } = require('node:child_process');
+    execFileSync('xdotool', ['key', 'Escape']);
+    execFileSync('sleep', ['0.5']);  // the watcher queues the callback meanwhile
+    addon.unlock();
+    return addon.lock(() => { globalThis.calls += 1000; });
+  });
+  assert.deepStrictEqual([locked, await calls(), await calls()], [true, 0, 0]);
+  await person('key', 'Escape');
+  await becomes(1000);
+});
+
 it('leaves the signals of the host to its other threads', async () => {
   const threads = () => fs.readdirSync(`/proc/${host.pid}/task`);
   const blocked = (thread) => BigInt(
