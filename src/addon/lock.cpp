@@ -12,9 +12,11 @@ namespace {
 void callHost(napi_env env, napi_value callback, void*, void*) noexcept {
   // Both are null while the environment is being torn down.
   if (env == nullptr || callback == nullptr) return;
-  napi_value global = nullptr;
+  napi_value global = nullptr, exception = nullptr;
   napi_get_global(env, &global);
-  napi_call_function(env, global, callback, 0, nullptr, nullptr);
+  if (napi_call_function(env, global, callback, 0, nullptr, nullptr) != napi_pending_exception) return;
+  // Node itself would only print a warning.
+  if (napi_get_and_clear_last_exception(env, &exception) == napi_ok) napi_fatal_exception(env, exception);
 }
 
 struct ThreadsafeFunctionReleaser {
