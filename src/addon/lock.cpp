@@ -1,5 +1,5 @@
-#include <atomic>
 #include <memory>
+#include <mutex>
 #include <set>
 
 #include "addon/call_frame.h"
@@ -36,8 +36,10 @@ ThreadsafeFunction makeThreadsafeFunction(napi_env env, napi_value callback) {
   return ThreadsafeFunction(status == napi_ok ? result : nullptr);
 }
 
-// The environment of the last lock that was answered with true.
-std::atomic<napi_env> watcherEnvironment{nullptr};
+// The environment of the last lock that was answered with true, which changes
+// together with the watcher.
+std::mutex environmentMutex;
+napi_env watcherEnvironment = nullptr;
 
 // The environments of this thread that have the hook.
 thread_local std::set<napi_env> hookedEnvironments;
@@ -46,6 +48,7 @@ thread_local std::set<napi_env> hookedEnvironments;
 // Worker, it takes the thread-safe function with it. A hook runs before that.
 void stopWithEnvironment(void* environment) noexcept {
   hookedEnvironments.erase(static_cast<napi_env>(environment));
+  const std::lock_guard held(environmentMutex);
   if (watcherEnvironment == environment) driverUnlock();
 }
 
@@ -63,6 +66,7 @@ napi_value lock(napi_env env, napi_callback_info info) {
     ThreadsafeFunction onEscape = makeThreadsafeFunction(env, arguments[0]);
     if (onEscape == nullptr) return toValue(env, false);
     hookEnvironment(env);
+    const std::lock_guard held(environmentMutex);
     if (!driverLock(onEscape.get())) return toValue(env, false);
     static_cast<void>(onEscape.release());  // the watcher's now
     watcherEnvironment = env;
