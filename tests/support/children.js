@@ -7,8 +7,11 @@ const path = require('node:path');
 const { after } = require('node:test');
 
 const running = new Set();
-// What a failed test has not stopped would keep this process for ever.
-after(() => setTimeout(() => running.forEach((child) => child.kill('SIGKILL')), 20000).unref());
+// What a test has not stopped or closed would keep this process for ever, so it fails instead.
+after(() => setTimeout(() => {
+  running.forEach((child) => child.kill('SIGKILL'));
+  process.exit(1);
+}, 20000).unref());
 
 // Gives the end of a child process, which comes after the tests at the latest.
 function endOf(child) {
