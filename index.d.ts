@@ -275,26 +275,28 @@ declare namespace ostler {
     setClipboard(text: string): void;
 
     /**
-     * Lets a person interrupt: from now on each press of Escape on the keyboard,
+     * Lets the user interrupt: from now on each press of Escape on the keyboard,
      * with any modifiers, ends the running `type` between two characters and
      * calls `callback` without arguments, from the event loop, so after the
-     * blocking call has returned. Until `unlock` no other program sees Escape,
-     * and the event loop stays alive. Escape that this process presses with
-     * `key` does not count.
+     * blocking call has returned. What `callback` throws is an uncaught exception
+     * of the process. Until `unlock` no other program sees Escape, and the event
+     * loop stays alive. Escape that this process presses with `key` does not count.
      *
-     * After such a press every `type` returns at once, `unlock` or not, until the
-     * next `lock` on X11; one that does not get Escape counts too. Only `type`
-     * stops by itself; a host that does other work stops it in the callback.
+     * After such a press every `type` returns at once without typing, even after
+     * `unlock`. The next `lock` in an X11 session ends that, whatever it returns,
+     * but not while a watcher is running. Only `type` stops by itself; a host that
+     * does other work stops it in the callback.
      *
-     * @returns Whether the watcher runs now. false: on Wayland, without an X server, when it runs
-     *   already (the first callback stays), when another program holds Escape, when the X server
-     *   does not answer within 5 s, or when `callback` is no function.
+     * @returns Whether this call has started the watcher. false: on Wayland, without an X server,
+     *   when a watcher is running already (the first callback stays), when another program holds
+     *   Escape, when the X server does not answer within 5 s, or when `callback` is no function.
      */
     lock(callback: () => void): boolean;
 
     /**
      * Stops the watcher and gives Escape back; takes up to 100 ms, or 5 s when the X
-     * server has gone silent. Does nothing when none runs.
+     * server is unresponsive. The callback is not called any more once this has returned,
+     * even for earlier presses. Does nothing when no watcher is running.
      */
     unlock(): void;
 
