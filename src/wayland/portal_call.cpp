@@ -212,7 +212,8 @@ void portalInputCall(GDBusConnection* connection, const char* method, GVariant* 
 PortalDescriptor portalDescriptorCall(GDBusConnection* connection, const char* interfaceName,
                                       const char* method, const std::string& sessionHandle) {
   PortalDescriptor result;
-  if (!haveSpareDescriptors(descriptorsOfCall)) return result;
+  const std::string failure = std::string("Portal call failed for ") + interfaceName + "." + method;
+  requireSpareDescriptors(failure);
   GError* error = nullptr;
   GUnixFDList* descriptors = nullptr;
   GVariantBuilder options;
@@ -232,6 +233,8 @@ PortalDescriptor portalDescriptorCall(GDBusConnection* connection, const char* i
     }
   }
   result.error.reset(error);
+  // Other threads may have taken the spare descriptors meanwhile.
+  if (!result.descriptor) requireSpareDescriptors(failure);
   return result;
 }
 

@@ -11,8 +11,7 @@ namespace ostler {
 
 // What is said to the desktop portal goes through here. All of it blocks.
 //
-// Floating parameters are consumed. Every failure but that of
-// portalDescriptorCall is a std::runtime_error.
+// Floating parameters are consumed. Failures are std::runtime_error.
 
 inline constexpr char portalBusName[] = "org.freedesktop.portal.Desktop";
 inline constexpr char portalObjectPath[] = "/org/freedesktop/portal/desktop";
@@ -42,7 +41,8 @@ GLibOwner<GVariant> portalRequest(GDBusConnection* connection, const char* inter
 // Calls a RemoteDesktop method that answers at once.
 void portalInputCall(GDBusConnection* connection, const char* method, GVariant* parameters);
 
-// What a method that hands out a descriptor came to.
+// The result of a method that hands out a descriptor. Only a lack of file
+// descriptors is thrown, because a later attempt may succeed.
 struct PortalDescriptor {
   bool answered = false;      // the call itself went well
   FileDescriptor descriptor;  // none when the call failed or the reply held none
