@@ -43,7 +43,7 @@ public:
 // What a request shares with the handlers that end its wait.
 struct PortalWait {
   GDBusConnection* connection = nullptr;
-  const char* requestPath = "";
+  std::string requestPath;
   GLibOwner<GMainLoop> loop;
   std::uint32_t code = 2;
   GLibOwner<GVariant> results;
@@ -74,7 +74,8 @@ void onNameOwnerChanged(PortalWait& wait, std::string_view, GVariant* parameters
   if (*oldOwner != '\0') wait.end();
 }
 
-// When the bus is gone no signal tells.
+// The connection's "closed" signal is emitted in the main context in which the
+// connection was made, which nobody may be running, so its state is polled.
 gboolean onBusCheck(gpointer data) noexcept {
   PortalWait& wait = *static_cast<PortalWait*>(data);
   if (g_dbus_connection_is_closed(wait.connection)) wait.end();
@@ -192,7 +193,9 @@ GLibOwner<GVariant> portalRequest(GDBusConnection* connection, const char* inter
                                                 onResponse);
 
   const GLibOwner<GVariant> reply = call(connection, interfaceName, method, arguments.get(), "(o)", failure);
-  g_variant_get(reply.get(), "(&o)", &wait.requestPath);
+  const char* requestPath = "";
+  g_variant_get(reply.get(), "(&o)", &requestPath);
+  wait.requestPath = requestPath;
 
   const GLibOwner<GSource> busCheck(g_timeout_source_new(250));
   g_source_set_callback(busCheck.get(), onBusCheck, &wait, nullptr);
