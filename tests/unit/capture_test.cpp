@@ -61,6 +61,7 @@ TEST(FrameIntake, DiscardsWhatIsNoPicture) {
            [](TestBuffer& b) { b.chunk.offset = 0xffffffff; },
            [](TestBuffer& b) { b.chunk.stride = 13; },
            [](TestBuffer& b) { b.chunk.stride = 0x7fffffff; },
+           [](TestBuffer& b) { b.chunk.stride = 1, b.format.height = 3; },  // more than the buffer has
            [](TestBuffer& b) { b.format.width = b.format.height = 0x7fffffff; },
        }) {
     TestBuffer buffer;
