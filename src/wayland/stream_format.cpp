@@ -63,7 +63,8 @@ spa_pod_builder builderIn(PodRoom& room) {
 
 // A size that no buffer can have is left for the server to refuse.
 std::int32_t clampToInt(std::int64_t value) {
-  return static_cast<std::int32_t>(std::min<std::int64_t>(value, std::numeric_limits<std::int32_t>::max()));
+  using Limits = std::numeric_limits<std::int32_t>;
+  return static_cast<std::int32_t>(std::clamp<std::int64_t>(value, Limits::min(), Limits::max()));
 }
 
 constexpr std::int32_t headerMetaSize = sizeof(spa_meta_header);
@@ -98,13 +99,14 @@ std::optional<StreamFormat> parseFormat(const spa_pod* param) {
 
 std::array<const spa_pod*, 3> buildBufferParams(PodRoom& room, const StreamFormat& format) {
   spa_pod_builder builder = builderIn(room);
-  const std::int64_t rowBytes = std::int64_t{format.width} * std::int64_t{bytesPerFramePixel};
+  // Clamped before the multiplication by the height, which could overflow otherwise.
+  const std::int64_t rowBytes = clampToInt(format.width * std::int64_t{bytesPerFramePixel});
 
   ObjectBuilder buffers(builder, SPA_TYPE_OBJECT_ParamBuffers, SPA_PARAM_Buffers);
   buffers.addIntRange(SPA_PARAM_BUFFERS_buffers, 4, 2, 8);
   buffers.addInt(SPA_PARAM_BUFFERS_blocks, 1);
   buffers.addInt(SPA_PARAM_BUFFERS_size, clampToInt(rowBytes * format.height));
-  buffers.addInt(SPA_PARAM_BUFFERS_stride, clampToInt(rowBytes));
+  buffers.addInt(SPA_PARAM_BUFFERS_stride, static_cast<std::int32_t>(rowBytes));
   const spa_pod* const buffersPod = buffers.finish();
 
   ObjectBuilder header(builder, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta);

@@ -1,9 +1,9 @@
 #include "wayland/stream_format.h"
 
+#include <limits>
 #include <string>
 
 #include <gtest/gtest.h>
-#include <spa/buffer/meta.h>
 #include <spa/param/buffers.h>
 #include <spa/param/param.h>
 #include <spa/param/video/format-utils.h>
@@ -39,23 +39,29 @@ TEST(StreamFormat, OffersThreeFormatsAndNothingElse) {
   EXPECT_EQ(bytesOf(buildOfferedFormats(room)), bytesOf(static_cast<const spa_pod*>(expected)));
 }
 
-TEST(StreamFormat, AnswersWithBuffersAndTwoKindsOfMetadata) {
-  PodRoom room;
-  Witness witness;
-  const void* expected[] = {
-      spa_pod_builder_add_object(&witness.builder, SPA_TYPE_OBJECT_ParamBuffers, SPA_PARAM_Buffers,
-                                 SPA_PARAM_BUFFERS_buffers, SPA_POD_CHOICE_RANGE_Int(4, 2, 8),
-                                 SPA_PARAM_BUFFERS_blocks, SPA_POD_Int(1), SPA_PARAM_BUFFERS_size,
-                                 SPA_POD_Int(8294400), SPA_PARAM_BUFFERS_stride, SPA_POD_Int(7680)),
-      spa_pod_builder_add_object(&witness.builder, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta,
-                                 SPA_PARAM_META_type, SPA_POD_Id(SPA_META_Header), SPA_PARAM_META_size,
-                                 SPA_POD_Int(32)),
-      spa_pod_builder_add_object(&witness.builder, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta,
-                                 SPA_PARAM_META_type, SPA_POD_Id(SPA_META_Cursor), SPA_PARAM_META_size,
-                                 SPA_POD_CHOICE_RANGE_Int(16432, 52, 1048624))};
-  const auto answer = buildBufferParams(room, {SPA_VIDEO_FORMAT_BGRx, 1920, 1080});
-  for (std::size_t i = 0; i < answer.size(); ++i) {
-    EXPECT_EQ(bytesOf(answer[i]), bytesOf(static_cast<const spa_pod*>(expected[i]))) << i;
+TEST(StreamFormat, AsksForBuffersOfTheSizeOfAFrame) {
+  constexpr std::int32_t least = std::numeric_limits<std::int32_t>::min();
+  constexpr std::int32_t most = std::numeric_limits<std::int32_t>::max();
+  const struct {
+    const char* name;
+    std::int32_t width, height, size, stride;
+  } cases[] = {
+      {"1080p", 1920, 1080, 8294400, 7680},
+      {"no size", 0, 0, 0, 0},
+      {"rows longer than a buffer", most, 1, most, most},
+      {"the largest size", most, most, most, most},
+      {"the smallest size", least, least, most, least},
+  };
+  for (const auto& [name, width, height, size, stride] : cases) {
+    PodRoom room;
+    const spa_pod* const pod = buildBufferParams(room, {SPA_VIDEO_FORMAT_BGRx, width, height})[0];
+    const auto valueOf = [&](std::uint32_t key) {
+      std::int32_t value = -1;
+      spa_pod_get_int(&spa_pod_find_prop(pod, nullptr, key)->value, &value);
+      return value;
+    };
+    EXPECT_EQ(valueOf(SPA_PARAM_BUFFERS_size), size) << name;
+    EXPECT_EQ(valueOf(SPA_PARAM_BUFFERS_stride), stride) << name;
   }
 }
 
