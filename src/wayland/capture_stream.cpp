@@ -118,7 +118,9 @@ void CaptureStream::connectStream(std::uint32_t nodeId) {
 
   // No event runs before the stream is connected as a whole.
   const LoopLock lock(threadLoop.get());
-  pipeWireContext.reset(pw_context_new(pw_thread_loop_get_loop(threadLoop.get()), nullptr, 0));
+  // PipeWire's RT module may ask the portal for realtime scheduling, which this thread does not need.
+  pipeWireContext.reset(pw_context_new(pw_thread_loop_get_loop(threadLoop.get()),
+                                       pw_properties_new("module.rt", "false", nullptr), 0));
   if (pipeWireContext == nullptr) throw std::runtime_error("Failed to create the PipeWire context.");
   pipeWireCore.reset(pw_context_connect_fd(pipeWireContext.get(), connectionFd.get(), nullptr, 0));
   if (pipeWireCore == nullptr) throw std::runtime_error("Failed to connect to the portal PipeWire remote.");
