@@ -8,8 +8,8 @@
 #include <spa/buffer/meta.h>
 #include <spa/param/video/raw.h>
 
-#include "wayland/frame_intake.h"
-#include "wayland/unpack.h"
+#include "wayland/stream/frame_intake.h"
+#include "wayland/stream/unpack.h"
 
 namespace ostler {
 namespace {

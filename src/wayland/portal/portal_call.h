@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-#include "wayland/file_descriptor.h"
-#include "wayland/glib_handles.h"
+#include "base/file_descriptor.h"
+#include "wayland/portal/glib_handles.h"
 
 namespace ostler {
 

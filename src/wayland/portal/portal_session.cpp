@@ -1,4 +1,4 @@
-#include "wayland/portal_session.h"
+#include "wayland/portal/portal_session.h"
 
 #include <cerrno>
 #include <cstring>
@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-#include "wayland/portal_call.h"
+#include "wayland/portal/portal_call.h"
 
 namespace ostler {
 namespace {

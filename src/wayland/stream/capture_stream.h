@@ -6,8 +6,8 @@
 
 #include <pipewire/pipewire.h>
 
-#include "wayland/capture_state.h"
-#include "wayland/file_descriptor.h"
+#include "base/file_descriptor.h"
+#include "wayland/stream/capture_state.h"
 
 namespace ostler {
 

@@ -1,4 +1,4 @@
-#include "wayland/stream_format.h"
+#include "wayland/stream/stream_format.h"
 
 #include <algorithm>
 #include <initializer_list>

@@ -7,9 +7,9 @@
 #include <optional>
 #include <string>
 
+#include "base/annotated_mutex.h"
 #include "driver/records.h"
-#include "wayland/annotated_mutex.h"
-#include "wayland/frame.h"
+#include "wayland/stream/frame.h"
 
 namespace ostler {
 

@@ -3,7 +3,7 @@
 #include <optional>
 
 #include "driver/records.h"
-#include "wayland/frame.h"
+#include "wayland/stream/frame.h"
 
 struct spa_buffer;
 

@@ -1,4 +1,4 @@
-#include "wayland/frame_intake.h"
+#include "wayland/stream/frame_intake.h"
 
 #include <cstring>
 #include <utility>
@@ -6,7 +6,7 @@
 #include <spa/buffer/buffer.h>
 #include <spa/buffer/meta.h>
 
-#include "wayland/stream_format.h"
+#include "wayland/stream/stream_format.h"
 
 namespace ostler {
 namespace {

@@ -1,4 +1,4 @@
-#include "wayland/portal_call.h"
+#include "wayland/portal/portal_call.h"
 
 #include <algorithm>
 #include <cerrno>

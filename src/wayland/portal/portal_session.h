@@ -4,9 +4,9 @@
 #include <optional>
 #include <string>
 
+#include "base/file_descriptor.h"
 #include "driver/records.h"
-#include "wayland/file_descriptor.h"
-#include "wayland/glib_handles.h"
+#include "wayland/portal/glib_handles.h"
 
 namespace ostler {
 

@@ -1,4 +1,4 @@
-#include "wayland/capture_stream.h"
+#include "wayland/stream/capture_stream.h"
 
 #include <cerrno>
 #include <cstring>
@@ -9,8 +9,8 @@
 
 #include <fcntl.h>
 
-#include "wayland/frame_intake.h"
-#include "wayland/stream_format.h"
+#include "wayland/stream/frame_intake.h"
+#include "wayland/stream/stream_format.h"
 
 namespace ostler {
 namespace {
