@@ -35,8 +35,8 @@ std::uint32_t readPortalProperty(GDBusConnection* connection, const char* name);
 // Calls a method whose real answer is a Response signal, and waits for that as
 // long as a person takes. The last of the parameters is the dictionary of
 // options, with a handle_token. Returns the dictionary of the Response.
-GLibOwner<GVariant> portalRequest(GDBusConnection* connection, const char* interfaceName, const char* method,
-                                  GVariant* parameters);
+Variant portalRequest(GDBusConnection* connection, const char* interfaceName, const char* method,
+                      GVariant* parameters);
 
 // Calls a RemoteDesktop method that answers at once.
 void portalInputCall(GDBusConnection* connection, const char* method, GVariant* parameters);
@@ -46,7 +46,7 @@ void portalInputCall(GDBusConnection* connection, const char* method, GVariant* 
 struct PortalDescriptor {
   bool answered = false;      // the call itself went well
   FileDescriptor descriptor;  // none when the call failed or the reply held none
-  GLibOwner<GError> error;    // may be null all the same
+  GLibError error;            // may be null all the same
 };
 PortalDescriptor portalDescriptorCall(GDBusConnection* connection, const char* interfaceName,
                                       const char* method, const std::string& sessionHandle);

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "base/annotated_mutex.h"
-#include "driver/records.h"
+#include "base/geometry.h"
 #include "wayland/stream/frame.h"
 
 namespace ostler {

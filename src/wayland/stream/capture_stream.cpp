@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstring>
 #include <exception>
+#include <memory>
 #include <new>
 #include <stdexcept>
 #include <utility>
@@ -76,13 +77,12 @@ void initialisePipeWire() {
   static_cast<void>(initialised);
 }
 
-void CaptureStream::ThreadLoopStopper::operator()(pw_thread_loop* loop) const {
+void CaptureStream::stopAndDestroy(pw_thread_loop* loop) {
   pw_thread_loop_stop(loop);
   pw_thread_loop_destroy(loop);
 }
-void CaptureStream::ContextDestroyer::operator()(pw_context* context) const { pw_context_destroy(context); }
-void CaptureStream::CoreDisconnector::operator()(pw_core* core) const { pw_core_disconnect(core); }
-void CaptureStream::StreamDestroyer::operator()(pw_stream* connected) const {
+
+void CaptureStream::disconnectAndDestroy(pw_stream* connected) {
   pw_stream_disconnect(connected);
   pw_stream_destroy(connected);
 }

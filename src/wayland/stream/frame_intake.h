@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "driver/records.h"
+#include "base/geometry.h"
 #include "wayland/stream/frame.h"
 
 struct spa_buffer;
