@@ -152,7 +152,10 @@ std::string newPortalToken() {
 void throwGError(std::string_view prefix, GError* error) {
   const GLibError owner(error);
   const bool hasMessage = error != nullptr && error->message != nullptr;
-  throw std::runtime_error(std::string(prefix) + ": " + (hasMessage ? error->message : "unknown error"));
+  const std::string_view detail = hasMessage ? error->message : "unknown error";
+  const std::string text = std::string(prefix).append(": ").append(detail);
+  if (detail.find("not allowed to call Notify") != detail.npos) throw PortalInputRefusal(text);
+  throw std::runtime_error(text);
 }
 
 std::uint32_t readPortalProperty(GDBusConnection* connection, const char* name) {

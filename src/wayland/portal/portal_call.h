@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -26,7 +27,15 @@ bool haveSpareDescriptors(int count) noexcept;
 // A fresh handle token, fit to be part of an object path.
 std::string newPortalToken();
 
-// Throws the prefix and the error's message, and frees the error, which may be null.
+// The portal refused a Notify* method because the session has an EIS channel.
+// GNOME does so since 45, KDE since 6.1.
+class PortalInputRefusal : public std::runtime_error {
+public:
+  using std::runtime_error::runtime_error;
+};
+
+// Throws the prefix and the error's message, and frees the error, which may be
+// null. The exception is a PortalInputRefusal where the message tells of one.
 [[noreturn]] void throwGError(std::string_view prefix, GError* error);
 
 // A uint32 property of the ScreenCast interface.
@@ -38,7 +47,8 @@ std::uint32_t readPortalProperty(GDBusConnection* connection, const char* name);
 Variant portalRequest(GDBusConnection* connection, const char* interfaceName, const char* method,
                       GVariant* parameters);
 
-// Calls a RemoteDesktop method that answers at once.
+// Calls a RemoteDesktop method that answers at once. Throws PortalInputRefusal
+// when the portal refuses such calls beside EIS.
 void portalInputCall(GDBusConnection* connection, const char* method, GVariant* parameters);
 
 // The result of a method that hands out a descriptor. Only a lack of file
