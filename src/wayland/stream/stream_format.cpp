@@ -1,7 +1,6 @@
 #include "wayland/stream/stream_format.h"
 
 #include <algorithm>
-#include <initializer_list>
 #include <limits>
 #include <stdexcept>
 
@@ -11,49 +10,13 @@
 #include <spa/param/video/format-utils.h>
 #include <spa/pod/builder.h>
 
+// SPA's macros for pods use a GNU extension.
+#if defined(__clang__)
+#pragma clang diagnostic ignored "-Wgnu-statement-expression"
+#endif
+
 namespace ostler {
 namespace {
-
-// The pods are built value by value: SPA's one-line macros are not C++ that
-// every compiler takes without a warning.
-class ObjectBuilder {
-public:
-  ObjectBuilder(spa_pod_builder& podBuilder, std::uint32_t type, std::uint32_t id) : builder(podBuilder) {
-    spa_pod_builder_push_object(&builder, &frame, type, id);
-  }
-
-  void addId(std::uint32_t key, std::uint32_t value) {
-    spa_pod_builder_prop(&builder, key, 0);
-    spa_pod_builder_id(&builder, value);
-  }
-
-  void addInt(std::uint32_t key, std::int32_t value) {
-    spa_pod_builder_prop(&builder, key, 0);
-    spa_pod_builder_int(&builder, value);
-  }
-
-  // The default comes first, then the choices.
-  void addIdEnum(std::uint32_t key, std::initializer_list<std::uint32_t> values) {
-    spa_pod_builder_prop(&builder, key, 0);
-    spa_pod_builder_push_choice(&builder, &choice, SPA_CHOICE_Enum, 0);
-    for (const std::uint32_t value : values) spa_pod_builder_id(&builder, value);
-    spa_pod_builder_pop(&builder, &choice);
-  }
-
-  void addIntRange(std::uint32_t key, std::int32_t preferred, std::int32_t least, std::int32_t most) {
-    spa_pod_builder_prop(&builder, key, 0);
-    spa_pod_builder_push_choice(&builder, &choice, SPA_CHOICE_Range, 0);
-    for (const std::int32_t value : {preferred, least, most}) spa_pod_builder_int(&builder, value);
-    spa_pod_builder_pop(&builder, &choice);
-  }
-
-  const spa_pod* finish() { return static_cast<const spa_pod*>(spa_pod_builder_pop(&builder, &frame)); }
-
-private:
-  spa_pod_builder& builder;
-  spa_pod_frame frame;
-  spa_pod_frame choice;
-};
 
 spa_pod_builder builderIn(PodRoom& room) {
   spa_pod_builder builder;
@@ -78,12 +41,14 @@ constexpr std::int32_t cursorMetaSize(int imageSide) {
 
 const spa_pod* buildOfferedFormats(PodRoom& room) {
   spa_pod_builder builder = builderIn(room);
-  ObjectBuilder object(builder, SPA_TYPE_OBJECT_Format, SPA_PARAM_EnumFormat);
-  object.addId(SPA_FORMAT_mediaType, SPA_MEDIA_TYPE_video);
-  object.addId(SPA_FORMAT_mediaSubtype, SPA_MEDIA_SUBTYPE_raw);
-  object.addIdEnum(SPA_FORMAT_VIDEO_format, {SPA_VIDEO_FORMAT_BGRx, SPA_VIDEO_FORMAT_BGRx,
-                                             SPA_VIDEO_FORMAT_BGRA, SPA_VIDEO_FORMAT_RGBx});
-  return object.finish();
+  // The first value of the choice is the default.
+  const void* const pod =
+      spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_Format, SPA_PARAM_EnumFormat, SPA_FORMAT_mediaType,
+                                 SPA_POD_Id(SPA_MEDIA_TYPE_video), SPA_FORMAT_mediaSubtype,
+                                 SPA_POD_Id(SPA_MEDIA_SUBTYPE_raw), SPA_FORMAT_VIDEO_format,
+                                 SPA_POD_CHOICE_ENUM_Id(4, SPA_VIDEO_FORMAT_BGRx, SPA_VIDEO_FORMAT_BGRx,
+                                                        SPA_VIDEO_FORMAT_BGRA, SPA_VIDEO_FORMAT_RGBx));
+  return static_cast<const spa_pod*>(pod);
 }
 
 std::optional<StreamFormat> parseFormat(const spa_pod* param) {
@@ -100,26 +65,23 @@ std::optional<StreamFormat> parseFormat(const spa_pod* param) {
 std::array<const spa_pod*, 3> buildBufferParams(PodRoom& room, const StreamFormat& format) {
   spa_pod_builder builder = builderIn(room);
   // Clamped before the multiplication by the height, which could overflow otherwise.
-  const std::int64_t rowBytes = clampToInt(format.width * std::int64_t{bytesPerFramePixel});
-
-  ObjectBuilder buffers(builder, SPA_TYPE_OBJECT_ParamBuffers, SPA_PARAM_Buffers);
-  buffers.addIntRange(SPA_PARAM_BUFFERS_buffers, 4, 2, 8);
-  buffers.addInt(SPA_PARAM_BUFFERS_blocks, 1);
-  buffers.addInt(SPA_PARAM_BUFFERS_size, clampToInt(rowBytes * format.height));
-  buffers.addInt(SPA_PARAM_BUFFERS_stride, static_cast<std::int32_t>(rowBytes));
-  const spa_pod* const buffersPod = buffers.finish();
-
-  ObjectBuilder header(builder, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta);
-  header.addId(SPA_PARAM_META_type, SPA_META_Header);
-  header.addInt(SPA_PARAM_META_size, headerMetaSize);
-  const spa_pod* const headerPod = header.finish();
-
+  const std::int32_t rowBytes = clampToInt(format.width * std::int64_t{bytesPerFramePixel});
+  const std::int32_t frameBytes = clampToInt(std::int64_t{rowBytes} * format.height);
+  const void* const buffers = spa_pod_builder_add_object(
+      &builder, SPA_TYPE_OBJECT_ParamBuffers, SPA_PARAM_Buffers, SPA_PARAM_BUFFERS_buffers,
+      SPA_POD_CHOICE_RANGE_Int(4, 2, 8), SPA_PARAM_BUFFERS_blocks, SPA_POD_Int(1), SPA_PARAM_BUFFERS_size,
+      SPA_POD_Int(frameBytes), SPA_PARAM_BUFFERS_stride, SPA_POD_Int(rowBytes));
+  const void* const header = spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta,
+                                                        SPA_PARAM_META_type, SPA_POD_Id(SPA_META_Header),
+                                                        SPA_PARAM_META_size, SPA_POD_Int(headerMetaSize));
   // The cursor's image is never read, but a server leaves the whole metadata
   // out when there is no room for its image.
-  ObjectBuilder cursor(builder, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta);
-  cursor.addId(SPA_PARAM_META_type, SPA_META_Cursor);
-  cursor.addIntRange(SPA_PARAM_META_size, cursorMetaSize(64), cursorMetaSize(1), cursorMetaSize(512));
-  return {buffersPod, headerPod, cursor.finish()};
+  const void* const cursor = spa_pod_builder_add_object(
+      &builder, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta, SPA_PARAM_META_type, SPA_POD_Id(SPA_META_Cursor),
+      SPA_PARAM_META_size,
+      SPA_POD_CHOICE_RANGE_Int(cursorMetaSize(64), cursorMetaSize(1), cursorMetaSize(512)));
+  return {static_cast<const spa_pod*>(buffers), static_cast<const spa_pod*>(header),
+          static_cast<const spa_pod*>(cursor)};
 }
 
 void requireSupportedFormat(std::uint32_t videoFormat) {
