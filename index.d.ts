@@ -13,9 +13,10 @@
  *   clicks zero times. Integers lose their fraction; a string ends at U+0000.
  * - A failure is a plain `Error` without a `code`; its `message` tells which step
  *   failed. The first call that needs the desktop connects to it, which can fail,
- *   and on Wayland shows a dialog. After a failed attempt the next call makes a
- *   new one, except where no session was found, which is final; after a good one
- *   the connection stays until the process ends.
+ *   and on Wayland shows a dialog. While that is open, sources of GLib's default
+ *   main context run; a call that one of them makes throws. After a failed attempt
+ *   the next call makes a new one, except where no session was found, which is
+ *   final; after a good one the connection stays until the process ends.
  */
 declare namespace ostler {
   /** A position on the desktop, in the coordinates of `display`. */

@@ -10,7 +10,7 @@
 #include "image/encode_jpeg.h"
 #include "image/encode_png.h"
 #include "image/resample.h"
-#include "wayland/unpack.h"
+#include "wayland/stream/unpack.h"
 #include "x11/to_rgb.h"
 
 namespace ostler {

@@ -1,32 +1,11 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
+#include "base/geometry.h"
+
 namespace ostler {
-
-// Coordinates and sizes count pixels of the desktop as `display` reports it,
-// unless a declaration says otherwise.
-
-struct Size {
-  std::int32_t width = 0;
-  std::int32_t height = 0;
-  bool operator==(const Size&) const = default;
-};
-
-struct Point {
-  std::int32_t x = 0;
-  std::int32_t y = 0;
-  bool operator==(const Point&) const = default;
-};
-
-struct Rect {
-  std::int32_t x = 0;
-  std::int32_t y = 0;
-  std::int32_t width = 0;
-  std::int32_t height = 0;
-};
 
 struct WindowInfo {
   std::string windowId;

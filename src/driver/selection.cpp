@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <memory>
+#include <stdexcept>
 
 #include "backend/unsupported_backend.h"
 #include "driver/session.h"
@@ -24,10 +25,30 @@ std::unique_ptr<Backend> selectBackend() {
   return makeX11Backend();
 }
 
+// Set while this thread builds the backend.
+thread_local bool isBuilding = false;
+
+class BuildingMark {
+public:
+  BuildingMark() { isBuilding = true; }
+  BuildingMark(const BuildingMark&) = delete;
+  BuildingMark& operator=(const BuildingMark&) = delete;
+  ~BuildingMark() { isBuilding = false; }
+};
+
 }  // namespace
 
+// While the portal's dialog is open, the host's GLib sources run on this
+// thread. One that calls in would enter the initialisation of the static again
+// and hang. A call on another thread waits until the initialisation is over.
 Backend& backendInstance() {
-  static const std::unique_ptr<Backend> backend = selectBackend();
+  if (isBuilding) {
+    throw std::runtime_error("A call on the desktop is already waiting for the portal's dialog.");
+  }
+  static const std::unique_ptr<Backend> backend = [] {
+    const BuildingMark mark;
+    return selectBackend();
+  }();
   return *backend;
 }
 

@@ -17,7 +17,7 @@
 #include "backend/waits.h"
 #include "wayland/eis_handshake.h"
 #include "wayland/late_libraries.h"
-#include "wayland/portal_call.h"
+#include "wayland/portal/portal_call.h"
 
 // The server speaks first, then announces a seat, whose capabilities the client
 // binds, then devices, which it resumes when they may be used. It may hang up,

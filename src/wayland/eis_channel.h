@@ -5,8 +5,8 @@
 
 #include <libei.h>
 
-#include "wayland/file_descriptor.h"
-#include "wayland/glib_handles.h"
+#include "base/file_descriptor.h"
+#include "wayland/portal/glib_handles.h"
 
 namespace ostler {
 

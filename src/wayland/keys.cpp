@@ -1,5 +1,5 @@
 #include "keys/combo.h"
-#include "wayland/portal_call.h"
+#include "wayland/portal/portal_call.h"
 #include "wayland/wayland_backend.h"
 
 namespace ostler {

@@ -3,7 +3,7 @@
 #include <limits>
 
 #include "backend/waits.h"
-#include "wayland/portal_call.h"
+#include "wayland/portal/portal_call.h"
 #include "wayland/wayland_backend.h"
 
 namespace ostler {

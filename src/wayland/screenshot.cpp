@@ -2,7 +2,7 @@
 #include <utility>
 
 #include "image/finish_capture.h"
-#include "wayland/unpack.h"
+#include "wayland/stream/unpack.h"
 #include "wayland/wayland_backend.h"
 
 namespace ostler {

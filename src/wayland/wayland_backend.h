@@ -4,11 +4,11 @@
 #include <optional>
 
 #include "backend/pointing_backend.h"
-#include "wayland/capture_state.h"
-#include "wayland/capture_stream.h"
 #include "wayland/eis_channel.h"
 #include "wayland/evdev_keys.h"
-#include "wayland/portal_session.h"
+#include "wayland/portal/portal_session.h"
+#include "wayland/stream/capture_state.h"
+#include "wayland/stream/capture_stream.h"
 
 namespace ostler {
 

@@ -1,18 +1,74 @@
-// From a buffer of the PipeWire server's to an image.
+// What a PipeWire server may send: formats, and buffers with pictures.
 
+#include <limits>
+#include <optional>
 #include <stdexcept>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 #include <spa/buffer/buffer.h>
 #include <spa/buffer/meta.h>
-#include <spa/param/video/raw.h>
+#include <spa/param/buffers.h>
+#include <spa/param/param.h>
+#include <spa/param/video/format-utils.h>
+#include <spa/pod/builder.h>
 
-#include "wayland/frame_intake.h"
-#include "wayland/unpack.h"
+#include "wayland/stream/frame_intake.h"
+#include "wayland/stream/stream_format.h"
+#include "wayland/stream/unpack.h"
 
 namespace ostler {
 namespace {
+
+TEST(StreamFormat, AsksForBuffersOfTheSizeOfAFrame) {
+  constexpr std::int32_t least = std::numeric_limits<std::int32_t>::min();
+  constexpr std::int32_t most = std::numeric_limits<std::int32_t>::max();
+  const struct {
+    const char* name;
+    std::int32_t width, height, size, stride;
+  } cases[] = {
+      {"1080p", 1920, 1080, 8294400, 7680},
+      {"no size", 0, 0, 0, 0},
+      {"rows longer than a buffer", most, 1, most, most},
+      {"the largest size", most, most, most, most},
+      {"the smallest size", least, least, most, least},
+  };
+  for (const auto& [name, width, height, size, stride] : cases) {
+    PodRoom room;
+    const spa_pod* const pod = buildBufferParams(room, {SPA_VIDEO_FORMAT_BGRx, width, height})[0];
+    const auto valueOf = [&](std::uint32_t key) {
+      std::int32_t value = -1;
+      spa_pod_get_int(&spa_pod_find_prop(pod, nullptr, key)->value, &value);
+      return value;
+    };
+    EXPECT_EQ(valueOf(SPA_PARAM_BUFFERS_size), size) << name;
+    EXPECT_EQ(valueOf(SPA_PARAM_BUFFERS_stride), stride) << name;
+  }
+}
+
+TEST(StreamFormat, IgnoresWhatIsNotRawVideo) {
+  const auto parse = [](std::uint32_t type, std::uint32_t subtype, bool sized) {
+    PodRoom room;
+    spa_pod_builder builder;
+    spa_pod_builder_init(&builder, room.bytes.data(), sizeof room.bytes);
+    spa_pod_frame frame;
+    spa_pod_builder_push_object(&builder, &frame, SPA_TYPE_OBJECT_Format, SPA_PARAM_Format);
+    spa_pod_builder_add(&builder, SPA_FORMAT_mediaType, SPA_POD_Id(type), SPA_FORMAT_mediaSubtype,
+                        SPA_POD_Id(subtype), SPA_FORMAT_VIDEO_format, SPA_POD_Id(SPA_VIDEO_FORMAT_RGBA), 0);
+    const spa_rectangle size{1920, 1080};
+    if (sized) spa_pod_builder_add(&builder, SPA_FORMAT_VIDEO_size, SPA_POD_Rectangle(&size), 0);
+    return parseFormat(static_cast<spa_pod*>(spa_pod_builder_pop(&builder, &frame)));
+  };
+  EXPECT_EQ(parse(SPA_MEDIA_TYPE_video, SPA_MEDIA_SUBTYPE_raw, true),
+            (StreamFormat{SPA_VIDEO_FORMAT_RGBA, 1920, 1080}));
+  EXPECT_EQ(parse(SPA_MEDIA_TYPE_video, SPA_MEDIA_SUBTYPE_raw, false),
+            (StreamFormat{SPA_VIDEO_FORMAT_RGBA, 0, 0}));
+  EXPECT_FALSE(parse(SPA_MEDIA_TYPE_video, SPA_MEDIA_SUBTYPE_h264, true));
+  EXPECT_FALSE(parse(SPA_MEDIA_TYPE_image, SPA_MEDIA_SUBTYPE_raw, true));
+  const spa_pod_int number{{sizeof(std::int32_t), SPA_TYPE_Int}, 1, 0};
+  EXPECT_FALSE(parseFormat(&number.pod));
+}
 
 // A buffer as a server gives it, 3 x 2 pixels in tight rows, with both kinds of
 // metadata. The memory is exactly as long as it says, so that AddressSanitizer
@@ -46,60 +102,63 @@ struct TestBuffer {
 using Change = void (*)(TestBuffer&);
 
 TEST(FrameIntake, DiscardsWhatIsNoPicture) {
-  int number = 0;
-  for (const Change change : std::initializer_list<Change>{
-           [](TestBuffer& b) { b.blocks = 0; },
-           [](TestBuffer& b) { b.data.data = nullptr; },
-           [](TestBuffer& b) { b.data.chunk = nullptr; },
-           [](TestBuffer& b) { b.header.flags = SPA_META_HEADER_FLAG_CORRUPTED | 1; },
-           [](TestBuffer& b) { b.chunk.size = 0; },  // a cursor only
-           [](TestBuffer& b) { b.format = {}; },
-           [](TestBuffer& b) { b.format.height = -1; },
-           [](TestBuffer& b) { b.data.maxsize -= 1; },
-           [](TestBuffer& b) { b.data.maxsize = 11; },
-           [](TestBuffer& b) { b.chunk.offset = 1; },
-           [](TestBuffer& b) { b.chunk.offset = 0xffffffff; },
-           [](TestBuffer& b) { b.chunk.stride = 13; },
-           [](TestBuffer& b) { b.chunk.stride = 0x7fffffff; },
-           [](TestBuffer& b) { b.format.width = b.format.height = 0x7fffffff; },
-       }) {
+  const std::pair<const char*, Change> cases[] = {
+      {"no block", [](TestBuffer& b) { b.blocks = 0; }},
+      {"not mapped", [](TestBuffer& b) { b.data.data = nullptr; }},
+      {"no chunk", [](TestBuffer& b) { b.data.chunk = nullptr; }},
+      {"corrupted", [](TestBuffer& b) { b.header.flags = SPA_META_HEADER_FLAG_CORRUPTED | 1; }},
+      {"a cursor only", [](TestBuffer& b) { b.chunk.size = 0; }},
+      {"no format yet", [](TestBuffer& b) { b.format = {}; }},
+      {"negative height", [](TestBuffer& b) { b.format.height = -1; }},
+      {"one byte short", [](TestBuffer& b) { b.data.maxsize -= 1; }},
+      {"shorter than a row", [](TestBuffer& b) { b.data.maxsize = 11; }},
+      {"offset too large by one", [](TestBuffer& b) { b.chunk.offset = 1; }},
+      {"largest offset", [](TestBuffer& b) { b.chunk.offset = 0xffffffff; }},
+      {"stride too large by one", [](TestBuffer& b) { b.chunk.stride = 13; }},
+      {"largest stride", [](TestBuffer& b) { b.chunk.stride = 0x7fffffff; }},
+      {"overlapping rows", [](TestBuffer& b) { b.chunk.stride = 1, b.format.height = 3; }},
+      {"largest size", [](TestBuffer& b) { b.format.width = b.format.height = 0x7fffffff; }},
+  };
+  for (const auto& [name, change] : cases) {
     TestBuffer buffer;
     change(buffer);
-    EXPECT_FALSE(buffer.take()) << number;
-    ++number;
+    EXPECT_FALSE(buffer.take()) << name;
   }
 }
 
 TEST(FrameIntake, TakesRowsAndCursorFromWhereTheyAre) {
   const struct {
+    const char* name;
     Change change;
     std::size_t firstRow = 0, secondRow = 12;  // in memory
     std::optional<Point> cursor = Point{5, -6};
   } cases[] = {
-      {[](TestBuffer&) {}},
-      {[](TestBuffer& b) { b.chunk.stride = 0; }},
-      {[](TestBuffer& b) { b.chunk.stride = -12; }},
-      {[](TestBuffer& b) { b.chunk.size = 1; }},
-      {[](TestBuffer& b) { b.resize(32), b.chunk.stride = 20; }, 0, 20},  // the last row is cut at its end
-      {[](TestBuffer& b) { b.resize(88), b.chunk.offset = 64; }, 64, 76},
-      {[](TestBuffer& b) { b.resize(100), b.chunk.offset = 8, b.chunk.stride = 16; }, 8, 24},
-      {[](TestBuffer& b) { b.cursor.id = 0; }, 0, 12, std::nullopt},
-      {[](TestBuffer& b) { b.metas[1].size = 27; }, 0, 12, std::nullopt},
-      {[](TestBuffer& b) { b.metas[0].size = 31, b.header.flags = SPA_META_HEADER_FLAG_CORRUPTED; }},
+      {"tight rows", [](TestBuffer&) {}},
+      {"no stride", [](TestBuffer& b) { b.chunk.stride = 0; }},
+      {"negative stride", [](TestBuffer& b) { b.chunk.stride = -12; }},
+      {"chunk smaller than the picture", [](TestBuffer& b) { b.chunk.size = 1; }},
+      {"last row cut at its end", [](TestBuffer& b) { b.resize(32), b.chunk.stride = 20; }, 0, 20},
+      {"offset", [](TestBuffer& b) { b.resize(88), b.chunk.offset = 64; }, 64, 76},
+      {"offset and stride", [](TestBuffer& b) { b.resize(100), b.chunk.offset = 8, b.chunk.stride = 16; }, 8,
+       24},
+      {"cursor unchanged", [](TestBuffer& b) { b.cursor.id = 0; }, 0, 12, std::nullopt},
+      {"cursor metadata too short", [](TestBuffer& b) { b.metas[1].size = 27; }, 0, 12, std::nullopt},
+      {"header too short",
+       [](TestBuffer& b) { b.metas[0].size = 31, b.header.flags = SPA_META_HEADER_FLAG_CORRUPTED; }},
   };
-  for (const auto& [change, firstRow, secondRow, cursor] : cases) {
+  for (const auto& [name, change, firstRow, secondRow, cursor] : cases) {
     TestBuffer buffer;
     change(buffer);
     const std::optional<FrameIntake> intake = buffer.take();
-    ASSERT_TRUE(intake) << firstRow << " " << secondRow;
+    ASSERT_TRUE(intake) << name;
     std::vector<unsigned char> expected;
     for (const std::size_t row : {firstRow, secondRow}) {
       expected.insert(expected.end(), &buffer.memory[row], &buffer.memory[row] + 12);
     }
     const PixelBytes& bytes = intake->frame.bytes;
-    EXPECT_EQ(std::vector<unsigned char>(bytes.begin(), bytes.end()), expected);
-    EXPECT_EQ(intake->frame.format, buffer.format);
-    EXPECT_EQ(intake->cursor, cursor);
+    EXPECT_EQ(std::vector<unsigned char>(bytes.begin(), bytes.end()), expected) << name;
+    EXPECT_EQ(intake->frame.format, buffer.format) << name;
+    EXPECT_EQ(intake->cursor, cursor) << name;
   }
 }
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "wayland/frame.h"
+#include "wayland/stream/frame.h"
 
 struct spa_pod;
 

@@ -1,10 +1,10 @@
-#include "wayland/unpack.h"
+#include "wayland/stream/unpack.h"
 
 #include <cstddef>
 
 #include <spa/param/video/raw.h>
 
-#include "wayland/stream_format.h"
+#include "wayland/stream/stream_format.h"
 
 namespace ostler {
 namespace {

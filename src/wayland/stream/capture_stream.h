@@ -1,13 +1,13 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <string>
 
 #include <pipewire/pipewire.h>
 
-#include "wayland/capture_state.h"
-#include "wayland/file_descriptor.h"
+#include "base/file_descriptor.h"
+#include "base/owner.h"
+#include "wayland/stream/capture_state.h"
 
 namespace ostler {
 
@@ -46,27 +46,17 @@ private:
   void acceptFormat(const spa_pod* param);
   void takeBuffer(const spa_buffer* buffer);
 
-  struct ThreadLoopStopper {
-    void operator()(pw_thread_loop* loop) const;
-  };
-  struct ContextDestroyer {
-    void operator()(pw_context* context) const;
-  };
-  struct CoreDisconnector {
-    void operator()(pw_core* core) const;
-  };
-  struct StreamDestroyer {
-    void operator()(pw_stream* stream) const;
-  };
+  static void stopAndDestroy(pw_thread_loop* loop);
+  static void disconnectAndDestroy(pw_stream* connected);
 
   CaptureState& state;
   // In the order of construction. What stands between the loop and the hooks
   // is touched under the lock of the loop only.
   FileDescriptor pipeWireFd;
-  std::unique_ptr<pw_thread_loop, ThreadLoopStopper> threadLoop;
-  std::unique_ptr<pw_context, ContextDestroyer> pipeWireContext;
-  std::unique_ptr<pw_core, CoreDisconnector> pipeWireCore;
-  std::unique_ptr<pw_stream, StreamDestroyer> stream;
+  Owner<pw_thread_loop, stopAndDestroy> threadLoop;
+  Owner<pw_context, pw_context_destroy> pipeWireContext;
+  Owner<pw_core, pw_core_disconnect> pipeWireCore;
+  Owner<pw_stream, disconnectAndDestroy> stream;
   spa_hook coreListener{};
   spa_hook streamListener{};
 };

@@ -1,4 +1,4 @@
-#include "wayland/capture_state.h"
+#include "wayland/stream/capture_state.h"
 
 #include <new>
 #include <stdexcept>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "image/rgb_image.h"
-#include "wayland/frame.h"
+#include "wayland/stream/frame.h"
 
 namespace ostler {
 

@@ -1,18 +1,18 @@
 #pragma once
 
 #include <cstdint>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
-#include "wayland/file_descriptor.h"
-#include "wayland/glib_handles.h"
+#include "base/file_descriptor.h"
+#include "wayland/portal/glib_handles.h"
 
 namespace ostler {
 
 // What is said to the desktop portal goes through here. All of it blocks.
 //
-// Floating parameters are consumed. Every failure but that of
-// portalDescriptorCall is a std::runtime_error.
+// Floating parameters are consumed. Failures are std::runtime_error.
 
 inline constexpr char portalBusName[] = "org.freedesktop.portal.Desktop";
 inline constexpr char portalObjectPath[] = "/org/freedesktop/portal/desktop";
@@ -27,7 +27,15 @@ bool haveSpareDescriptors(int count) noexcept;
 // A fresh handle token, fit to be part of an object path.
 std::string newPortalToken();
 
-// Throws the prefix and the error's message, and frees the error, which may be null.
+// The portal refused a Notify* method because the session has an EIS channel.
+// GNOME does so since 45, KDE since 6.1.
+class PortalInputRefusal : public std::runtime_error {
+public:
+  using std::runtime_error::runtime_error;
+};
+
+// Throws the prefix and the error's message, and frees the error, which may be
+// null. The exception is a PortalInputRefusal where the message tells of one.
 [[noreturn]] void throwGError(std::string_view prefix, GError* error);
 
 // A uint32 property of the ScreenCast interface.
@@ -36,17 +44,19 @@ std::uint32_t readPortalProperty(GDBusConnection* connection, const char* name);
 // Calls a method whose real answer is a Response signal, and waits for that as
 // long as a person takes. The last of the parameters is the dictionary of
 // options, with a handle_token. Returns the dictionary of the Response.
-GLibOwner<GVariant> portalRequest(GDBusConnection* connection, const char* interfaceName, const char* method,
-                                  GVariant* parameters);
+Variant portalRequest(GDBusConnection* connection, const char* interfaceName, const char* method,
+                      GVariant* parameters);
 
-// Calls a RemoteDesktop method that answers at once.
+// Calls a RemoteDesktop method that answers at once. Throws PortalInputRefusal
+// when the portal refuses such calls beside EIS.
 void portalInputCall(GDBusConnection* connection, const char* method, GVariant* parameters);
 
-// What a method that hands out a descriptor came to.
+// The result of a method that hands out a descriptor. Only a lack of file
+// descriptors is thrown, because a later attempt may succeed.
 struct PortalDescriptor {
   bool answered = false;      // the call itself went well
   FileDescriptor descriptor;  // none when the call failed or the reply held none
-  GLibOwner<GError> error;    // may be null all the same
+  GLibError error;            // may be null all the same
 };
 PortalDescriptor portalDescriptorCall(GDBusConnection* connection, const char* interfaceName,
                                       const char* method, const std::string& sessionHandle);

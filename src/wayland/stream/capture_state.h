@@ -7,9 +7,9 @@
 #include <optional>
 #include <string>
 
-#include "driver/records.h"
-#include "wayland/annotated_mutex.h"
-#include "wayland/frame.h"
+#include "base/annotated_mutex.h"
+#include "base/geometry.h"
+#include "wayland/stream/frame.h"
 
 namespace ostler {
 

@@ -4,9 +4,9 @@
 #include <optional>
 #include <string>
 
-#include "driver/records.h"
-#include "wayland/file_descriptor.h"
-#include "wayland/glib_handles.h"
+#include "base/file_descriptor.h"
+#include "base/geometry.h"
+#include "wayland/portal/glib_handles.h"
 
 namespace ostler {
 
@@ -23,14 +23,14 @@ public:
   // The socket of the PipeWire server that has the stream. Throws std::runtime_error.
   FileDescriptor openPipeWireRemote() const;
 
-  const GLibOwner<GDBusConnection> connection;
+  const BusConnection connection;
   std::string sessionHandle;         // empty until the portal has created the session
   std::uint32_t grantedDevices = 0;  // 1 keyboard, 2 pointer
   std::uint32_t nodeId = 0;          // of the stream, in PipeWire
   std::optional<Size> logicalSize;   // of the stream, where the portal tells it
 
 private:
-  explicit PortalSession(GLibOwner<GDBusConnection> bus);
+  explicit PortalSession(BusConnection bus);
   void startPortalSession();
 };
 

@@ -1,4 +1,4 @@
-#include "wayland/frame_intake.h"
+#include "wayland/stream/frame_intake.h"
 
 #include <cstring>
 #include <utility>
@@ -6,7 +6,7 @@
 #include <spa/buffer/buffer.h>
 #include <spa/buffer/meta.h>
 
-#include "wayland/stream_format.h"
+#include "wayland/stream/stream_format.h"
 
 namespace ostler {
 namespace {
@@ -36,8 +36,10 @@ struct RowLayout {
   std::size_t rowBytes;
   std::size_t rows;
 
-  // In steps that cannot overflow: each value is below 2^34.
+  // In steps that cannot overflow: each value is below 2^34. Rows that overlap
+  // could fit into a small buffer and still add up to a huge frame.
   bool fitsIn(std::size_t size) const {
+    if (rows > size / rowBytes) return false;
     if (offset > size || rowBytes > size - offset) return false;
     return rows - 1 <= (size - offset - rowBytes) / stride;
   }

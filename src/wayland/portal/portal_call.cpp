@@ -1,10 +1,10 @@
-#include "wayland/portal_call.h"
+#include "wayland/portal/portal_call.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <memory>
 #include <stdexcept>
+#include <utility>
 
 #include <sys/eventfd.h>
 
@@ -37,16 +37,16 @@ public:
   WaitContext& operator=(const WaitContext&) = delete;
   ~WaitContext() { g_main_context_pop_thread_default(context.get()); }
 
-  GLibOwner<GMainContext> context;
+  MainContext context;
 };
 
 // What a request shares with the handlers that end its wait.
 struct PortalWait {
   GDBusConnection* connection = nullptr;
-  const char* requestPath = "";
-  GLibOwner<GMainLoop> loop;
+  std::string requestPath;
+  MainLoop loop;
   std::uint32_t code = 2;
-  GLibOwner<GVariant> results;
+  Variant results;
   bool ended = false;
 
   void end() noexcept {
@@ -74,7 +74,8 @@ void onNameOwnerChanged(PortalWait& wait, std::string_view, GVariant* parameters
   if (*oldOwner != '\0') wait.end();
 }
 
-// When the bus is gone no signal tells.
+// The connection's "closed" signal is emitted in the main context in which the
+// connection was made, which nobody may be running, so its state is polled.
 gboolean onBusCheck(gpointer data) noexcept {
   PortalWait& wait = *static_cast<PortalWait*>(data);
   if (g_dbus_connection_is_closed(wait.connection)) wait.end();
@@ -120,15 +121,15 @@ void requireSpareDescriptors(const std::string& failure) {
   throw std::runtime_error(failure + ": " + std::strerror(EMFILE));
 }
 
-GLibOwner<GVariant> call(GDBusConnection* connection, const char* interfaceName, const char* method,
-                         GVariant* parameters, const char* replyType, const std::string& failure) {
-  const GLibOwner<GVariant> arguments(g_variant_ref_sink(parameters));
+Variant call(GDBusConnection* connection, const char* interfaceName, const char* method, GVariant* parameters,
+             const char* replyType, const std::string& failure) {
+  const Variant arguments(g_variant_ref_sink(parameters));
   requireSpareDescriptors(failure);
   GError* error = nullptr;
-  GLibOwner<GVariant> reply(
-      g_dbus_connection_call_sync(connection, portalBusName, portalObjectPath, interfaceName, method,
-                                  arguments.get(), replyType == nullptr ? nullptr : G_VARIANT_TYPE(replyType),
-                                  G_DBUS_CALL_FLAGS_NONE, callTimeout, nullptr, &error));
+  Variant reply(g_dbus_connection_call_sync(connection, portalBusName, portalObjectPath, interfaceName,
+                                            method, arguments.get(),
+                                            replyType == nullptr ? nullptr : G_VARIANT_TYPE(replyType),
+                                            G_DBUS_CALL_FLAGS_NONE, callTimeout, nullptr, &error));
   if (reply == nullptr) throwGError(failure, error);
   return reply;
 }
@@ -142,34 +143,37 @@ bool haveSpareDescriptors(int count) noexcept {
 }
 
 std::string newPortalToken() {
-  const GLibOwner<char> uuid(g_uuid_string_random());
+  const GLibString uuid(g_uuid_string_random());
   std::string token = std::string("ostler_") + uuid.get();
   std::replace(token.begin(), token.end(), '-', '_');
   return token;
 }
 
 void throwGError(std::string_view prefix, GError* error) {
-  const GLibOwner<GError> owner(error);
+  const GLibError owner(error);
   const bool hasMessage = error != nullptr && error->message != nullptr;
-  throw std::runtime_error(std::string(prefix) + ": " + (hasMessage ? error->message : "unknown error"));
+  const std::string_view detail = hasMessage ? error->message : "unknown error";
+  const std::string text = std::string(prefix).append(": ").append(detail);
+  if (detail.find("not allowed to call Notify") != detail.npos) throw PortalInputRefusal(text);
+  throw std::runtime_error(text);
 }
 
 std::uint32_t readPortalProperty(GDBusConnection* connection, const char* name) {
   const std::string failure =
       std::string("Unable to read portal property ") + screenCastInterface + "." + name;
-  const GLibOwner<GVariant> reply = call(connection, "org.freedesktop.DBus.Properties", "Get",
-                                         g_variant_new("(ss)", screenCastInterface, name), "(v)", failure);
+  const Variant reply = call(connection, "org.freedesktop.DBus.Properties", "Get",
+                             g_variant_new("(ss)", screenCastInterface, name), "(v)", failure);
   GVariant* wrapped = nullptr;
   g_variant_get(reply.get(), "(@v)", &wrapped);
-  const GLibOwner<GVariant> wrapper(wrapped);
-  const GLibOwner<GVariant> value(g_variant_get_variant(wrapper.get()));
+  const Variant wrapper(wrapped);
+  const Variant value(g_variant_get_variant(wrapper.get()));
   if (!g_variant_is_of_type(value.get(), G_VARIANT_TYPE_UINT32)) throwGError(failure, nullptr);
   return g_variant_get_uint32(value.get());
 }
 
-GLibOwner<GVariant> portalRequest(GDBusConnection* connection, const char* interfaceName, const char* method,
-                                  GVariant* parameters) {
-  const GLibOwner<GVariant> arguments(g_variant_ref_sink(parameters));
+Variant portalRequest(GDBusConnection* connection, const char* interfaceName, const char* method,
+                      GVariant* parameters) {
+  const Variant arguments(g_variant_ref_sink(parameters));
   const std::string failure = std::string("Portal call failed for ") + interfaceName + "." + method;
   // Subscribing on a closed connection would make GLib complain on stderr.
   if (g_dbus_connection_is_closed(connection)) {
@@ -191,10 +195,12 @@ GLibOwner<GVariant> portalRequest(GDBusConnection* connection, const char* inter
   const SignalSubscription responseSubscription(wait, portalBusName, requestInterface, "Response", nullptr,
                                                 onResponse);
 
-  const GLibOwner<GVariant> reply = call(connection, interfaceName, method, arguments.get(), "(o)", failure);
-  g_variant_get(reply.get(), "(&o)", &wait.requestPath);
+  const Variant reply = call(connection, interfaceName, method, arguments.get(), "(o)", failure);
+  const char* requestPath = "";
+  g_variant_get(reply.get(), "(&o)", &requestPath);
+  wait.requestPath = requestPath;
 
-  const GLibOwner<GSource> busCheck(g_timeout_source_new(250));
+  const Source busCheck(g_timeout_source_new(250));
   g_source_set_callback(busCheck.get(), onBusCheck, &wait, nullptr);
   g_source_attach(busCheck.get(), context);
   if (!wait.ended) g_main_loop_run(wait.loop.get());
@@ -212,16 +218,17 @@ void portalInputCall(GDBusConnection* connection, const char* method, GVariant* 
 PortalDescriptor portalDescriptorCall(GDBusConnection* connection, const char* interfaceName,
                                       const char* method, const std::string& sessionHandle) {
   PortalDescriptor result;
-  if (!haveSpareDescriptors(descriptorsOfCall)) return result;
+  const std::string failure = std::string("Portal call failed for ") + interfaceName + "." + method;
+  requireSpareDescriptors(failure);
   GError* error = nullptr;
   GUnixFDList* descriptors = nullptr;
   GVariantBuilder options;
   g_variant_builder_init(&options, G_VARIANT_TYPE_VARDICT);
-  const GLibOwner<GVariant> reply(g_dbus_connection_call_with_unix_fd_list_sync(
+  const Variant reply(g_dbus_connection_call_with_unix_fd_list_sync(
       connection, portalBusName, portalObjectPath, interfaceName, method,
       g_variant_new("(oa{sv})", sessionHandle.c_str(), &options), G_VARIANT_TYPE("(h)"),
       G_DBUS_CALL_FLAGS_NONE, callTimeout, nullptr, &descriptors, nullptr, &error));
-  const GLibOwner<GUnixFDList> list(descriptors);
+  const DescriptorList list(descriptors);
   if (reply != nullptr) {
     result.answered = true;
     gint32 index = -1;
@@ -232,6 +239,8 @@ PortalDescriptor portalDescriptorCall(GDBusConnection* connection, const char* i
     }
   }
   result.error.reset(error);
+  // Other threads may have taken the spare descriptors meanwhile.
+  if (!result.descriptor) requireSpareDescriptors(failure);
   return result;
 }
 

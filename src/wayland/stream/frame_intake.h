@@ -2,8 +2,8 @@
 
 #include <optional>
 
-#include "driver/records.h"
-#include "wayland/frame.h"
+#include "base/geometry.h"
+#include "wayland/stream/frame.h"
 
 struct spa_buffer;
 

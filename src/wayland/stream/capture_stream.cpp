@@ -1,16 +1,17 @@
-#include "wayland/capture_stream.h"
+#include "wayland/stream/capture_stream.h"
 
 #include <cerrno>
 #include <cstring>
 #include <exception>
+#include <memory>
 #include <new>
 #include <stdexcept>
 #include <utility>
 
 #include <fcntl.h>
 
-#include "wayland/frame_intake.h"
-#include "wayland/stream_format.h"
+#include "wayland/stream/frame_intake.h"
+#include "wayland/stream/stream_format.h"
 
 namespace ostler {
 namespace {
@@ -76,13 +77,12 @@ void initialisePipeWire() {
   static_cast<void>(initialised);
 }
 
-void CaptureStream::ThreadLoopStopper::operator()(pw_thread_loop* loop) const {
+void CaptureStream::stopAndDestroy(pw_thread_loop* loop) {
   pw_thread_loop_stop(loop);
   pw_thread_loop_destroy(loop);
 }
-void CaptureStream::ContextDestroyer::operator()(pw_context* context) const { pw_context_destroy(context); }
-void CaptureStream::CoreDisconnector::operator()(pw_core* core) const { pw_core_disconnect(core); }
-void CaptureStream::StreamDestroyer::operator()(pw_stream* connected) const {
+
+void CaptureStream::disconnectAndDestroy(pw_stream* connected) {
   pw_stream_disconnect(connected);
   pw_stream_destroy(connected);
 }
@@ -118,7 +118,9 @@ void CaptureStream::connectStream(std::uint32_t nodeId) {
 
   // No event runs before the stream is connected as a whole.
   const LoopLock lock(threadLoop.get());
-  pipeWireContext.reset(pw_context_new(pw_thread_loop_get_loop(threadLoop.get()), nullptr, 0));
+  // PipeWire's RT module may ask the portal for realtime scheduling, which this thread does not need.
+  pipeWireContext.reset(pw_context_new(pw_thread_loop_get_loop(threadLoop.get()),
+                                       pw_properties_new("module.rt", "false", nullptr), 0));
   if (pipeWireContext == nullptr) throw std::runtime_error("Failed to create the PipeWire context.");
   pipeWireCore.reset(pw_context_connect_fd(pipeWireContext.get(), connectionFd.get(), nullptr, 0));
   if (pipeWireCore == nullptr) throw std::runtime_error("Failed to connect to the portal PipeWire remote.");

@@ -1,4 +1,4 @@
-#include "wayland/portal_session.h"
+#include "wayland/portal/portal_session.h"
 
 #include <cerrno>
 #include <cstring>
@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-#include "wayland/portal_call.h"
+#include "wayland/portal/portal_call.h"
 
 namespace ostler {
 namespace {
@@ -18,20 +18,20 @@ constexpr std::uint32_t embeddedCursor = 2;
 constexpr std::uint32_t metadataCursor = 4;
 constexpr std::uint32_t keyboardAndPointer = 1 | 2;
 
-GLibOwner<GDBusConnection> connectToSessionBus() {
+BusConnection connectToSessionBus() {
   constexpr char failure[] = "Unable to connect to the session D-Bus";
   // For GDBus's own thread, and the socket.
   constexpr int descriptors = 8;
   if (!haveSpareDescriptors(descriptors))
     throw std::runtime_error(std::string(failure) + ": " + std::strerror(EMFILE));
   GError* error = nullptr;
-  GLibOwner<GDBusConnection> bus(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, &error));
+  BusConnection bus(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, &error));
   if (bus == nullptr) throwGError(failure, error);
   return bus;
 }
 
-GLibOwner<GDBusConnection> openSessionBus() {
-  GLibOwner<GDBusConnection> bus = connectToSessionBus();
+BusConnection openSessionBus() {
+  BusConnection bus = connectToSessionBus();
   if (g_dbus_connection_is_closed(bus.get())) {
     // The bus died, and is handed out until what GLib left in the default
     // context has run. The host's own sources there may never come to an end.
@@ -74,14 +74,14 @@ struct StreamInfo {
 };
 
 StreamInfo readFirstStream(GVariant* response) {
-  const GLibOwner<GVariant> streams(g_variant_lookup_value(response, "streams", G_VARIANT_TYPE("a(ua{sv})")));
+  const Variant streams(g_variant_lookup_value(response, "streams", G_VARIANT_TYPE("a(ua{sv})")));
   if (streams == nullptr || g_variant_n_children(streams.get()) == 0) {
     throw std::runtime_error("Wayland portal did not return any ScreenCast streams.");
   }
   StreamInfo info;
   GVariant* dictionary = nullptr;
   g_variant_get_child(streams.get(), 0, "(u@a{sv})", &info.nodeId, &dictionary);
-  const GLibOwner<GVariant> properties(dictionary);
+  const Variant properties(dictionary);
   if (info.nodeId == 0) {
     throw std::runtime_error("Wayland portal returned an invalid PipeWire stream node id.");
   }
@@ -95,13 +95,13 @@ StreamInfo readFirstStream(GVariant* response) {
 // Once the other constructor is through, a failure runs the destructor.
 PortalSession::PortalSession() : PortalSession(openSessionBus()) { startPortalSession(); }
 
-PortalSession::PortalSession(GLibOwner<GDBusConnection> bus) : connection(std::move(bus)) {}
+PortalSession::PortalSession(BusConnection bus) : connection(std::move(bus)) {}
 
 PortalSession::~PortalSession() {
   if (sessionHandle.empty() || !haveSpareDescriptors(2)) return;
-  const GLibOwner<GVariant> reply(
-      g_dbus_connection_call_sync(connection.get(), portalBusName, sessionHandle.c_str(), sessionInterface,
-                                  "Close", nullptr, nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr));
+  const Variant reply(g_dbus_connection_call_sync(connection.get(), portalBusName, sessionHandle.c_str(),
+                                                  sessionInterface, "Close", nullptr, nullptr,
+                                                  G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr));
 }
 
 void PortalSession::startPortalSession() {
@@ -115,8 +115,8 @@ void PortalSession::startPortalSession() {
   {
     PortalOptions options;
     options.add("session_handle_token", g_variant_new_string(newPortalToken().c_str()));
-    const GLibOwner<GVariant> response = portalRequest(bus, remoteDesktopInterface, "CreateSession",
-                                                       g_variant_new("(a{sv})", &options.builder));
+    const Variant response = portalRequest(bus, remoteDesktopInterface, "CreateSession",
+                                           g_variant_new("(a{sv})", &options.builder));
     const char* handle = "";
     g_variant_lookup(response.get(), "session_handle", "&s", &handle);
     // Nothing can be asked of a session whose handle is no path, either.
@@ -141,7 +141,7 @@ void PortalSession::startPortalSession() {
   }
 
   PortalOptions options;
-  const GLibOwner<GVariant> response =
+  const Variant response =
       portalRequest(bus, remoteDesktopInterface, "Start",
                     g_variant_new("(osa{sv})", sessionHandle.c_str(), "", &options.builder));
   g_variant_lookup(response.get(), "devices", "u", &grantedDevices);

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <gio/gio.h>
+#include <gio/gunixfdlist.h>
+
+#include "base/owner.h"
+
+namespace ostler {
+
+// Owners of what GLib hands out: one reference, or one allocation, each.
+
+inline void destroySource(GSource* source) {
+  g_source_destroy(source);
+  g_source_unref(source);
+}
+
+using GLibString = Owner<char, g_free>;
+using GLibError = Owner<GError, g_error_free>;
+using Variant = Owner<GVariant, g_variant_unref>;
+using MainContext = Owner<GMainContext, g_main_context_unref>;
+using MainLoop = Owner<GMainLoop, g_main_loop_unref>;
+using Source = Owner<GSource, destroySource>;
+using BusConnection = Owner<GDBusConnection, g_object_unref>;
+using DescriptorList = Owner<GUnixFDList, g_object_unref>;
+
+}  // namespace ostler
