@@ -33,8 +33,6 @@ using std::chrono::milliseconds;
 
 constexpr milliseconds setUpLimit{5000};
 constexpr milliseconds longestPoll{500};
-// After this the host has waited enough for a compositor that has stopped reading.
-constexpr milliseconds stallLimit{10000};
 
 bool hungUp(int socket) {
   pollfd state{socket, 0, 0};
@@ -165,29 +163,6 @@ void EisChannel::abandon() {
   eisFd = FileDescriptor();
   ei* const context = eiContext.release();
   ei_set_user_data(context, std::exchange(abandoned, context));
-}
-
-// What does not fit the socket would stay in libei until the next event, and
-// the compositor would repeat a key whose release stayed there. So events wait
-// for a compositor that is behind; one that does not come back in time holds up
-// only the first of them. The system counts a socket as writable while it is
-// three quarters empty, so there is room for releases even then.
-bool EisChannel::waitForRoom() {
-  pollfd writable{eisFd.get(), POLLOUT, 0};
-  const Clock::time_point deadline = Clock::now() + (stalled ? milliseconds(0) : stallLimit);
-  int ready = 0;
-  do {
-    const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
-    ready = poll(&writable, 1, static_cast<int>(std::max(left, milliseconds(0)).count()));
-  } while (ready < 0 && errno == EINTR);
-  stalled = ready == 0;
-  return !stalled;
-}
-
-void EisChannel::finishFrame(ei_device* device) {
-  const auto now = Clock::now().time_since_epoch();
-  ei_device_frame(
-      device, static_cast<std::uint64_t>(std::chrono::duration_cast<std::chrono::microseconds>(now).count()));
 }
 
 }  // namespace ostler

@@ -28,25 +28,6 @@ public:
   EisChannel(const EisChannel&) = delete;
   EisChannel& operator=(const EisChannel&) = delete;
 
-  // Before the events of something that makes no sense by halves: a click without
-  // its move, a key without its modifiers.
-  void beginOperation() { dropping = false; }
-
-  // Sends one event, `event()`, in a frame of its own. While the compositor
-  // does not read, one that begins something `mayDrop`: a press, a motion, and
-  // all of these that follow in the operation; what ends something may not, or a
-  // key would stay down.
-  template <typename Event>
-  void send(ei_device* device, bool mayDrop, Event event) {
-    if (mayDrop && (dropping || !waitForRoom())) {
-      dropping = true;
-      return;
-    }
-    if (!mayDrop) waitForRoom();
-    event();
-    finishFrame(device);
-  }
-
   FileDescriptor eisFd;
   // Null without a channel.
   EiOwner<ei> eiContext;
@@ -62,13 +43,9 @@ private:
   void abandon();
   void handle(ei_event* event, bool& done);
   void fillSlots(ei_device* device);
-  bool waitForRoom();
-  static void finishFrame(ei_device* device);
 
   int contextFd = -1;  // the copy of eisFd that the context has
   bool handshaken = false;
-  bool stalled = false;
-  bool dropping = false;
 };
 
 }  // namespace ostler

@@ -4,11 +4,6 @@
 
 namespace ostler {
 
-void WaylandBackend::sendKeycode(std::uint32_t code, bool pressed) {
-  ei_device* device = eis.eiKeyboard.get();
-  eis.send(device, pressed, [&] { ei_device_keyboard_key(device, code, pressed); });
-}
-
 void WaylandBackend::requireKeyboard() const {
   constexpr std::uint32_t keyboardDevice = 1;
   requirePortalDevice(portal.grantedDevices, keyboardDevice, "keyboard keysym");
@@ -28,10 +23,10 @@ void WaylandBackend::key(const std::string& combo) {
 
   eis.beginOperation();
   tapKeyCombo(*keys, [this](std::uint64_t keysym, bool pressed) {
-    if (eis.eiKeyboard == nullptr) {
+    if (!eis.hasKeyboard()) {
       notifyKeysym(keysym, pressed);
     } else if (const std::uint32_t code = keysymToEvdev(keysym)) {
-      sendKeycode(code, pressed);
+      eis.key(code, pressed);
     }
   });
 }

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 #include "driver/sleep.h"
 #include "wayland/portal_call.h"
@@ -11,7 +10,6 @@ namespace {
 
 constexpr std::uint32_t pointerDevice = 2;
 constexpr std::uint32_t verticalAxis = 0, horizontalAxis = 1;
-constexpr int wheelStep = 120;  // of a scroll event, by convention of all wheel protocols
 
 std::uint32_t buttonCode(Button button) {
   switch (button) {
@@ -37,41 +35,21 @@ double clampTo(double limit, double coordinate) {
 
 std::int32_t rounded(double coordinate) { return static_cast<std::int32_t>(std::lround(coordinate)); }
 
-// libei (to 1.4 at least) drops a motion that lies in none of the device's
-// regions without a word, and a region ends before its far edge, so a move to
-// the right or bottom edge of the desktop would be lost. Such a point is moved
-// to the nearest one inside a region: the last that a float, which is what the
-// wire carries, can tell from the edge.
-Position insideRegions(ei_device* device, Position target) {
-  const double x = static_cast<float>(target.x), y = static_cast<float>(target.y);
-  Position nearest = target;
-  double nearestDistance = std::numeric_limits<double>::infinity();
-  for (std::size_t i = 0; ei_region* region = ei_device_get_region(device, i); ++i) {
-    if (ei_region_contains(region, x, y)) return target;
-    const double left = ei_region_get_x(region), right = left + ei_region_get_width(region);
-    const double top = ei_region_get_y(region), bottom = top + ei_region_get_height(region);
-    if (left == right || top == bottom) continue;
-    const auto lastBefore = [](double edge) { return std::nextafter(static_cast<float>(edge), 0.0f); };
-    const Position candidate{std::clamp<double>(x, left, lastBefore(right)),
-                             std::clamp<double>(y, top, lastBefore(bottom))};
-    const double distance = std::hypot(candidate.x - x, candidate.y - y);
-    if (distance >= nearestDistance) continue;
-    nearestDistance = distance;
-    nearest = candidate;
-  }
-  return nearest;
-}
-
 }  // namespace
 
 void WaylandBackend::mouseMove(double x, double y) {
+  eis.beginOperation();
+  moveTo(x, y);
+}
+
+void WaylandBackend::dragTo(double x, double y) { moveTo(x, y); }
+
+void WaylandBackend::moveTo(double x, double y) {
   const Size limits = display();
   const Position target{clampTo(limits.width, x), clampTo(limits.height, y)};
   capture.setLastPointer({rounded(target.x), rounded(target.y)});
-  eis.beginOperation();
-  if (ei_device* device = eis.eiPointer.get()) {
-    const Position sent = insideRegions(device, target);
-    eis.send(device, true, [&] { ei_device_pointer_motion_absolute(device, sent.x, sent.y); });
+  if (eis.hasPointer()) {
+    eis.moveTo(target.x, target.y);
     return;
   }
   requirePortalDevice(portal.grantedDevices, pointerDevice, "pointer motion");
@@ -80,12 +58,10 @@ void WaylandBackend::mouseMove(double x, double y) {
       g_variant_new("(oa{sv}udd)", portal.sessionHandle.c_str(), nullptr, portal.nodeId, target.x, target.y));
 }
 
-void WaylandBackend::dragTo(double x, double y) { mouseMove(x, y); }
-
 void WaylandBackend::sendButton(Button button, bool pressed) {
   const std::uint32_t code = buttonCode(button);
-  if (ei_device* device = eis.eiButton.get()) {
-    eis.send(device, pressed, [&] { ei_device_button_button(device, code, pressed); });
+  if (eis.hasButton()) {
+    eis.button(code, pressed);
     return;
   }
   requirePortalDevice(portal.grantedDevices, pointerDevice, "pointer button");
@@ -109,12 +85,8 @@ void WaylandBackend::scroll(double x, double y, int dx, int dy) {
   sleepFor(waits::afterMove);
   // A positive dy scrolls up here, while on X11 it scrolls down.
   const auto inverted = static_cast<std::int32_t>(-static_cast<std::uint32_t>(dy));
-  if (ei_device* device = eis.eiScroll.get()) {
-    if (dx == 0 && dy == 0) return;
-    const auto amount = [](std::int32_t steps) {
-      return static_cast<std::int32_t>(static_cast<std::uint32_t>(steps) * wheelStep);
-    };
-    eis.send(device, true, [&] { ei_device_scroll_discrete(device, amount(dx), amount(inverted)); });
+  if (eis.hasScroll()) {
+    if (dx != 0 || dy != 0) eis.scroll(dx, inverted);
     return;
   }
   notifyAxisSteps(horizontalAxis, dx);

@@ -25,6 +25,7 @@ std::optional<EvdevKey> findSignKey(std::uint32_t codePoint) {
 }  // namespace
 
 void WaylandBackend::type(const std::string& text) {
+  eis.beginOperation();
   for (const std::uint32_t codePoint : decodeUtf8(text)) {
     if (escapePressed) return;
     const auto keysym = typedKeysym(codePoint);
@@ -35,7 +36,7 @@ void WaylandBackend::type(const std::string& text) {
 }
 
 void WaylandBackend::typeCodePoint(std::uint32_t codePoint, std::uint64_t keysym) {
-  const bool hasEis = eis.eiKeyboard != nullptr;
+  const bool hasEis = eis.hasKeyboard();
   if (const auto key = hasEis ? findEvdevKey(keysym) : std::nullopt) {
     tap(*key);
     return;
@@ -58,11 +59,10 @@ void WaylandBackend::typeCodePoint(std::uint32_t codePoint, std::uint64_t keysym
 }
 
 void WaylandBackend::tap(EvdevKey key) {
-  eis.beginOperation();
-  if (key.shift) sendKeycode(evdevLeftShift, true);
-  sendKeycode(key.code, true);
-  sendKeycode(key.code, false);
-  if (key.shift) sendKeycode(evdevLeftShift, false);
+  if (key.shift) eis.key(evdevLeftShift, true);
+  eis.key(key.code, true);
+  eis.key(key.code, false);
+  if (key.shift) eis.key(evdevLeftShift, false);
 }
 
 }  // namespace ostler

@@ -6,7 +6,7 @@
 #include "driver/pointing_backend.h"
 #include "wayland/capture_state.h"
 #include "wayland/capture_stream.h"
-#include "wayland/eis_channel.h"
+#include "wayland/eis_input.h"
 #include "wayland/evdev_keys.h"
 #include "wayland/portal_session.h"
 
@@ -32,8 +32,8 @@ public:
 private:
   void sendButton(Button button, bool pressed) override;
   void dragTo(double x, double y) override;
+  void moveTo(double x, double y);
   void notifyAxisSteps(std::uint32_t axis, int steps);
-  void sendKeycode(std::uint32_t code, bool pressed);
   void requireKeyboard() const;
   void notifyKeysym(std::uint64_t keysym, bool pressed);
   void typeCodePoint(std::uint32_t codePoint, std::uint64_t keysym);
@@ -43,7 +43,7 @@ private:
   // stream before the state that it writes to, all of them before the session.
   CaptureState capture;
   PortalSession portal;
-  EisChannel eis;
+  EisInput eis;
   std::optional<CaptureStream> stream;
 
   bool portalRefusesKeyboard = false;
