@@ -27,7 +27,7 @@ void finishFrame(ei_device* device) {
 }  // namespace
 
 void EisInput::moveTo(double x, double y) {
-  pendingMotion = Position{x, y};
+  pendingMotion = Position{static_cast<float>(x), static_cast<float>(y)};
   if (admitBeginning()) sendPendingMotion();
 }
 
@@ -70,21 +70,20 @@ void EisInput::sendPendingMotion() {
 // libei (to 1.4 at least) silently drops a motion that lies in none of the
 // device's regions, and a region ends before its far edge, so a move to the
 // right or bottom edge of the desktop would be lost. Such a point is moved to
-// the nearest one inside a region: the last that a float, which is what the
-// wire carries, can tell from the edge.
+// the nearest one inside a region: the last that a float can tell from the edge.
 EisInput::Position EisInput::insideRegions(Position target) const {
-  const double x = static_cast<float>(target.x), y = static_cast<float>(target.y);
   Position nearest = target;
-  double nearestDistance = std::numeric_limits<double>::infinity();
+  float nearestDistance = std::numeric_limits<float>::infinity();
   for (std::size_t i = 0; ei_region* region = ei_device_get_region(channel.eiPointer.get(), i); ++i) {
-    if (ei_region_contains(region, x, y)) return target;
-    const double left = ei_region_get_x(region), right = left + ei_region_get_width(region);
-    const double top = ei_region_get_y(region), bottom = top + ei_region_get_height(region);
+    if (ei_region_contains(region, target.x, target.y)) return target;
+    const auto left = static_cast<float>(ei_region_get_x(region));
+    const auto top = static_cast<float>(ei_region_get_y(region));
+    const float right = left + static_cast<float>(ei_region_get_width(region));
+    const float bottom = top + static_cast<float>(ei_region_get_height(region));
     if (left == right || top == bottom) continue;
-    const auto lastBefore = [](double edge) { return std::nextafter(static_cast<float>(edge), 0.0f); };
-    const Position candidate{std::clamp<double>(x, left, lastBefore(right)),
-                             std::clamp<double>(y, top, lastBefore(bottom))};
-    const double distance = std::hypot(candidate.x - x, candidate.y - y);
+    const Position candidate{std::clamp(target.x, left, std::nextafter(right, 0.0f)),
+                             std::clamp(target.y, top, std::nextafter(bottom, 0.0f))};
+    const float distance = std::hypot(candidate.x - target.x, candidate.y - target.y);
     if (distance >= nearestDistance) continue;
     nearestDistance = distance;
     nearest = candidate;

@@ -39,9 +39,10 @@ public:
   void key(std::uint32_t code, bool pressed);
 
 private:
+  // In floats, as the wire carries it.
   struct Position {
-    double x;
-    double y;
+    float x;
+    float y;
   };
 
   bool admit(std::uint32_t code, bool pressed);

@@ -71,8 +71,8 @@ void WaylandBackend::sendButton(Button button, bool pressed) {
 }
 
 // One call a step; the sign of `steps` is the direction.
-void WaylandBackend::notifyAxisSteps(std::uint32_t axis, int steps) {
-  for (std::int64_t left = std::abs(static_cast<std::int64_t>(steps)); left > 0; --left) {
+void WaylandBackend::notifyAxisSteps(std::uint32_t axis, std::int64_t steps) {
+  for (std::int64_t left = std::abs(steps); left > 0; --left) {
     requirePortalDevice(portal.grantedDevices, pointerDevice, "pointer axis");
     portalInputCall(
         portal.connection.get(), "NotifyPointerAxisDiscrete",
@@ -84,7 +84,7 @@ void WaylandBackend::scroll(double x, double y, int dx, int dy) {
   mouseMove(x, y);
   sleepFor(waits::afterMove);
   // A positive dy scrolls up here, while on X11 it scrolls down.
-  const auto inverted = static_cast<std::int32_t>(-static_cast<std::uint32_t>(dy));
+  const std::int64_t inverted = -static_cast<std::int64_t>(dy);
   if (eis.hasScroll()) {
     if (dx != 0 || dy != 0) eis.scroll(dx, inverted);
     return;

@@ -33,7 +33,7 @@ private:
   void sendButton(Button button, bool pressed) override;
   void dragTo(double x, double y) override;
   void moveTo(double x, double y);
-  void notifyAxisSteps(std::uint32_t axis, int steps);
+  void notifyAxisSteps(std::uint32_t axis, std::int64_t steps);
   void requireKeyboard() const;
   void notifyKeysym(std::uint64_t keysym, bool pressed);
   void typeCodePoint(std::uint32_t codePoint, std::uint64_t keysym);
