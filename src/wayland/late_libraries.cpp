@@ -1,5 +1,6 @@
 #include "wayland/late_libraries.h"
 
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -15,8 +16,6 @@ extern "C" {
 namespace ostler {
 namespace {
 
-constexpr char libeiFile[] = "libei.so.1";
-
 enum class Library { glib, gobject, gio, pipeWire, libei };
 
 struct LateFunction {
@@ -31,24 +30,27 @@ constexpr LateFunction functions[] = {
 #undef LATE_FUNCTION
 };
 
-bool load(Library library, const char* file) {
+bool libeiLoaded = false;
+
+// Nothing on success, otherwise the loader's words.
+std::optional<std::string> load(Library library, const char* file) {
   void* handle = dlopen(file, RTLD_NOW | RTLD_LOCAL);
-  if (handle == nullptr) return false;
+  if (handle == nullptr) return dlerror();
   for (const LateFunction& function : functions) {
     if (function.library != library) continue;
     *function.slot = dlsym(handle, function.name);
     if (*function.slot != nullptr) continue;
+    std::string missing = dlerror();
     dlclose(handle);
-    return false;
+    return missing;
   }
-  return true;
+  return std::nullopt;
 }
 
 void require(Library library, const char* file) {
-  if (load(library, file)) return;
-  const char* detail = dlerror();
-  throw std::runtime_error("Unable to load a library that Wayland sessions need: " +
-                           std::string(detail != nullptr ? detail : file));
+  if (const auto failure = load(library, file)) {
+    throw std::runtime_error("Unable to load a library that Wayland sessions need: " + *failure);
+  }
 }
 
 }  // namespace
@@ -58,9 +60,9 @@ void loadWaylandLibraries() {
   require(Library::gobject, "libgobject-2.0.so.0");
   require(Library::gio, "libgio-2.0.so.0");
   require(Library::pipeWire, "libpipewire-0.3.so.0");
-  load(Library::libei, libeiFile);
+  libeiLoaded = !load(Library::libei, "libei.so.1");
 }
 
-bool isLibeiLoaded() { return dlopen(libeiFile, RTLD_LAZY | RTLD_NOLOAD) != nullptr; }
+bool isLibeiLoaded() { return libeiLoaded; }
 
 }  // namespace ostler
