@@ -6,8 +6,8 @@
 #include "driver/pointing_backend.h"
 #include "wayland/capture_state.h"
 #include "wayland/capture_stream.h"
-#include "wayland/eis_input.h"
-#include "wayland/evdev_keys.h"
+#include "wayland/eis/eis_input.h"
+#include "wayland/eis/evdev_keys.h"
 #include "wayland/portal_session.h"
 
 namespace ostler {

@@ -1,4 +1,4 @@
-#include "wayland/eis_input.h"
+#include "wayland/eis/eis_input.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,4 +1,4 @@
-#include "wayland/evdev_keys.h"
+#include "wayland/eis/evdev_keys.h"
 
 #include <unordered_map>
 

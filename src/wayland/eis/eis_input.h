@@ -6,7 +6,7 @@
 #include <set>
 #include <string>
 
-#include "wayland/eis_channel.h"
+#include "wayland/eis/eis_channel.h"
 
 namespace ostler {
 

@@ -1,4 +1,4 @@
-#include "wayland/eis_channel.h"
+#include "wayland/eis/eis_channel.h"
 
 #include <algorithm>
 #include <array>
@@ -15,7 +15,7 @@
 #include <unistd.h>
 
 #include "driver/sleep.h"
-#include "wayland/eis_handshake.h"
+#include "wayland/eis/eis_handshake.h"
 #include "wayland/late_libraries.h"
 #include "wayland/portal_call.h"
 

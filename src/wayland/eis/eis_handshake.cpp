@@ -1,4 +1,4 @@
-#include "wayland/eis_handshake.h"
+#include "wayland/eis/eis_handshake.h"
 
 #include <cstdint>
 #include <cstring>
