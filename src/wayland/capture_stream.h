@@ -4,10 +4,9 @@
 #include <memory>
 #include <string>
 
-#include <pipewire/pipewire.h>
-
 #include "wayland/capture_state.h"
 #include "wayland/file_descriptor.h"
+#include "wayland/lazy/pipewire.h"
 
 namespace ostler {
 

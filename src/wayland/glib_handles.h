@@ -2,8 +2,7 @@
 
 #include <memory>
 
-#include <gio/gio.h>
-#include <gio/gunixfdlist.h>
+#include "wayland/lazy/glib.h"
 
 namespace ostler {
 

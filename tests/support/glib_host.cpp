@@ -9,9 +9,11 @@
 
 #include <glib.h>
 
+#include "wayland/lazy/load.h"
 #include "wayland/portal_session.h"
 
 int main(int count, char**) {
+  ostler::loadWaylandLibraries();
   std::atomic<int> calls = 0;
   const auto call = [](gpointer counter) -> gboolean {
     ++*static_cast<std::atomic<int>*>(counter);

@@ -16,7 +16,7 @@
 
 #include "driver/sleep.h"
 #include "wayland/eis/eis_handshake.h"
-#include "wayland/late_libraries.h"
+#include "wayland/lazy/load.h"
 #include "wayland/portal_call.h"
 
 // The server speaks first, then announces a seat, whose capabilities the client

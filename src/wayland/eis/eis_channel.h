@@ -3,10 +3,9 @@
 #include <memory>
 #include <string>
 
-#include <libei.h>
-
 #include "wayland/file_descriptor.h"
 #include "wayland/glib_handles.h"
+#include "wayland/lazy/libei.h"
 
 namespace ostler {
 
