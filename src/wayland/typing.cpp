@@ -1,6 +1,8 @@
 #include <stdexcept>
 #include <string_view>
 
+#include <linux/input-event-codes.h>
+
 #include "driver/escape_flags.h"
 #include "driver/sleep.h"
 #include "driver/typed_keysym.h"
@@ -16,9 +18,9 @@ bool isRefusalBesideEis(std::string_view error) {
   return error.find("not allowed to call Notify") != std::string_view::npos;
 }
 
-// The key of an ASCII sign, which has no keysym of its own here. Beyond ASCII a
-// code point would be taken for the keysym of another key.
-std::optional<EvdevKey> findSignKey(std::uint32_t codePoint) {
+// The key of an ASCII character that typedKeysym() gives in the Unicode form.
+// Beyond ASCII a code point would be taken for the keysym of another key.
+std::optional<EvdevKey> findAsciiKey(std::uint32_t codePoint) {
   return codePoint < 0x80 ? findEvdevKey(codePoint) : std::nullopt;
 }
 
@@ -41,28 +43,28 @@ void WaylandBackend::typeCodePoint(std::uint32_t codePoint, std::uint64_t keysym
     tap(*key);
     return;
   }
-  const auto signKey = hasEis ? findSignKey(codePoint) : std::nullopt;
-  if (signKey && portalRefusesKeyboard) {
-    requireKeyboard();
-    tap(*signKey);
+  const auto asciiKey = hasEis ? findAsciiKey(codePoint) : std::nullopt;
+  if (asciiKey && portalRefusesKeyboard) {
+    portalInput.requireKeyboard();
+    tap(*asciiKey);
     return;
   }
   try {
-    notifyKeysym(keysym, true);
+    portalInput.key(keysym, true);
   } catch (const std::runtime_error& error) {
-    if (!signKey || !isRefusalBesideEis(error.what())) throw;
+    if (!asciiKey || !isRefusalBesideEis(error.what())) throw;
     portalRefusesKeyboard = true;
-    tap(*signKey);
+    tap(*asciiKey);
     return;
   }
-  notifyKeysym(keysym, false);
+  portalInput.key(keysym, false);
 }
 
 void WaylandBackend::tap(EvdevKey key) {
-  if (key.shift) eis.key(evdevLeftShift, true);
+  if (key.shift) eis.key(KEY_LEFTSHIFT, true);
   eis.key(key.code, true);
   eis.key(key.code, false);
-  if (key.shift) eis.key(evdevLeftShift, false);
+  if (key.shift) eis.key(KEY_LEFTSHIFT, false);
 }
 
 }  // namespace ostler

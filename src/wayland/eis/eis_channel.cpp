@@ -16,14 +16,12 @@
 
 #include "driver/sleep.h"
 #include "wayland/eis/eis_handshake.h"
-#include "wayland/lazy/load.h"
-#include "wayland/portal_call.h"
 
 // The server speaks first, then announces a seat, whose capabilities the client
 // binds, then devices, which it resumes when they may be used. It may hang up,
-// say nothing or anything at any moment, and before the handshake is through
-// libei 1.3 follows a null pointer when it wants to disconnect and when its
-// context is released, and reads a message of length 0 for ever.
+// send nothing or anything at any moment. Before the handshake is complete,
+// libei 1.3 crashes when it wants to disconnect and when its context is
+// released, and never returns from a message of length 0.
 
 namespace ostler {
 namespace {
@@ -85,11 +83,9 @@ private:
   State state = State::partial;
 };
 
-EisChannel::EisChannel(GDBusConnection* connection, const std::string& sessionHandle) {
-  // Asking for a channel that nobody here can speak on would close the portal's own way.
-  if (!isLibeiLoaded()) return;
+EisChannel::EisChannel(FileDescriptor socket) {
   ServerWait server;
-  if (!connectEis(connection, sessionHandle, server)) return;
+  if (!connectEis(std::move(socket), server)) return;
   bool done = false;
   while (!done && server.wait(ei_get_fd(eiContext.get()), eisFd.get(), handshaken)) {
     ei_dispatch(eiContext.get());
@@ -98,10 +94,7 @@ EisChannel::EisChannel(GDBusConnection* connection, const std::string& sessionHa
   if (!handshaken) abandon();
 }
 
-bool EisChannel::connectEis(GDBusConnection* connection, const std::string& sessionHandle,
-                            ServerWait& server) {
-  FileDescriptor socket =
-      portalDescriptorCall(connection, remoteDesktopInterface, "ConnectToEIS", sessionHandle).descriptor;
+bool EisChannel::connectEis(FileDescriptor socket, ServerWait& server) {
   if (!socket) return false;
   // libei reads until there is nothing left, which has to be an end.
   const int flags = fcntl(socket.get(), F_GETFL);

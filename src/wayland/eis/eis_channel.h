@@ -1,10 +1,8 @@
 #pragma once
 
 #include <memory>
-#include <string>
 
 #include "wayland/file_descriptor.h"
-#include "wayland/glib_handles.h"
 #include "wayland/lazy/libei.h"
 
 namespace ostler {
@@ -17,13 +15,13 @@ struct EiRelease {
 template <typename T>
 using EiOwner = std::unique_ptr<T, EiRelease>;
 
-// The compositor's input socket, handed out by the portal. A device stands in
-// each slot whose capability it has; events for an empty slot have to go
-// through the portal.
+// A connection through the compositor's input socket. A device stands in each
+// slot whose capability it has; events for an empty slot have to go through the
+// portal.
 class EisChannel {
 public:
-  // Takes 5 s at the most, and fails without a word: the slots stay empty.
-  EisChannel(GDBusConnection* connection, const std::string& sessionHandle);
+  // Takes 5 s at the most. On failure, or without a socket, the slots stay empty.
+  explicit EisChannel(FileDescriptor socket);
   EisChannel(const EisChannel&) = delete;
   EisChannel& operator=(const EisChannel&) = delete;
 
@@ -38,7 +36,7 @@ public:
 private:
   class ServerWait;
 
-  bool connectEis(GDBusConnection* connection, const std::string& sessionHandle, ServerWait& server);
+  bool connectEis(FileDescriptor socket, ServerWait& server);
   void abandon();
   void handle(ei_event* event, bool& done);
   void fillSlots(ei_device* device);

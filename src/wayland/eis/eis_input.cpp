@@ -42,7 +42,7 @@ void EisInput::button(std::uint32_t code, bool pressed) {
 }
 
 void EisInput::scroll(std::int64_t right, std::int64_t down) {
-  if (!admitBeginning()) return;
+  if ((right == 0 && down == 0) || !admitBeginning()) return;
   const auto amount = [](std::int64_t steps) {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(steps) * wheelStep);
   };

@@ -4,7 +4,7 @@
 #include <map>
 #include <optional>
 #include <set>
-#include <string>
+#include <utility>
 
 #include "wayland/eis/eis_channel.h"
 
@@ -18,8 +18,8 @@ namespace ostler {
 // dropped only if its press was: otherwise the key would stay down.
 class EisInput {
 public:
-  EisInput(GDBusConnection* connection, const std::string& sessionHandle)
-      : channel(connection, sessionHandle) {}
+  // As EisChannel.
+  explicit EisInput(FileDescriptor socket) : channel(std::move(socket)) {}
 
   bool hasPointer() const { return channel.eiPointer != nullptr; }
   bool hasButton() const { return channel.eiButton != nullptr; }
@@ -34,7 +34,7 @@ public:
   void moveTo(double x, double y);
   // `code` is an evdev code, here and in key().
   void button(std::uint32_t code, bool pressed);
-  // In wheel steps to the right and down; one event for all of them.
+  // In wheel steps to the right and down; one event for all of them, none for none.
   void scroll(std::int64_t right, std::int64_t down);
   void key(std::uint32_t code, bool pressed);
 

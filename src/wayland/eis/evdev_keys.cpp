@@ -2,69 +2,73 @@
 
 #include <unordered_map>
 
+#include <X11/keysym.h>
+#include <linux/input-event-codes.h>
+
 namespace ostler {
 namespace {
 
-constexpr std::uint32_t letterCodes[] = {30, 48, 46, 32, 18, 33, 34, 35, 23, 36, 37, 38, 50,
-                                         49, 24, 25, 16, 19, 31, 20, 22, 47, 17, 45, 21, 44};
-constexpr std::uint32_t digitCodes[] = {11, 2, 3, 4, 5, 6, 7, 8, 9, 10};
+constexpr std::uint32_t letterCodes[] = {KEY_A, KEY_B, KEY_C, KEY_D, KEY_E, KEY_F, KEY_G, KEY_H, KEY_I,
+                                         KEY_J, KEY_K, KEY_L, KEY_M, KEY_N, KEY_O, KEY_P, KEY_Q, KEY_R,
+                                         KEY_S, KEY_T, KEY_U, KEY_V, KEY_W, KEY_X, KEY_Y, KEY_Z};
+constexpr std::uint32_t digitCodes[] = {KEY_0, KEY_1, KEY_2, KEY_3, KEY_4, KEY_5, KEY_6, KEY_7, KEY_8, KEY_9};
+constexpr char shiftedDigits[] = ")!@#$%^&*(";
 
-struct Row {
+struct NamedKey {
   std::uint64_t keysym;
   std::uint32_t code;
 };
-constexpr Row namedKeys[] = {
-    {0xFF0D, 28},   // Return
-    {0xFF8D, 96},   // KP_Enter
-    {0xFF08, 14},   // BackSpace
-    {0xFF09, 15},   // Tab
-    {0xFF1B, 1},    // Escape
-    {0x0020, 57},   // space
-    {0xFFFF, 111},  // Delete
-    {0xFF50, 102},  // Home
-    {0xFF57, 107},  // End
-    {0xFF55, 104},  // Page_Up
-    {0xFF56, 109},  // Page_Down
-    {0xFF51, 105},  // Left
-    {0xFF53, 106},  // Right
-    {0xFF52, 103},  // Up
-    {0xFF54, 108},  // Down
-    {0xFF63, 110},  // Insert
-    {0xFFE1, 42},   // Shift_L
-    {0xFFE2, 54},   // Shift_R
-    {0xFFE3, 29},   // Control_L
-    {0xFFE4, 97},   // Control_R
-    {0xFFE9, 56},   // Alt_L
-    {0xFFEA, 100},  // Alt_R
-    {0xFFEB, 125},  // Super_L
-    {0xFFEC, 126},  // Super_R
-    {0xFFE5, 58},   // Caps_Lock
-    {0xFF7F, 69},   // Num_Lock
-    {0xFFC8, 87},   // F11
-    {0xFFC9, 88},   // F12
+constexpr NamedKey namedKeys[] = {
+    {XK_Return, KEY_ENTER},
+    {XK_KP_Enter, KEY_KPENTER},
+    {XK_BackSpace, KEY_BACKSPACE},
+    {XK_Tab, KEY_TAB},
+    {XK_Escape, KEY_ESC},
+    {XK_space, KEY_SPACE},
+    {XK_Delete, KEY_DELETE},
+    {XK_Home, KEY_HOME},
+    {XK_End, KEY_END},
+    {XK_Page_Up, KEY_PAGEUP},
+    {XK_Page_Down, KEY_PAGEDOWN},
+    {XK_Left, KEY_LEFT},
+    {XK_Right, KEY_RIGHT},
+    {XK_Up, KEY_UP},
+    {XK_Down, KEY_DOWN},
+    {XK_Insert, KEY_INSERT},
+    {XK_Shift_L, KEY_LEFTSHIFT},
+    {XK_Shift_R, KEY_RIGHTSHIFT},
+    {XK_Control_L, KEY_LEFTCTRL},
+    {XK_Control_R, KEY_RIGHTCTRL},
+    {XK_Alt_L, KEY_LEFTALT},
+    {XK_Alt_R, KEY_RIGHTALT},
+    {XK_Super_L, KEY_LEFTMETA},
+    {XK_Super_R, KEY_RIGHTMETA},
+    {XK_Caps_Lock, KEY_CAPSLOCK},
+    {XK_Num_Lock, KEY_NUMLOCK},
+    {XK_F11, KEY_F11},
+    {XK_F12, KEY_F12},
 };
-constexpr std::uint64_t keysymF1 = 0xFFBE;  // F1 to F10 have codes in a row
-constexpr std::uint32_t codeF1 = 59;
 
-struct SignKey {
+struct PunctuationKey {
   std::uint32_t code;
   char plain;
   char shifted;
 };
-constexpr SignKey signKeys[] = {
-    {12, '-', '_'},  {13, '=', '+'}, {26, '[', '{'}, {27, ']', '}'}, {43, '\\', '|'}, {39, ';', ':'},
-    {40, '\'', '"'}, {41, '`', '~'}, {51, ',', '<'}, {52, '.', '>'}, {53, '/', '?'},
+constexpr PunctuationKey punctuationKeys[] = {
+    {KEY_MINUS, '-', '_'},       {KEY_EQUAL, '=', '+'},      {KEY_LEFTBRACE, '[', '{'},
+    {KEY_RIGHTBRACE, ']', '}'},  {KEY_BACKSLASH, '\\', '|'}, {KEY_SEMICOLON, ';', ':'},
+    {KEY_APOSTROPHE, '\'', '"'}, {KEY_GRAVE, '`', '~'},      {KEY_COMMA, ',', '<'},
+    {KEY_DOT, '.', '>'},         {KEY_SLASH, '/', '?'},
 };
-constexpr char shiftedDigits[] = ")!@#$%^&*(";
 
 std::unordered_map<std::uint64_t, EvdevKey> makeTable() {
   std::unordered_map<std::uint64_t, EvdevKey> table;
-  for (const Row& row : namedKeys) table[row.keysym] = {row.code, false};
+  for (const NamedKey& key : namedKeys) table[key.keysym] = {key.code, false};
   for (std::uint32_t i = 0; i < 10; ++i) {
-    table[keysymF1 + i] = {codeF1 + i, false};
+    table[XK_F1 + i] = {KEY_F1 + i, false};  // up to F10; F11 is elsewhere
     table[static_cast<unsigned char>(shiftedDigits[i])] = {digitCodes[i], true};
   }
-  for (const SignKey& key : signKeys) {
+  for (const PunctuationKey& key : punctuationKeys) {
     table[static_cast<unsigned char>(key.plain)] = {key.code, false};
     table[static_cast<unsigned char>(key.shifted)] = {key.code, true};
   }
@@ -74,9 +78,9 @@ std::unordered_map<std::uint64_t, EvdevKey> makeTable() {
 }  // namespace
 
 std::optional<EvdevKey> findEvdevKey(std::uint64_t keysym) {
-  if (keysym >= 'a' && keysym <= 'z') return EvdevKey{letterCodes[keysym - 'a'], false};
-  if (keysym >= 'A' && keysym <= 'Z') return EvdevKey{letterCodes[keysym - 'A'], true};
-  if (keysym >= '0' && keysym <= '9') return EvdevKey{digitCodes[keysym - '0'], false};
+  if (keysym >= XK_a && keysym <= XK_z) return EvdevKey{letterCodes[keysym - XK_a], false};
+  if (keysym >= XK_A && keysym <= XK_Z) return EvdevKey{letterCodes[keysym - XK_A], true};
+  if (keysym >= XK_0 && keysym <= XK_9) return EvdevKey{digitCodes[keysym - XK_0], false};
   static const std::unordered_map<std::uint64_t, EvdevKey> table = makeTable();
   const auto row = table.find(keysym);
   return row != table.end() ? std::optional(row->second) : std::nullopt;
