@@ -20,6 +20,7 @@ describe('an EIS server', { concurrency: true }, () => {
       sends('0'.repeat(64)), sends('f'.repeat(64)), sends(greeting + greeting),
       sends(`${greeting}0000000000000000200000000100000000000000000000000000000000000000`),
       sends(greeting.slice(0, 20)), sends(''),
+      { eis: { bytes: greeting, answer: connected.replace(/01000000$/, '02000000') } },
       { eis: { bytes: greeting, answer: connected + disconnected } },
     ];
     const desktop = await startDesktop({ ConnectToEIS: servers });

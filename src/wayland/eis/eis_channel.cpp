@@ -15,6 +15,7 @@
 #include <unistd.h>
 
 #include "driver/sleep.h"
+#include "wayland/eis/announced_version.h"
 #include "wayland/eis/eis_handshake.h"
 
 // The server speaks first, then announces a seat, whose capabilities the client
@@ -41,10 +42,15 @@ bool hungUp(int socket) {
   return hangUps != 0;
 }
 
-// libei logs to stderr otherwise.
-void ignoreLog(ei*, ei_log_priority, const char*, ei_log_context*) noexcept {}
+// libei 1.3 crashes on a connection of a version above what it announced. Later
+// ones may announce more than version 1.
+bool isVersionAnnounced(std::uint32_t version) {
+  return version <= 1 || version <= announcedConnectionVersion();
+}
 
 }  // namespace
+
+void ignoreLog(ei*, ei_log_priority, const char*, ei_log_context*) noexcept {}
 
 // Lets to libei only what it can take, until the handshake is through.
 class EisChannel::ServerWait {
@@ -60,7 +66,10 @@ public:
       pollfd readable{source, POLLIN, 0};
       if (poll(&readable, 1, static_cast<int>(std::min(left, longestPoll).count())) <= 0) continue;
       if (trusted) return true;
-      if (state != State::complete) state = peek(socket);
+      if (state != State::complete) {
+        state = peek(socket);
+        if (!isVersionAnnounced(handshake.connectionVersion())) state = State::broken;
+      }
       // A server that hangs up after this look still brings libei down.
       if (state == State::broken || hungUp(socket)) return false;
       if (state != State::partial) return true;

@@ -15,6 +15,9 @@ struct EiRelease {
 template <typename T>
 using EiOwner = std::unique_ptr<T, EiRelease>;
 
+// The log handler of every context: libei logs to stderr otherwise.
+void ignoreLog(ei*, ei_log_priority, const char*, ei_log_context*) noexcept;
+
 // A connection through the compositor's input socket. A device stands in each
 // slot whose capability it has; events for an empty slot have to go through the
 // portal.
