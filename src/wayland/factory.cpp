@@ -1,6 +1,6 @@
 #include "wayland/factory.h"
 
-#include "wayland/late_libraries.h"
+#include "wayland/lazy/load.h"
 #include "wayland/wayland_backend.h"
 
 namespace ostler {

@@ -1,25 +1,8 @@
 #include "keys/combo.h"
-#include "wayland/portal/portal_call.h"
+#include "wayland/eis/evdev_keys.h"
 #include "wayland/wayland_backend.h"
 
 namespace ostler {
-
-void WaylandBackend::sendKeycode(std::uint32_t code, bool pressed) {
-  ei_device* device = eis.eiKeyboard.get();
-  eis.send(device, pressed, [&] { ei_device_keyboard_key(device, code, pressed); });
-}
-
-void WaylandBackend::requireKeyboard() const {
-  constexpr std::uint32_t keyboardDevice = 1;
-  requirePortalDevice(portal.grantedDevices, keyboardDevice, "keyboard keysym");
-}
-
-void WaylandBackend::notifyKeysym(std::uint64_t keysym, bool pressed) {
-  requireKeyboard();
-  portalInputCall(portal.connection.get(), "NotifyKeyboardKeysym",
-                  g_variant_new("(oa{sv}iu)", portal.sessionHandle.c_str(), nullptr,
-                                static_cast<gint32>(keysym), static_cast<guint32>(pressed)));
-}
 
 void WaylandBackend::key(const std::string& combo) {
   const auto itself = [](std::uint64_t keysym, const std::string&) { return keysym; };
@@ -28,10 +11,10 @@ void WaylandBackend::key(const std::string& combo) {
 
   eis.beginOperation();
   tapKeyCombo(*keys, [this](std::uint64_t keysym, bool pressed) {
-    if (eis.eiKeyboard == nullptr) {
-      notifyKeysym(keysym, pressed);
+    if (!eis.hasKeyboard()) {
+      portalInput.key(keysym, pressed);
     } else if (const std::uint32_t code = keysymToEvdev(keysym)) {
-      sendKeycode(code, pressed);
+      eis.key(code, pressed);
     }
   });
 }

@@ -1,30 +1,25 @@
-#include <stdexcept>
-#include <string_view>
+#include <linux/input-event-codes.h>
 
 #include "backend/escape_flags.h"
 #include "backend/waits.h"
-#include "keys/typed_keysym.h"
 #include "keys/text.h"
+#include "keys/typed_keysym.h"
+#include "wayland/portal/portal_call.h"
 #include "wayland/wayland_backend.h"
 
 namespace ostler {
 namespace {
 
-// Portals (GNOME since 45, KDE since 6.1) take no Notify call any more once
-// the session has an EIS channel.
-bool isRefusalBesideEis(std::string_view error) {
-  return error.ends_with("Session is not allowed to call NotifyKeyboard methods");
-}
-
-// The key of an ASCII sign, which has no keysym of its own here. Beyond ASCII a
-// code point would be taken for the keysym of another key.
-std::optional<EvdevKey> findSignKey(std::uint32_t codePoint) {
+// The key of an ASCII character that typedKeysym() gives in the Unicode form.
+// Beyond ASCII a code point would be taken for the keysym of another key.
+std::optional<EvdevKey> findAsciiKey(std::uint32_t codePoint) {
   return codePoint < 0x80 ? findEvdevKey(codePoint) : std::nullopt;
 }
 
 }  // namespace
 
 void WaylandBackend::type(const std::string& text) {
+  eis.beginOperation();
   for (const std::uint32_t codePoint : decodeUtf8(text)) {
     if (escapePressed) return;
     const auto keysym = typedKeysym(codePoint);
@@ -35,34 +30,33 @@ void WaylandBackend::type(const std::string& text) {
 }
 
 void WaylandBackend::typeCodePoint(std::uint32_t codePoint, std::uint64_t keysym) {
-  const bool hasEis = eis.eiKeyboard != nullptr;
+  const bool hasEis = eis.hasKeyboard();
   if (const auto key = hasEis ? findEvdevKey(keysym) : std::nullopt) {
     tap(*key);
     return;
   }
-  const auto signKey = hasEis ? findSignKey(codePoint) : std::nullopt;
-  if (signKey && portalRefusesKeyboard) {
-    requireKeyboard();
-    tap(*signKey);
+  const auto asciiKey = hasEis ? findAsciiKey(codePoint) : std::nullopt;
+  if (asciiKey && portalRefusesKeyboard) {
+    portalInput.requireKeyboard();
+    tap(*asciiKey);
     return;
   }
   try {
-    notifyKeysym(keysym, true);
-  } catch (const std::runtime_error& error) {
-    if (!signKey || !isRefusalBesideEis(error.what())) throw;
+    portalInput.key(keysym, true);
+  } catch (const PortalInputRefusal&) {
+    if (!asciiKey) throw;
     portalRefusesKeyboard = true;
-    tap(*signKey);
+    tap(*asciiKey);
     return;
   }
-  notifyKeysym(keysym, false);
+  portalInput.key(keysym, false);
 }
 
 void WaylandBackend::tap(EvdevKey key) {
-  eis.beginOperation();
-  if (key.shift) sendKeycode(evdevLeftShift, true);
-  sendKeycode(key.code, true);
-  sendKeycode(key.code, false);
-  if (key.shift) sendKeycode(evdevLeftShift, false);
+  if (key.shift) eis.key(KEY_LEFTSHIFT, true);
+  eis.key(key.code, true);
+  eis.key(key.code, false);
+  if (key.shift) eis.key(KEY_LEFTSHIFT, false);
 }
 
 }  // namespace ostler

@@ -4,8 +4,9 @@
 #include <optional>
 
 #include "backend/pointing_backend.h"
-#include "wayland/eis_channel.h"
-#include "wayland/evdev_keys.h"
+#include "wayland/eis/eis_input.h"
+#include "wayland/eis/evdev_keys.h"
+#include "wayland/portal/portal_input.h"
 #include "wayland/portal/portal_session.h"
 #include "wayland/stream/capture_state.h"
 #include "wayland/stream/capture_stream.h"
@@ -13,8 +14,8 @@
 namespace ostler {
 
 // Drives a Wayland desktop through its portal: the screen arrives as a PipeWire
-// stream; input goes through the compositor's EIS socket, event by event where
-// that has a device for it, and otherwise through the portal's own methods.
+// stream; each input event goes through the compositor's EIS socket where that has
+// a device for it, and otherwise through the portal's own methods.
 class WaylandBackend : public PointingBackend {
 public:
   // Blocks while a person answers the portal's dialog, and until the first
@@ -32,10 +33,6 @@ public:
 private:
   void sendButton(Button button, bool pressed) override;
   void dragTo(double x, double y) override;
-  void notifyAxisSteps(std::uint32_t axis, int steps);
-  void sendKeycode(std::uint32_t code, bool pressed);
-  void requireKeyboard() const;
-  void notifyKeysym(std::uint64_t keysym, bool pressed);
   void typeCodePoint(std::uint32_t codePoint, std::uint64_t keysym);
   void tap(EvdevKey key);
 
@@ -43,7 +40,8 @@ private:
   // stream before the state that it writes to, all of them before the session.
   CaptureState capture;
   PortalSession portal;
-  EisChannel eis;
+  PortalInput portalInput{portal};
+  EisInput eis;
   std::optional<CaptureStream> stream;
 
   bool portalRefusesKeyboard = false;

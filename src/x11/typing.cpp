@@ -8,8 +8,8 @@
 
 #include "backend/escape_flags.h"
 #include "backend/waits.h"
-#include "keys/typed_keysym.h"
 #include "keys/text.h"
+#include "keys/typed_keysym.h"
 #include "x11/temporary_key_mapping.h"
 #include "x11/x11_backend.h"
 

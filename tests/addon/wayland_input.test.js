@@ -21,7 +21,7 @@ async function openSession(script) {
       // What went before a move has arrived when the move has. Where there is
       // none, all has: the portal answers when it has written a call down.
       const marked = await call('move', 3, 4).then(() => true, () => false);
-      const marks = /^eis \d motion 3 4$|Absolute \('\/session\/\d', \{\}, \d+, 3.0, 4.0\)/;
+      const marks = /^eis \d motion (3|32) 4$|Absolute \('\/session\/\d', \{\}, \d+, 3.0, 4.0\)/;
       const lines = await desktop.recordWhen(
         (record) => !marked || record.slice(seen).some((line) => marks.test(line)));
       const fresh = lines.slice(seen).filter((line) => !marks.test(line)).map((line) => line.replace(/^eis \d /, '')
@@ -36,7 +36,7 @@ async function openSession(script) {
 const key = (code) => [`key ${code} 1`, `key ${code} 0`];
 const shifted = (code) => ['key 42 1', ...key(code), 'key 42 0'];
 const keysym = (value) => [`KeyboardKeysym ${value}, 1`, `KeyboardKeysym ${value}, 0`];
-const refused = ['org.freedesktop.DBus.Error.Failed', 'Session is not allowed to call NotifyKeyboard methods'];
+const refused = ['org.freedesktop.DBus.Error.Failed', 'The session is not allowed to call NotifyKeyboardKeysym'];
 const failure = (method, text) =>
   `Portal input call failed for org.freedesktop.portal.RemoteDesktop.Notify${method}: GDBus.Error:${text}`;
 
@@ -100,7 +100,8 @@ it('uses the portal for what EIS has no device for, and asks for permission ther
   const keysDenied = { key: [denied('keyboard keysym')], type: [denied('keyboard keysym')] };
   const pointer = {
     click: ['motion 64.0, 48.0', 'PointerButton 274, 1', 'PointerButton 274, 0'],
-    scroll: ['motion 1.5, 2.0', 'PointerAxisDiscrete 1, 1', 'PointerAxisDiscrete 1, 1', 'PointerAxisDiscrete 0, 1'],
+    scroll: ['motion 31.999999999900002, 2.0', 'PointerAxisDiscrete 1, 1', 'PointerAxisDiscrete 1, 1',
+      'PointerAxisDiscrete 0, 1'],
     mouseUp: ['PointerButton 272, 0'],
   };
   const keys = {
@@ -112,26 +113,30 @@ it('uses the portal for what EIS has no device for, and asks for permission ther
     [{ ConnectToEIS: noChannel, Start: start(3) }, { ...pointer, ...keys }],
     // Each stops at the call that fails.
     [{ ConnectToEIS: noChannel, Start: start(3),
-      NotifyPointerButton: [{}, gone], NotifyKeyboardKeysym: [{}, gone, {}, {}, gone] }, {
+      NotifyPointerButton: [{}, gone], NotifyPointerAxisDiscrete: [{}, gone],
+      NotifyKeyboardKeysym: [{}, gone, {}, {}, gone] }, {
       ...pointer, click: [...pointer.click, failure('PointerButton', gone.error.join(': '))],
+      scroll: [pointer.scroll[0], ...Array(2).fill('PointerAxisDiscrete 0, 1'),
+        failure('PointerAxisDiscrete', gone.error.join(': '))],
       key: [...keys.key.slice(0, 2), failure('KeyboardKeysym', gone.error.join(': '))],
-      type: [...keys.type.slice(0, 3), failure('KeyboardKeysym', gone.error.join(': '))] }],
+      type: [...keys.type.slice(0, 3), failure('KeyboardKeysym', gone.error.join(': '))] },
+    { scroll: [31.9999999999, 2, 0, -(2 ** 31)] }],
     [{ ConnectToEIS: noChannel, Start: start(1) }, { ...pointerDenied, ...keys }],
     [{ ConnectToEIS: noChannel, Start: start(2) }, { ...pointer, ...keysDenied }],
     // Slots filled from different devices: the keyboard comes too late.
-    [{ ConnectToEIS: { eis: ['pointer@64,48', 'button', 'keyboard!late'] }, Start: start(0) },
-      { ...onEis, scroll: ['motion 1.5 2', denied('pointer axis')], ...keysDenied }],
+    [{ ConnectToEIS: { eis: ['pointer@32,48,32,0', 'button', 'keyboard!late'] }, Start: start(0) },
+      { ...onEis, scroll: ['motion 32 2', denied('pointer axis')], ...keysDenied }],
     [{ ConnectToEIS: { eis: ['keyboard', 'pointer,button'] }, Start: start(0) },
       { ...onEis, click: ['motion 64 48', 'button 274 1', 'button 274 0'],
-        scroll: ['motion 1.5 2', denied('pointer axis')],
+        scroll: ['motion 32 2', denied('pointer axis')],
         key: ['key 29 1', ...key(46), 'key 29 0'], type: [...shifted(30), denied('keyboard keysym')] }],
   ];
   const calls = {
-    click: [70, 99, 'middle', 1], scroll: [1.5, 2, 2, -1], mouseUp: [5, 5], key: ['ctrl+c'], type: ['A-\n'],
+    click: [70, 99, 'middle', 1], scroll: [31.9999999999, 2, 2, -1], mouseUp: [5, 5], key: ['ctrl+c'], type: ['A-\n'],
   };
-  for (const [script, expected] of cases) {
+  for (const [script, expected, otherCalls] of cases) {
     const session = await openSession(script);
-    for (const [method, values] of Object.entries(calls)) {
+    for (const [method, values] of Object.entries({ ...calls, ...otherCalls })) {
       const lines = (await session.sent(method, ...values)).map(
         (line) => line.replace(/^PointerMotionAbsolute \d+, /, 'motion '));
       assert.deepStrictEqual(lines, expected[method], `${JSON.stringify(script)} ${method}`);

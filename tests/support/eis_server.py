@@ -1,6 +1,6 @@
 # A compositor's input socket that writes down what arrives.
 #
-# A device is "pointer,button,scroll,keyboard", in any choice, then "@width,height"
+# A device is "pointer,button,scroll,keyboard", in any choice, then "@width,height,x,y"
 # if it has a region, then "!late" when it is announced only after the others have
 # started. There is a line for each frame: the number of the device, the
 # events.
@@ -78,7 +78,9 @@ class Channel:
                 eis('device_configure_capability', device, CAPABILITIES[word])
             if area:
                 region = eis('device_new_region', device)
-                eis('region_set_size', region, *map(int, area.split(',')))
+                width, height, x, y = map(int, area.split(','))
+                eis('region_set_size', region, width, height)
+                eis('region_set_offset', region, x, y)
                 eis('region_add', region)
             eis('device_add', device)
             eis('device_resume', device)

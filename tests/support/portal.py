@@ -58,7 +58,7 @@ RESPONSES = {
     'Start': "(uint32 0, {'devices': <uint32 3>, 'streams': <[(uint32 NODE, {'size': <(1280, 720)>})]>})",
 }
 # In the order of a real compositor: a client may be content when the pointer has come.
-DEVICES = ['keyboard', 'pointer,button,scroll@1280,720']
+DEVICES = ['keyboard', 'pointer,button,scroll@1280,720,0,0']
 
 
 class Script:

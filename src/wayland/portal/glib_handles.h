@@ -1,9 +1,7 @@
 #pragma once
 
-#include <gio/gio.h>
-#include <gio/gunixfdlist.h>
-
 #include "base/owner.h"
+#include "wayland/lazy/glib.h"
 
 namespace ostler {
 

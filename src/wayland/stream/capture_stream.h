@@ -3,10 +3,9 @@
 #include <cstdint>
 #include <string>
 
-#include <pipewire/pipewire.h>
-
 #include "base/file_descriptor.h"
 #include "base/owner.h"
+#include "wayland/lazy/pipewire.h"
 #include "wayland/stream/capture_state.h"
 
 namespace ostler {

@@ -1,4 +1,4 @@
-#include "wayland/eis_channel.h"
+#include "wayland/eis/eis_channel.h"
 
 #include <algorithm>
 #include <array>
@@ -15,15 +15,14 @@
 #include <unistd.h>
 
 #include "backend/waits.h"
-#include "wayland/eis_handshake.h"
-#include "wayland/late_libraries.h"
-#include "wayland/portal/portal_call.h"
+#include "wayland/eis/announced_version.h"
+#include "wayland/eis/eis_handshake.h"
 
 // The server speaks first, then announces a seat, whose capabilities the client
 // binds, then devices, which it resumes when they may be used. It may hang up,
-// say nothing or anything at any moment, and before the handshake is through
-// libei 1.3 follows a null pointer when it wants to disconnect and when its
-// context is released, and reads a message of length 0 for ever.
+// send nothing or anything at any moment. Before the handshake is complete,
+// libei 1.3 crashes when it wants to disconnect and when its context is
+// released, and never returns from a message of length 0.
 
 namespace ostler {
 namespace {
@@ -33,8 +32,6 @@ using std::chrono::milliseconds;
 
 constexpr milliseconds setUpLimit{5000};
 constexpr milliseconds longestPoll{500};
-// After this the host has waited enough for a compositor that has stopped reading.
-constexpr milliseconds stallLimit{10000};
 
 bool hungUp(int socket) {
   pollfd state{socket, 0, 0};
@@ -45,10 +42,15 @@ bool hungUp(int socket) {
   return hangUps != 0;
 }
 
-// libei logs to stderr otherwise.
-void ignoreLog(ei*, ei_log_priority, const char*, ei_log_context*) noexcept {}
+// libei 1.3 crashes on a connection of a version above what it announced. Later
+// ones may announce more than version 1.
+bool isVersionAnnounced(std::uint32_t version) {
+  return version <= 1 || version <= announcedConnectionVersion();
+}
 
 }  // namespace
+
+void ignoreLog(ei*, ei_log_priority, const char*, ei_log_context*) noexcept {}
 
 // Lets to libei only what it can take, until the handshake is through.
 class EisChannel::ServerWait {
@@ -64,7 +66,10 @@ public:
       pollfd readable{source, POLLIN, 0};
       if (poll(&readable, 1, static_cast<int>(std::min(left, longestPoll).count())) <= 0) continue;
       if (trusted) return true;
-      if (state != State::complete) state = peek(socket);
+      if (state != State::complete) {
+        state = peek(socket);
+        if (!isVersionAnnounced(handshake.connectionVersion())) state = State::broken;
+      }
       // A server that hangs up after this look still brings libei down.
       if (state == State::broken || hungUp(socket)) return false;
       if (state != State::partial) return true;
@@ -87,30 +92,25 @@ private:
   State state = State::partial;
 };
 
-EisChannel::EisChannel(GDBusConnection* connection, const std::string& sessionHandle) {
-  // Asking for a channel that nobody here can speak on would close the portal's own way.
-  if (!isLibeiLoaded()) return;
+EisChannel::EisChannel(FileDescriptor socket) {
   ServerWait server;
-  if (!connectEis(connection, sessionHandle, server)) return;
+  if (!connectEis(std::move(socket), server)) return;
   bool done = false;
   while (!done && server.wait(ei_get_fd(eiContext.get()), eisFd.get(), handshaken)) {
     ei_dispatch(eiContext.get());
-    while (const EiOwner<ei_event> event{ei_get_event(eiContext.get())}) handle(event.get(), done);
+    while (const EiEvent event{ei_get_event(eiContext.get())}) handle(event.get(), done);
   }
   if (!handshaken) abandon();
 }
 
-bool EisChannel::connectEis(GDBusConnection* connection, const std::string& sessionHandle,
-                            ServerWait& server) {
-  FileDescriptor socket =
-      portalDescriptorCall(connection, remoteDesktopInterface, "ConnectToEIS", sessionHandle).descriptor;
+bool EisChannel::connectEis(FileDescriptor socket, ServerWait& server) {
   if (!socket) return false;
   // libei reads until there is nothing left, which has to be an end.
   const int flags = fcntl(socket.get(), F_GETFL);
   if (flags < 0 || fcntl(socket.get(), F_SETFL, flags | O_NONBLOCK) != 0) return false;
   // libei closes what it is given when the server hangs up, and the number may be anybody's then.
   FileDescriptor copy(fcntl(socket.get(), F_DUPFD_CLOEXEC, 0));
-  EiOwner<ei> context(ei_new_sender(nullptr));
+  EiContext context(ei_new_sender(nullptr));
   if (!copy || context == nullptr) return false;
   ei_log_set_handler(context.get(), ignoreLog);
   ei_configure_name(context.get(), "ostler-client");
@@ -147,7 +147,7 @@ void EisChannel::handle(ei_event* event, bool& done) {
 }
 
 void EisChannel::fillSlots(ei_device* device) {
-  const auto fill = [&](EiOwner<ei_device>& slot, ei_device_capability capability) {
+  const auto fill = [&](EiDevice& slot, ei_device_capability capability) {
     if (slot == nullptr && ei_device_has_capability(device, capability)) slot.reset(ei_device_ref(device));
   };
   fill(eiPointer, EI_DEVICE_CAP_POINTER_ABSOLUTE);
@@ -165,29 +165,6 @@ void EisChannel::abandon() {
   eisFd = FileDescriptor();
   ei* const context = eiContext.release();
   ei_set_user_data(context, std::exchange(abandoned, context));
-}
-
-// What does not fit the socket would stay in libei until the next event, and
-// the compositor would repeat a key whose release stayed there. So events wait
-// for a compositor that is behind; one that does not come back in time holds up
-// only the first of them. The system counts a socket as writable while it is
-// three quarters empty, so there is room for releases even then.
-bool EisChannel::waitForRoom() {
-  pollfd writable{eisFd.get(), POLLOUT, 0};
-  const Clock::time_point deadline = Clock::now() + (stalled ? milliseconds(0) : stallLimit);
-  int ready = 0;
-  do {
-    const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
-    ready = poll(&writable, 1, static_cast<int>(std::max(left, milliseconds(0)).count()));
-  } while (ready < 0 && errno == EINTR);
-  stalled = ready == 0;
-  return !stalled;
-}
-
-void EisChannel::finishFrame(ei_device* device) {
-  const auto now = Clock::now().time_since_epoch();
-  ei_device_frame(
-      device, static_cast<std::uint64_t>(std::chrono::duration_cast<std::chrono::microseconds>(now).count()));
 }
 
 }  // namespace ostler

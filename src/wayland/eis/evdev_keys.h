@@ -5,8 +5,6 @@
 
 namespace ostler {
 
-constexpr std::uint32_t evdevLeftShift = 42;
-
 // A key of a US keyboard by its Linux evdev code, and whether Shift is held
 // for the character in question.
 struct EvdevKey {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <span>
 
 namespace ostler {
@@ -19,7 +20,12 @@ public:
   // Of all that is there to be read.
   State read(std::span<const std::byte> bytes);
 
+  // The version that the server gives its connection, once that is complete;
+  // 0 when it was not seen.
+  std::uint32_t connectionVersion() const { return version; }
+
 private:
+  std::uint32_t version = 0;
   bool greeted = false;
 };
 

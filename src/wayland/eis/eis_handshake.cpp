@@ -1,4 +1,4 @@
-#include "wayland/eis_handshake.h"
+#include "wayland/eis/eis_handshake.h"
 
 #include <cstdint>
 #include <cstring>
@@ -31,9 +31,8 @@ bool argumentsFit(std::uint32_t opcode, std::span<const std::byte> message) {
   const std::size_t size = message.size() - headerSize;
   if (opcode == handshakeVersion) return size == 4 && valueAt<std::uint32_t>(message, headerSize) != 0;
   if (opcode == connection) {
-    // libei 1.3 knows this version of a connection alone and crashes on any other.
     return size == 16 && valueAt<std::uint64_t>(message, headerSize + 4) >= firstServerObject &&
-           valueAt<std::uint32_t>(message, headerSize + 12) == 1;
+           valueAt<std::uint32_t>(message, headerSize + 12) != 0;
   }
   if (size < 12) return false;
   const std::size_t length = valueAt<std::uint32_t>(message, headerSize);
@@ -61,7 +60,10 @@ EisHandshake::State EisHandshake::read(std::span<const std::byte> bytes) {
     if (opcode > connection || (isGreeting ? !first : first && !greeted)) return State::broken;
     if (bytes.size() < length) return State::partial;
     if (!argumentsFit(opcode, bytes.first(length))) return State::broken;
-    if (opcode == connection) return State::complete;
+    if (opcode == connection) {
+      version = valueAt<std::uint32_t>(bytes, headerSize + 12);
+      return State::complete;
+    }
     bytes = bytes.subspan(length);
     if (isGreeting && bytes.empty()) {
       greeted = true;

@@ -1,0 +1,69 @@
+#include "wayland/lazy/load.h"
+
+#include <cstring>
+#include <optional>
+#include <span>
+#include <stdexcept>
+#include <string>
+
+#include <dlfcn.h>
+
+#include "wayland/lazy/glib.h"
+#include "wayland/lazy/libei.h"
+#include "wayland/lazy/pipewire.h"
+
+namespace ostler {
+
+#define DEFINE(name) decltype(&::name) name = nullptr;
+OSTLER_GLIB_FUNCTIONS(DEFINE)
+OSTLER_PIPEWIRE_FUNCTIONS(DEFINE)
+OSTLER_LIBEI_FUNCTIONS(DEFINE)
+
+namespace {
+
+struct LazyFunction {
+  const char* name;
+  void* pointer;  // the address of the function pointer of that name
+};
+
+#define ROW(name) {#name, &ostler::name},
+constexpr LazyFunction glibFunctions[] = {OSTLER_GLIB_FUNCTIONS(ROW)};
+constexpr LazyFunction pipeWireFunctions[] = {OSTLER_PIPEWIRE_FUNCTIONS(ROW)};
+constexpr LazyFunction libeiFunctions[] = {OSTLER_LIBEI_FUNCTIONS(ROW)};
+
+bool libeiLoaded = false;
+
+// Finds functions of other libraries that the library in the file needs, too.
+// Returns nothing on success, otherwise the loader's words.
+std::optional<std::string> load(const char* file, std::span<const LazyFunction> functions) {
+  void* const library = dlopen(file, RTLD_NOW | RTLD_LOCAL);
+  if (library == nullptr) return dlerror();
+  for (const LazyFunction& function : functions) {
+    void* const found = dlsym(library, function.name);
+    if (found == nullptr) {
+      std::string missing = dlerror();
+      dlclose(library);
+      return missing;
+    }
+    std::memcpy(function.pointer, &found, sizeof found);
+  }
+  return std::nullopt;
+}
+
+void require(const char* file, std::span<const LazyFunction> functions) {
+  if (const auto failure = load(file, functions)) {
+    throw std::runtime_error("Unable to load a library that Wayland sessions need: " + *failure);
+  }
+}
+
+}  // namespace
+
+void loadWaylandLibraries() {
+  require("libgio-2.0.so.0", glibFunctions);  // which needs GLib and GObject
+  require("libpipewire-0.3.so.0", pipeWireFunctions);
+  libeiLoaded = !load("libei.so.1", libeiFunctions);
+}
+
+bool isLibeiLoaded() { return libeiLoaded; }
+
+}  // namespace ostler

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+
+#include "base/file_descriptor.h"
+#include "wayland/portal/portal_session.h"
+
+namespace ostler {
+
+// Sends input events through the portal's Notify methods, one call each. Throws
+// std::runtime_error when the user has not granted the device or a call fails.
+class PortalInput {
+public:
+  explicit PortalInput(const PortalSession& started) : session(started) {}
+
+  // Asks for the compositor's EIS socket. None when there is no such channel.
+  FileDescriptor connectToEis() const;
+
+  void moveTo(double x, double y) const;
+  // `code` is an evdev code.
+  void button(std::uint32_t code, bool pressed) const;
+  // In wheel steps to the right and down; one call for each.
+  void scroll(std::int64_t right, std::int64_t down) const;
+  void key(std::uint64_t keysym, bool pressed) const;
+
+  void requireKeyboard() const;
+
+private:
+  void scrollAlong(std::uint32_t axis, std::int64_t steps) const;
+
+  const PortalSession& session;
+};
+
+}  // namespace ostler
