@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "driver/records.h"
+#include "base/geometry.h"
 #include "image/rgb_image.h"
 
 namespace ostler {

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <stdexcept>
 
 #include "image/bytes.h"
 
@@ -13,9 +14,16 @@ struct RgbImage {
   // Uninitialised pixels. Throws std::length_error or std::bad_alloc when the
   // size is beyond what memory can hold.
   RgbImage(std::int32_t imageWidth, std::int32_t imageHeight)
-      : width(imageWidth),
-        height(imageHeight),
-        bytes(static_cast<std::size_t>(imageWidth) * static_cast<std::size_t>(imageHeight) * 3) {}
+      : width(imageWidth), height(imageHeight), bytes(byteCount(imageWidth, imageHeight)) {}
+
+  // The bytes of an image of that size. Throws std::length_error where there
+  // are more than a vector can ever hold.
+  static std::size_t byteCount(std::int32_t imageWidth, std::int32_t imageHeight) {
+    const std::size_t count =
+        static_cast<std::size_t>(imageWidth) * static_cast<std::size_t>(imageHeight) * 3;
+    if (count > PTRDIFF_MAX) throw std::length_error("cannot create std::vector larger than max_size()");
+    return count;
+  }
 
   const unsigned char* row(std::int32_t y) const { return bytes.data() + rowOffset(y); }
   unsigned char* row(std::int32_t y) { return bytes.data() + rowOffset(y); }

@@ -82,8 +82,7 @@ describe('screenshot', () => {
     assert.strictEqual(wrapped.width, 640, 'a width that wraps to -1 is no crop');
     await assert.rejects(shot('', null, [], 2147483647, 2147483647, 0, 0, 0, 0, 1),
       { message: 'cannot create std::vector larger than max_size()' });
-    if (!process.env.OSTLER_PRELOAD) {  // a sanitizer ends the process for that
-      await assert.rejects(shot('', null, [], 2147483647, 1 << 20, 0, 0, 0, 0, 1), { message: 'std::bad_alloc' });
-    }
+    const beyondJpeg = await shot('', null, [], 2147483647, 1 << 20, 0, 0, 0, 0, 1);
+    assert.strictEqual(beyondJpeg, null, 'nothing is made that no encoder takes');
   }, { screen: '640x480x24' }));
 });
