@@ -24,7 +24,7 @@ int main(int count, char** arguments) {
   if (setClipboard == nullptr) return 2;
   const std::string text{std::istreambuf_iterator<char>(std::cin), {}};
   // Interrupted all the time meanwhile, by a signal that it handles.
-  struct sigaction ignored {};
+  struct sigaction ignored = {};
   ignored.sa_handler = [](int) {};
   sigaction(SIGALRM, &ignored, nullptr);
   constexpr timeval often{0, 500};
