@@ -33,7 +33,7 @@ lacking=$(missing $packages)
 
 as_root=
 if [ "$(id -u)" -ne 0 ]; then
-  if ! command -v sudo >/dev/null; then
+  if ! { command -v sudo && sudo true; } >/dev/null; then
     echo "ostler: missing packages:$lacking" >&2
     echo 'ostler: run "npm run setup" as root, then this command again as yourself' >&2
     exit 1
