@@ -10,7 +10,4 @@ if [ -n "${CI:-}" ]; then werror=ON; else werror=OFF; fi
 cmake --preset "$preset" -DOSTLER_WERROR=$werror >/dev/null
 if [ "$preset" = release ]; then directory=build; else directory=build-$preset; fi
 echo "ostler: building in $directory/"
-status=0
-ninja -C "$directory" --quiet "$@" >"$directory/build.log" 2>&1 || status=$?
-grep -v '^ninja: ' "$directory/build.log" || true
-exit $status
+bash scripts/ninja.sh "building" -C "$directory" "$@"

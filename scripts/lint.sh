@@ -1,27 +1,37 @@
 #!/bin/sh
-# Format, clang-tidy, and the TypeScript check of the declarations. The first
-# kind of complaint ends it. `lint.sh fix` puts the format right instead.
+# Checks the format with clang-format, then the code with clang-tidy, then the
+# declarations with TypeScript, and ends at the first check that fails.
+# `lint.sh fix` formats the sources instead.
 set -eu
 cd "$(dirname "$0")/.."
 
 sh scripts/ready.sh
-sources=$(find src tests bench -name '*.cpp' -o -name '*.h' 2>/dev/null | sort)
+sources=$(find src tests bench -name '*.cpp' -o -name '*.h' | sort)
 # shellcheck disable=SC2086
 if [ "${1:-}" = fix ]; then
   clang-format -i $sources
   exit
-else
-  clang-format --dry-run --Werror $sources
 fi
 
-cmake --preset release >/dev/null
-complaints=$(mktemp)
-trap 'rm -f "$complaints"' EXIT
-trap 'exit 130' INT TERM
-if ! sed -n 's/^ *"file": "\(.*\)".*/\1/p' build/compile_commands.json | sort -u |
-  xargs -P "$(nproc)" -n 4 clang-tidy -p build --quiet >"$complaints" 2>&1; then
-  grep -v 'warnings* generated' "$complaints" >&2
+echo 'ostler: checking the format with clang-format'
+# shellcheck disable=SC2086
+if ! clang-format --dry-run --Werror $sources; then
+  echo "ostler: version 14 decides the format; this is $(clang-format --version)." >&2
+  echo 'ostler: run `sh scripts/lint.sh fix`. If two versions disagree, write the line so that both keep it.' >&2
   exit 1
 fi
 
+echo 'ostler: checking the code with clang-tidy, which takes some minutes'
+cmake --preset release >/dev/null
+# A file of rules, so that ninja runs the checks in parallel and counts them.
+{
+  echo 'rule tidy'
+  echo '  command = clang-tidy -p . --quiet $in >$out 2>&1 || { grep -v "warnings* generated" $out; exit 1; }'
+  for source in $(find src tests -name '*.cpp' | sort); do echo "build tidy/$source: tidy ../$source"; done
+} >build/lint.ninja
+rm -rf build/tidy
+bash scripts/ninja.sh 'clang-tidy' -C build -f lint.ninja -k 0
+
+echo 'ostler: checking the declarations with TypeScript'
 node_modules/.bin/tsc -p tests/types
+echo 'ostler: lint found nothing'

@@ -33,7 +33,11 @@ lacking=$(missing $packages)
 
 as_root=
 if [ "$(id -u)" -ne 0 ]; then
-  command -v sudo >/dev/null || { echo "ostler: run this as root, or install sudo. Missing:$lacking" >&2; exit 1; }
+  if ! { command -v sudo && sudo true; } >/dev/null; then
+    echo "ostler: missing packages:$lacking" >&2
+    echo 'ostler: run "npm run setup" as root, then this command again as yourself' >&2
+    exit 1
+  fi
   as_root=sudo
 fi
 echo "ostler: installing$lacking"
@@ -60,7 +64,7 @@ libei_for_debian_12() {
 
 # shellcheck disable=SC2086
 if [ "$ID-$VERSION_ID" = debian-12 ] && [ -n "$(missing $ei)" ]; then
-  lacking=$(missing $build $run $test $lint)
+  lacking=$(missing $build $run $test $lint $bench)
   [ -z "$lacking" ] || apt install -y --no-install-recommends $lacking
   libei_for_debian_12
 else

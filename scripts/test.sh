@@ -9,4 +9,5 @@ sh scripts/build.sh "$preset"
 if [ "$preset" = release ]; then directory=build; else directory=build-$preset; fi
 # Under ThreadSanitizer only what has threads is worth the time.
 [ "$preset" != tsan ] || set -- -L tsan "$@"
-sh scripts/x11-only.sh ctest --test-dir "$directory" --output-on-failure --no-tests=error -j 2 "$@"
+sh scripts/x11-only.sh ctest --test-dir "$directory" --output-on-failure --no-tests=error \
+  --no-label-summary -j 2 "$@"

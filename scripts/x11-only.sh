@@ -1,10 +1,9 @@
 #!/bin/sh
-# Runs a command such that it does not see the Wayland compositor of the person
+# Runs a command such that it does not see the Wayland compositor of the user
 # who runs it: x11-only.sh COMMAND [ARGUMENT...]
 #
-# ostler prefers a compositor whose socket stands in /run/user/UID to any X
-# server, so tests and the demo would open the portal's dialog on the person's
-# own desktop. A user namespace gives the command a uid that has no desktop.
+# ostler prefers a compositor whose socket is in /run/user/UID to any X server,
+# so tests and the demo would open the portal's dialog on the user's own desktop. A user namespace gives the command a uid that has no desktop.
 set -eu
 
 uid=$(id -u)

@@ -1,7 +1,7 @@
 'use strict';
 // The program in the demo's terminal: it shows what reaches it from pointer and
-// keyboard, and tells the tour over the socket that is its first argument. It
-// knows nothing of the addon: it is any program that a person could use.
+// keyboard, and reports it to the tour over the socket that is its first argument. It
+// knows nothing of the addon, as any program that a user runs.
 
 const net = require('node:net');
 
@@ -60,7 +60,7 @@ function showCounts() {
 function pointer(code, x, y, pressed) {
   const column = 1 + Math.floor(x / state.cell.width), row = 1 + Math.floor(y / state.cell.height);
   if (code >= 64) {
-    // xterm tells releases of the horizontal wheel too.
+    // xterm reports releases of the horizontal wheel too.
     if (pressed) ++state.wheel[['up', 'down', 'left', 'right'][code - 64]];
   } else if (code & 32) {
     if ((code & 3) === 3) plot(x, y, CYAN);
@@ -139,7 +139,7 @@ function read(data) {
 }
 
 // The tour's wishes: where text goes next, a note, or the mouse for itself, so
-// that the terminal selects text as it does for a person.
+// that the terminal selects text as it does for a user.
 function obey({ into, note, mouse }) {
   if (into) {
     focus = into;

@@ -1,5 +1,5 @@
 'use strict';
-// The demo on the desktop that a person is using: it moves the pointer and
+// The demo on the desktop that the user is working on: it moves the pointer and
 // looks, but clicks nothing, and types only when asked to.
 
 const { setTimeout: sleep } = require('node:timers/promises');

@@ -1,6 +1,6 @@
 'use strict';
 // Starts an X server of the demo's own and the tour on it; with --here the demo
-// for the desktop that the person is in.
+// for the session that the user is in.
 
 const { spawn } = require('node:child_process');
 const { once } = require('node:events');

@@ -10,7 +10,7 @@ const ostler = require('../..');
 const { step, takePictures } = require('./steps');
 const { Terminal } = require('./terminal');
 
-// Letters, Greek, a currency, and signs that need Shift. Nothing from U+0080 to
+// Letters, Greek, a currency, and punctuation that needs Shift. Nothing from U+0080 to
 // U+00FF, which terminals of this kind cannot be typed (see the README's limits).
 const LINE = 'Hello, Linux! (2 < 3) & "Καλημέρα, κόσμε" costs €42 {~50%} #1 ŁĘĆ';
 const PASTED = 'déjà vu, señor Ångström? «Ja, für 42 €»';
@@ -71,10 +71,10 @@ function beginningInCommon(one, other) {
   return length;
 }
 
-// A program that is late can miss a sign that no key bears. A careful host
-// looks at what arrived, takes back what is wrong and types it again, in
-// shorter pieces. A letter at the end, which cannot be missed, tells when all
-// of a piece has arrived.
+// A slow program can miss a character that no key has. A careful host looks at
+// what arrived, takes back what is wrong and types it again, in shorter pieces.
+// A letter at the end, which cannot be missed, shows when all of a piece has
+// arrived.
 async function typeLine(terminal) {
   const wanted = [...LINE];
   const end = 'q';
@@ -88,7 +88,7 @@ async function typeLine(terminal) {
     const rest = wanted.slice(0, good).join('');
     await terminal.until('backspace', ({ fields }) => fields.typed === rest);
     if (good === wanted.length) {
-      return `${good} characters${attempt > 1 ? `; the terminal was late, which took ${attempt} pieces` : ''}`;
+      return `${good} characters${attempt > 1 ? `; the terminal was slow, which took ${attempt} pieces` : ''}`;
     }
   }
   throw new Error(`the terminal got ${terminal.state.fields.typed}`);
@@ -135,21 +135,21 @@ async function clipboard(terminal) {
 }
 
 async function interruption(terminal) {
-  await step('a person presses Escape', async () => {
-    const person = fork(path.join(__dirname, 'person.js'));
-    const gone = once(person, 'exit').then(() => { throw new Error('the person has gone'); });
-    gone.catch(() => {});  // also when it is let go
+  await step('the user presses Escape', async () => {
+    const user = fork(path.join(__dirname, 'user.js'));
+    const ended = once(user, 'exit').then(() => { throw new Error('the process of the user ended'); });
+    ended.catch(() => {});  // it also ends when it is no longer needed
     const text = 'the quick brown fox jumps over the lazy dog '.repeat(40);
     let calls = 0;
-    await Promise.race([once(person, 'message'), gone]);
+    await Promise.race([once(user, 'message'), ended]);
     await terminal.into('stopped');
     if (!ostler.lock(() => ++calls)) throw new Error('the watcher does not run');
     try {
-      const pressed = once(person, 'message');
-      person.send({ after: 700 });
+      const pressed = once(user, 'message');
+      user.send({ after: 700 });
       ostler.type(text);
       const stopped = Date.now();
-      const [{ at }] = await Promise.race([pressed, gone]);
+      const [{ at }] = await Promise.race([pressed, ended]);
       await sleep(300);  // for the terminal to show the last of it
       const out = terminal.state.fields.stopped.length;
       if (out === 0 || !text.startsWith(terminal.state.fields.stopped)) throw new Error('the text is not a beginning');
@@ -160,7 +160,7 @@ async function interruption(terminal) {
       return result;
     } finally {
       ostler.unlock();
-      person.disconnect();
+      user.disconnect();
     }
   });
 }

@@ -18,7 +18,9 @@ const { startXvfb } = require('../support/xvfb');
 let server, host, witness;
 before(async () => {
   // A key of a person who is slow does not repeat at once.
-  server = await startXvfb({ options: ['-ardelay', '2000'] });
+  // A test below connects to its socket by path.
+  server = await startXvfb({ options: ['-ardelay', '2000', '-listen', 'unix'] });
+  process.once('exit', () => fs.rmSync(`/tmp/.X11-unix/X${server.display.slice(1)}`, { force: true }));
   witness = await startWitness(server.env);
   host = await startHost(server.env);
 });

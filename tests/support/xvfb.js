@@ -15,8 +15,10 @@ function x11Environment(display, runtimeDirectory) {
 async function startXvfb({ screen = '1280x720x24', options = [] } = {}) {
   const runtimeDirectory = temporaryDirectory();
   // -noreset: a server that resets when its last client leaves can refuse the next one.
+  // -nolisten unix: leaves the abstract socket, which vanishes even when the server is killed.
   const server = spawn(
-    ...bound('Xvfb', '-displayfd', '3', '-screen', '0', screen, '-noreset', '-nolisten', 'tcp', ...options),
+    ...bound('Xvfb', '-displayfd', '3', '-screen', '0', screen, '-noreset', '-nolisten', 'tcp',
+      '-nolisten', 'unix', ...options),
     { stdio: ['ignore', 'ignore', 'ignore', 'pipe'] });
   const exited = endOf(server);
   const number = await new Promise((resolve, reject) => {

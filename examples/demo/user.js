@@ -1,5 +1,5 @@
 'use strict';
-// A person at the keyboard, for the tour: another process with a connection of
+// A user at the keyboard, for the tour: another process with a connection of
 // its own, whose Escape is no different from one on a real keyboard.
 
 const ostler = require('../..');
