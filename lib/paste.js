@@ -9,7 +9,7 @@ const patience = 2000;          // in milliseconds
 // takes it a moment after the call.
 async function setClipboardAndWait(text, { request, pause }) {
   const expected = Buffer.from(text.split('\0', 1)[0]).toString();
-  if (Buffer.byteLength(expected) > longest) throw new RangeError('The text is longer than the 1 MB that can be pasted.');
+  if (Buffer.byteLength(expected) > longest) throw new RangeError('The text is longer than 1 MB.');
   await request('setClipboard', text);
   const deadline = performance.now() + patience;
   while (await request('getClipboard') !== expected) {

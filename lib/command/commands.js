@@ -47,7 +47,7 @@ const commands = {
     },
     async run(desktop, { file, wanted }) {
       const picture = await desktop.screenshot(wanted);
-      if (picture === null) throw new Error('There is no picture: the region is outside the desktop, or it shows none.');
+      if (picture === null) throw new Error('There is no picture. Is the region on the desktop?');
       fs.writeFileSync(file, picture);
       return { data: { file, bytes: picture.length } };
     },

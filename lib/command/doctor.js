@@ -45,8 +45,10 @@ function portalVersion(name) {
   return undefined;
 }
 
-// `works` is what the check stands for; a check that is not `ok` has a `remedy`.
+// A check that is not `ok` has a `remedy`.
 const check = (name, ok, detail, remedy) => ({ name, ok, detail, ...(ok ? {} : { remedy }) });
+
+const checkFound = (name, found, debian) => check(name, found, found ? 'found' : 'not found', `install ${debian}`);
 
 async function checkX11() {
   try {
@@ -65,8 +67,8 @@ function checkWayland() {
     return check(`portal ${name}`, version !== undefined, version ? `version ${version}` : 'does not answer',
       `for ${what}: install xdg-desktop-portal and the backend of the desktop, such as xdg-desktop-portal-gnome`);
   });
-  const libraries = Object.entries(waylandLibraries).map(([library, debian]) => check(
-    library, isLoadable(library), isLoadable(library) ? 'found' : 'not found', `install ${debian}`));
+  const libraries = Object.entries(waylandLibraries).map(
+    ([library, debian]) => checkFound(library, isLoadable(library), debian));
   return [...libraries, ...portals];
 }
 
@@ -84,7 +86,7 @@ async function examine() {
     addon = check('addon', false, `${error.message} ${error.cause?.message ?? ''}`.trim(),
       'install libx11-6 libxcb1 libxtst6 libjpeg62-turbo (Ubuntu: libjpeg-turbo8) libpng16-16');
   }
-  const xclip = check('xclip', isProgram('xclip'), isProgram('xclip') ? 'found' : 'not found', 'install xclip');
+  const xclip = checkFound('xclip', isProgram('xclip'), 'xclip');
   const backend = !addon.ok ? [] : kind === 'x11' ? [await checkX11()] : kind === 'wayland' ? checkWayland() : [];
 
   const checks = [session, addon, ...backend, xclip];
@@ -104,7 +106,8 @@ async function examine() {
 async function doctor() {
   const data = await examine();
   const lines = [
-    ...data.checks.map(({ name, ok, detail, remedy }) => `${ok ? 'ok  ' : 'FAIL'}  ${name}: ${detail}${ok ? '' : `: ${remedy}`}`),
+    ...data.checks.map(({ name, ok, detail, remedy }) =>
+      `${ok ? 'ok  ' : 'FAIL'}  ${name}: ${detail}${ok ? '' : `: ${remedy}`}`),
     ...Object.entries(data.works).map(([what, works]) => `${works ? 'works       ' : 'does not work'} ${what}`),
   ];
   return { text: lines.join('\n'), data, failed: !data.works['input and screenshots'] };

@@ -51,7 +51,9 @@ function parse(name, words) {
   if (options.help || options.version) return { options };
   const positionals = parsed.positionals.map(plain);
   const [least, most] = command.words;
-  if (positionals.length < least || positionals.length > most) throw new UsageError(`usage: ostler ${name} ${command.usage}`);
+  if (positionals.length < least || positionals.length > most) {
+    throw new UsageError(`usage: ostler ${name} ${command.usage}`);
+  }
   return { command, options, values: command.read ? command.read(positionals, options) : positionals };
 }
 
@@ -80,7 +82,9 @@ async function runScript([file]) {
       count++;
       const [name, ...words] = splitLine(line);
       if (name === undefined) continue;
-      if (!Object.hasOwn(commands, name) || name === 'watch') throw new UsageError(`there is no command "${name}" in a script`);
+      if (!Object.hasOwn(commands, name) || name === 'watch') {
+        throw new UsageError(`there is no command "${name}" in a script`);
+      }
       const parsed = parse(name, words);
       if (!parsed.command) throw new UsageError('--help and --version are not for scripts');
       desktop ??= await openDesktop();

@@ -38,7 +38,8 @@ it('fills in a form in a GTK window', async () => {
 
 it('fills in a form by a script', async () => {
   const form = start('yad', '--form', '--mouse', '--field=Name', '--field=City');
-  await waitUntil(() => spawnSync('xdotool', ['search', '--onlyvisible', '--class', 'yad'], { env: server.env }).status === 0);
+  const search = ['search', '--onlyvisible', '--class', 'yad'];
+  await waitUntil(() => spawnSync('xdotool', search, { env: server.env }).status === 0);
   const run = start(path.join(root, 'bin', 'ostler.js'), 'run', path.join(root, 'examples', 'form.ostler'));
   assert.strictEqual(await run.ended, 0, run.output());
   assert.strictEqual(await form.ended, 0);

@@ -31,8 +31,9 @@ it('opens after the dialog, goes on after an aborted text, and closes the sessio
   await waitUntil(() => presses(30) > 3);
   controller.abort();
   await assert.rejects(typing, { name: 'AbortError' });
-  await desktop.type('b');
+  await desktop.type('b😀');
   await waitUntil(() => presses(48) === 1);
+  assert.ok(session.record().some((line) => line.endsWith('{}, 16905728, 0)')));
   assert.ok(presses(30) < 1500);
   await desktop.close();
   await waitUntil(() => session.record().some((line) => line.startsWith('Session.Close')));

@@ -9,7 +9,8 @@ const helperFile = path.join(__dirname, '..', '..', 'lib', 'helper.js');
 function helpersOf(pid) {
   const children = fs.readdirSync(`/proc/${pid}/task`).flatMap(
     (task) => fs.readFileSync(`/proc/${pid}/task/${task}/children`, 'latin1').split(' ').filter(Boolean));
-  return children.filter((child) => fs.readFileSync(`/proc/${child}/cmdline`, 'latin1').includes(helperFile)).map(Number);
+  const command = (child) => fs.readFileSync(`/proc/${child}/cmdline`, 'latin1');
+  return children.filter((child) => command(child).includes(helperFile)).map(Number);
 }
 
 const isAlive = (pid) => fs.existsSync(`/proc/${pid}/exe`);
