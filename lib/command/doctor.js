@@ -89,10 +89,12 @@ async function examine() {
   const xclip = checkFound('xclip', isProgram('xclip'), 'xclip');
   const backend = !addon.ok ? [] : kind === 'x11' ? [await checkX11()] : kind === 'wayland' ? checkWayland() : [];
 
-  const checks = [session, addon, ...backend, xclip];
+  const display = Boolean(process.env.DISPLAY);
+  const xwayland = kind === 'wayland' ? [check('Xwayland', display, process.env.DISPLAY ?? 'no DISPLAY',
+    'for the clipboard, which is the X11 one: start Xwayland and set DISPLAY')] : [];
+  const checks = [session, addon, ...backend, ...xwayland, xclip];
   // Without libei the portal's own methods take the input.
   const opens = kind !== 'none' && addon.ok && backend.every(({ ok, name }) => ok || name === 'libei.so.1');
-  const display = Boolean(process.env.DISPLAY);
   return {
     checks,
     works: {
