@@ -1,0 +1,118 @@
+'use strict';
+
+const { spawnSync } = require('node:child_process');
+const fs = require('node:fs');
+const path = require('node:path');
+const { openDesktop } = require('../promises');
+const { compositorSocket, sessionKind } = require('../session');
+
+const waylandLibraries = {
+  'libglib-2.0.so.0': 'libglib2.0-0', 'libgobject-2.0.so.0': 'libglib2.0-0', 'libgio-2.0.so.0': 'libglib2.0-0',
+  'libpipewire-0.3.so.0': 'libpipewire-0.3-0', 'libei.so.1': 'libei1',
+};
+
+// Whether the dynamic linker finds a library. Node refuses every one that is no
+// addon, but tells these two failures apart.
+function isLoadable(library) {
+  try {
+    process.dlopen({ exports: {} }, library);
+  } catch (error) {
+    return !error.message.includes('cannot open shared object file');
+  }
+  return true;
+}
+
+const isProgram = (name) => (process.env.PATH ?? '').split(':').some((directory) => {
+  try {
+    fs.accessSync(path.join(directory, name), fs.constants.X_OK);
+    return true;
+  } catch {
+    return false;
+  }
+});
+
+function portalVersion(name) {
+  const service = 'org.freedesktop.portal.Desktop', object = '/org/freedesktop/portal/desktop';
+  const get = 'org.freedesktop.DBus.Properties.Get', property = [`org.freedesktop.portal.${name}`, 'version'];
+  for (const [program, ...args] of [
+    ['gdbus', 'call', '--session', '--dest', service, '--object-path', object, '--method', get, ...property],
+    ['dbus-send', '--session', '--print-reply=literal', `--dest=${service}`, object, get,
+      ...property.map((value) => `string:${value}`)],
+  ]) {
+    const { status, stdout } = spawnSync(program, args, { encoding: 'utf8', timeout: 5000 });
+    if (status === 0) return /uint32 (\d+)/.exec(stdout)?.[1];
+  }
+  return undefined;
+}
+
+// A check that is not `ok` has a `remedy`.
+const check = (name, ok, detail, remedy) => ({ name, ok, detail, ...(ok ? {} : { remedy }) });
+
+const checkFound = (name, found, debian) => check(name, found, found ? 'found' : 'not found', `install ${debian}`);
+
+async function checkX11() {
+  try {
+    const desktop = await openDesktop({ signal: AbortSignal.timeout(10000) });
+    const { width, height } = await desktop.display();
+    await desktop.close();
+    return check('X server', true, `${process.env.DISPLAY}, ${width}x${height}`);
+  } catch (error) {
+    return check('X server', false, error.message, 'set DISPLAY, and XAUTHORITY where the server asks for it');
+  }
+}
+
+function checkWayland() {
+  const portals = [['RemoteDesktop', 'input'], ['ScreenCast', 'pictures']].map(([name, what]) => {
+    const version = portalVersion(name);
+    return check(`portal ${name}`, version !== undefined, version ? `version ${version}` : 'does not answer',
+      `for ${what}: install xdg-desktop-portal and the backend of the desktop, such as xdg-desktop-portal-gnome`);
+  });
+  const libraries = Object.entries(waylandLibraries).map(
+    ([library, debian]) => checkFound(library, isLoadable(library), debian));
+  return [...libraries, ...portals];
+}
+
+// What a session would find here. It opens none on Wayland, so no dialog appears.
+async function examine() {
+  const kind = sessionKind(process.env);
+  const session = check('session', kind !== 'none', kind === 'wayland' ?
+    `Wayland, ${compositorSocket(process.env) ?? process.env.WAYLAND_DISPLAY ?? 'by XDG_SESSION_TYPE'}` :
+    kind === 'x11' ? 'X11' : 'none', 'start this in an X11 or Wayland session');
+  let addon;
+  try {
+    require('../..');
+    addon = check('addon', true, 'loads');
+  } catch (error) {
+    addon = check('addon', false, `${error.message} ${error.cause?.message ?? ''}`.trim(),
+      'install libx11-6 libxcb1 libxtst6 libjpeg62-turbo (Ubuntu: libjpeg-turbo8) libpng16-16');
+  }
+  const xclip = checkFound('xclip', isProgram('xclip'), 'xclip');
+  const backend = !addon.ok ? [] : kind === 'x11' ? [await checkX11()] : kind === 'wayland' ? checkWayland() : [];
+
+  const display = Boolean(process.env.DISPLAY);
+  const xwayland = kind === 'wayland' ? [check('Xwayland', display, process.env.DISPLAY ?? 'no DISPLAY',
+    'for the clipboard, which is the X11 one: start Xwayland and set DISPLAY')] : [];
+  const checks = [session, addon, ...backend, ...xwayland, xclip];
+  // Without libei the portal's own methods take the input.
+  const opens = kind !== 'none' && addon.ok && backend.every(({ ok, name }) => ok || name === 'libei.so.1');
+  return {
+    checks,
+    works: {
+      'input and screenshots': opens, 'reading the clipboard': addon.ok && display,
+      'writing the clipboard and paste': addon.ok && display && xclip.ok,
+      'stopping with Escape': opens && kind === 'x11',
+    },
+  };
+}
+
+async function doctor() {
+  const data = await examine();
+  const lines = [
+    ...data.checks.map(({ name, ok, detail, remedy }) =>
+      `${ok ? 'ok  ' : 'FAIL'}  ${name}: ${detail}${ok ? '' : `: ${remedy}`}`),
+    ...Object.entries(data.works).map(([what, works]) => `${works ? 'works       ' : 'does not work'} ${what}`),
+  ];
+  return { text: lines.join('\n'), data, failed: !data.works['input and screenshots'] };
+}
+
+module.exports = { doctor };

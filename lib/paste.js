@@ -1,0 +1,34 @@
+'use strict';
+
+const { sleep } = require('./wait');
+
+const longest = (1 << 20) - 1;  // bytes of a text that the clipboard gives back
+const patience = 2000;          // in milliseconds
+
+// Sets the clipboard and waits until it gives the text back, because xclip
+// takes it a moment after the call.
+async function setClipboardAndWait(text, { request, pause }) {
+  const expected = Buffer.from(text.split('\0', 1)[0]).toString();
+  if (Buffer.byteLength(expected) > longest) throw new RangeError('The text is longer than 1 MB.');
+  await request('setClipboard', text);
+  const deadline = performance.now() + patience;
+  while (await request('getClipboard') !== expected) {
+    if (performance.now() > deadline) throw new Error('The clipboard did not take the text. Install xclip.');
+    await pause(10);
+  }
+}
+
+// Pastes a text by key combination, and gives the clipboard its old text back.
+async function paste(text, { combo = 'ctrl+v', restoreAfter = 500 }, { request, requestAlways, pause }) {
+  if (text === '') return;
+  const old = await request('getClipboard');
+  try {
+    await setClipboardAndWait(text, { request, pause });
+    await request('key', combo);
+    await pause(restoreAfter);
+  } finally {
+    await setClipboardAndWait(old, { request: requestAlways, pause: sleep }).catch(() => {});
+  }
+}
+
+module.exports = { paste, setClipboardAndWait };

@@ -1,0 +1,121 @@
+'use strict';
+// The command on an X server: what it prints, does and ends with.
+
+const assert = require('node:assert');
+const { execFileSync, spawn } = require('node:child_process');
+const { once } = require('node:events');
+const fs = require('node:fs');
+const path = require('node:path');
+const { after, before, it } = require('node:test');
+const { version } = require('../../package.json');
+const { endOf, temporaryDirectory } = require('../support/children');
+const { decodePng } = require('../support/png');
+const { waitUntil } = require('../support/wait');
+const { startWitness, textOf } = require('../support/witness');
+const { startXvfb } = require('../support/xvfb');
+
+const directory = temporaryDirectory();
+const file = (name) => path.join(directory, name);
+
+let server, witness;
+before(async () => {
+  server = await startXvfb();
+  witness = await startWitness(server.env);
+});
+after(() => witness.stop().finally(server.stop));
+
+const start = (args, env = server.env) =>
+  spawn(path.join(__dirname, '..', '..', 'bin', 'ostler.js'), args, { env, stdio: ['pipe', 'pipe', 'pipe'] });
+
+// Runs the command; gives [exit code, output, complaints].
+async function ostler(args, { input = '', env } = {}) {
+  const child = start(args, env);
+  const texts = ['', ''];
+  [child.stdout, child.stderr].forEach((stream, i) => stream.on('data', (data) => { texts[i] += data; }));
+  child.stdin.on('error', () => {}).end(input);
+  endOf(child);
+  const [code] = await once(child, 'close');
+  return [code, ...texts];
+}
+
+it('prints what the desktop answers', async () => {
+  for (const [args, expected, input] of [
+    [['--version'], `${version}\n`],
+    [['run'], '10 20\n1280x720\n', 'move 10 20  # in one session\n\ncursor\ndisplay\n'],
+    [['cursor', '--json'], '{"x":10,"y":20}\n'],
+    [['clipboard', 'Grüße'], ''],
+    [['clipboard', '--json'], '{"text":"Grüße"}\n'],
+  ]) assert.deepStrictEqual(await ostler(args, { input }), [0, expected, ''], args.join(' '));
+  const [code, output] = await ostler(['key', '--help']);
+  assert.ok(code === 0 && output.startsWith('ostler key COMBO...'));
+});
+
+it('sends input, with words quoted as in a shell', async () => {
+  await witness.events();
+  const script = `click 5 6 --button right --count 2\nscroll 7 8 0 -1\ndrag 1 1 9 9\ntype 'to o' many`;
+  assert.deepStrictEqual(await ostler(['run'], { input: script }),
+    [2, '', 'ostler: line 4: usage: ostler type TEXT|-\n']);
+  const quoted = `clipboard 'a "b'"c\\"#"\\ d#e # a comment\nclipboard\ntype "in one"\nkey ctrl+x ctrl+y\n`;
+  assert.deepStrictEqual(await ostler(['run'], { input: quoted }), [0, 'a "bc"# d#e\n', '']);
+  await ostler(['type', '-'], { input: 'from the input' });
+  const events = await witness.events();
+  assert.strictEqual(textOf(events), 'in onexyfrom the input');
+  const presses = events.filter(({ kind, down }) => kind === 'button' && down).map(({ button, x }) => [button, x]);
+  assert.deepStrictEqual(presses, [[3, 5], [3, 5], [4, 7], [1, 1]]);
+});
+
+it('takes pictures', async () => {
+  for (const [name, options, size] of [
+    ['a.jpg', ['--quality', '0.1'], [0xff, 0xd8]], ['b.png', ['--region', '1,2,30,40'], [30, 40]],
+    ['c.PNG', ['--size', '64x36'], [64, 36]],
+  ]) {
+    const [code, output] = await ostler(['screenshot', file(name), '--json', ...options]);
+    const bytes = fs.readFileSync(file(name));
+    assert.deepStrictEqual([code, JSON.parse(output)], [0, { file: file(name), bytes: bytes.length }]);
+    const { width, height } = name === 'a.jpg' ? { width: bytes[0], height: bytes[1] } : decodePng(bytes);
+    assert.deepStrictEqual([width, height], size);
+  }
+});
+
+it('ends with 2 for a wrong usage and with 1 when the desktop refuses', async () => {
+  const nowhere = { ...server.env, DISPLAY: '' };
+  for (const [code, args, complaint, options] of [
+    [2, [], /a command is missing/], [2, ['nonsense'], /no command "nonsense"/],
+    [2, ['move', '1'], /usage: ostler move X Y/],
+    [2, ['move', '1', 'x'], /Y is a number/], [2, ['click', '1', '2', '--button', 'thumb'], /--button/],
+    [2, ['screenshot', 'a.gif'], /\.png or \.jpg/], [2, ['cursor', '--color'], /--color/],
+    [2, ['run'], /line 2: there is no command "watch" in/, { input: '# first\nwatch' }],
+    [2, ['run'], /line 1: ' without/, { input: "type 'a" }],
+    [1, ['key', 'ctrl+foo'], /Unsupported key combo part/],
+    [1, ['run'], /line 3: Unsupported/, { input: '\ncursor\nkey foo\nmove 0 0' }],
+    [1, ['run', file('none')], /ENOENT/],
+    [1, ['cursor'], /Unable to open the X11 display/, { env: nowhere }],
+  ]) {
+    const [ended, , complaints] = await ostler(args, options);
+    assert.strictEqual(ended, code, args.join(' '));
+    assert.match(complaints, complaint);
+  }
+});
+
+it('tells what works and what to install', async () => {
+  fs.symlinkSync(process.execPath, file('node'));
+  const [code, output] = await ostler(['doctor', '--json'], { env: { ...server.env, PATH: `${directory}:/no` } });
+  const { checks, works } = JSON.parse(output);
+  assert.strictEqual(code, 0);
+  assert.deepStrictEqual(Object.values(works), [true, true, false, true]);
+  assert.deepStrictEqual(checks.map(({ remedy }) => remedy ?? ''), ['', '', '', 'install xclip']);
+  const { DISPLAY, ...rest } = server.env;
+  assert.strictEqual((await ostler(['doctor'], { env: { ...rest, XDG_SESSION_TYPE: '' } }))[0], 1);
+});
+
+it('prints a line for each Escape, until nobody reads them', async () => {
+  const child = start(['watch']);
+  const ended = endOf(child);
+  const press = () => execFileSync('xdotool', ['key', 'Escape'], { env: server.env });
+  let lines = '';
+  child.stdout.on('data', (data) => { lines += data; });
+  await waitUntil(() => { press(); return lines.includes('Z\n'); });
+  child.stdout.destroy();
+  await waitUntil(() => { press(); return child.exitCode !== null; });
+  assert.deepStrictEqual(await ended, [0, null]);
+});

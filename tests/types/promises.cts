@@ -1,0 +1,3 @@
+import promises = require('ostler/promises');
+
+export const opened: Promise<promises.Desktop> = promises.openDesktop();

@@ -1,0 +1,25 @@
+// A host of the promise API, mistakes included.
+import { AbortError, openDesktop, type Desktop, type DesktopEnd } from 'ostler/promises';
+
+export async function host(signal: AbortSignal): Promise<DesktopEnd> {
+  await using desktop: Desktop = await openDesktop({ env: process.env, signal, timeout: 5000 });
+  await desktop.click(100, 200, 'left', 1, { signal });
+  await desktop.click({ x: 1, y: 2, count: 2, timeout: 50 });
+  await desktop.type('text', { timeout: 1000 });
+  const png: Buffer | null = await desktop.screenshot({ format: 'png', width: 1280, height: 720 });
+  // @ts-expect-error: there may be no picture
+  png.length;
+  // @ts-expect-error: there is no such format
+  await desktop.screenshot({ format: 'gif' });
+  // @ts-expect-error: a listener takes the place of lock
+  await desktop.lock(() => {});
+  const stop = await desktop.onEscape((time: number) => time);
+  await stop();
+  for await (const time of desktop.escapePresses({ signal })) if (time > 0) break;
+  const { x }: { x: number } = await desktop.cursorPosition({ signal }).catch((error: unknown) => {
+    if (error instanceof AbortError) return { x: 0, y: 0 };
+    throw error;
+  });
+  await desktop.waitForStill({ region: { x, y: 0, width: 9, height: 9 }, quiet: 100 });
+  return desktop.closed;
+}
