@@ -24,15 +24,19 @@ function declaredMembers(name) {
 test('the declarations name the methods that the addon has, in the order in which it has them', async () => {
   const host = await startHost(process.env);
   assert.deepEqual(declaredMembers('Ostler'), await host.run((addon) => Object.keys(addon)));
+  const module = fs.readFileSync(path.join(root, 'index.d.mts'), 'utf8');
+  assert.deepEqual([...module.matchAll(/^export declare const (\w+)/gm)].map(([, name]) => name), declaredMembers('Ostler'));
   assert.deepEqual(declaredMembers('Capabilities'), await host.run((addon) => Object.keys(addon.capabilities())));
   await host.stop();
 });
 
-test('require and import give the addon itself', { skip: !isRelease }, () => {
+test('require and import give the addon itself, import also its methods', { skip: !isRelease }, () => {
   // A package can load itself by its name.
-  const script = `import ostler from 'ostler'; import { createRequire } from 'node:module';
+  const script = `import * as imported from 'ostler'; import { createRequire } from 'node:module';
     const require = createRequire(process.cwd() + '/index.js');
-    console.log(ostler === require('ostler'), ostler === require('./build/ostler.node'))`;
+    const addon = require('./build/ostler.node');
+    const { default: ostler, ...methods } = imported;
+    console.log(ostler === addon, require('ostler') === addon, require('node:util').isDeepStrictEqual(methods, { ...addon }))`;
   const output = execFileSync(process.execPath, ['--input-type=module', '-e', script], { cwd: root, encoding: 'utf8' });
-  assert.equal(output, 'true true\n');
+  assert.equal(output, 'true true true\n');
 });
