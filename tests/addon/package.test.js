@@ -7,6 +7,7 @@ const fs = require('node:fs');
 const path = require('node:path');
 const { test } = require('node:test');
 const typescript = require('typescript');
+const { temporaryDirectory } = require('../support/children');
 const { startHost } = require('../support/host');
 
 const root = path.join(__dirname, '..', '..');
@@ -39,4 +40,55 @@ test('require and import give the addon itself, import also its methods', { skip
     console.log(ostler === addon, require('ostler') === addon, require('node:util').isDeepStrictEqual(methods, { ...addon }))`;
   const output = execFileSync(process.execPath, ['--input-type=module', '-e', script], { cwd: root, encoding: 'utf8' });
   assert.equal(output, 'true true true\n');
+});
+
+// The package without a build of the clone; `prebuilt` stands in for the addon.
+function installPackage(prebuilt) {
+  const directory = temporaryDirectory();
+  fs.copyFileSync(path.join(root, 'index.js'), path.join(directory, 'index.js'));
+  for (const target of ['linux-x64', 'linux-arm64']) {
+    fs.mkdirSync(path.join(directory, 'prebuilds', target), { recursive: true });
+    fs.writeFileSync(path.join(directory, 'prebuilds', target, 'ostler.node'), prebuilt);
+  }
+  return directory;
+}
+
+// The messages of the error that loading the package ends with and of its cause,
+// after `preparation` has run in the process.
+function failureOfLoading(directory, preparation = '') {
+  const script = `const set = (object, key, value) => Object.defineProperty(object, key, { value });
+    const failToLink = (message) => set(process, 'dlopen', () => { throw new Error(message); });
+    ${preparation}
+    try { require('./index.js'); } catch (error) { console.log(JSON.stringify([error.message, error.cause.message])); }`;
+  return JSON.parse(execFileSync(process.execPath, ['-e', script], { cwd: directory, encoding: 'utf8' }));
+}
+
+test('loading says what to do when it fails', () => {
+  const rows = [
+    ["set(process, 'platform', 'darwin')", 'ostler runs on Linux only, not on darwin.', /Cannot find module/],
+    ["set(process, 'arch', 'riscv64')",
+      'ostler has no build for riscv64 processors: use an x64 or arm64 machine, or build it from source.',
+      /Cannot find module/],
+    ["set(process.report, 'getReport', () => ({ header: {} })); failToLink('Error relocating')",
+      'ostler needs glibc, but this system has musl: use a distribution with glibc, such as Debian.',
+      /^Error relocating$/],
+    ["failToLink('libXtst.so.6: cannot open shared object file: No such file or directory')",
+      'ostler needs libXtst.so.6: install libxtst6 (Debian, Ubuntu), libXtst (Fedora) or libxtst (Arch).', /^libXtst/],
+    ["failToLink(\"/lib/libm.so.6: version `GLIBC_2.30' not found (required by /ostler.node)\")",
+      'ostler needs glibc 2.30 or later: use a newer release of this distribution.', /GLIBC/],
+  ];
+  const directory = installPackage('');
+  for (const [preparation, message, cause] of rows) {
+    const [actual, actualCause] = failureOfLoading(directory, preparation);
+    assert.equal(actual, message);
+    assert.match(actualCause, cause);
+  }
+});
+
+test('loading names the library that the linker does not find', { skip: !isRelease }, () => {
+  const addon = fs.readFileSync(process.env.OSTLER_ADDON, 'latin1');
+  const directory = installPackage(Buffer.from(addon.replace('libXtst.so.6', 'libXtst.so.7'), 'latin1'));
+  const [message, cause] = failureOfLoading(directory);
+  assert.equal(message, 'ostler needs libXtst.so.7: install the package that contains it.');
+  assert.match(cause, /^libXtst\.so\.7: /);
 });
