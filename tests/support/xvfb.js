@@ -11,12 +11,13 @@ function x11Environment(display, runtimeDirectory) {
   return { ...rest, DISPLAY: display, XDG_SESSION_TYPE: 'x11', XDG_RUNTIME_DIR: runtimeDirectory };
 }
 
-// Starts Xvfb; resolves to { display, env, stop }. `screen` is WxHxDEPTH.
-async function startXvfb({ screen = '1280x720x24', options = [] } = {}) {
+// Starts Xvfb; resolves to { display, env, stop }. `screen` is WxHxDEPTH, `enter`
+// the command that runs it elsewhere.
+async function startXvfb({ screen = '1280x720x24', options = [], enter = [] } = {}) {
   const runtimeDirectory = temporaryDirectory();
   // -noreset: a server that resets when its last client leaves can refuse the next one.
   const server = spawn(
-    ...bound('Xvfb', '-displayfd', '3', '-screen', '0', screen, '-noreset', '-nolisten', 'tcp', ...options),
+    ...bound(...enter, 'Xvfb', '-displayfd', '3', '-screen', '0', screen, '-noreset', '-nolisten', 'tcp', ...options),
     { stdio: ['ignore', 'ignore', 'ignore', 'pipe'] });
   const exited = endOf(server);
   const number = await new Promise((resolve, reject) => {
