@@ -12,7 +12,8 @@ for namespace in 'unshare --mount' 'unshare --user --map-root-user --mount'; do
   if $namespace true 2>/dev/null; then OSTLER_UNSHARE=$namespace; break; fi
 done
 [ -n "$OSTLER_UNSHARE" ] || {
-  echo 'ostler: this system allows no new namespaces (unshare), so nothing can be run on Debian 11: run this as root' >&2
+  echo 'ostler: no new mount namespace can be made (unshare --mount), so nothing can be run on Debian 11:' >&2
+  echo 'ostler: run this as root, and not in a chroot' >&2
   exit 1
 }
 

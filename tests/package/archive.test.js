@@ -9,6 +9,7 @@ const path = require('node:path');
 const { test } = require('node:test');
 const { temporaryDirectory } = require('../support/children');
 const { startHost } = require('../support/host');
+const { decodePng } = require('../support/png');
 const { startWitness, textOf } = require('../support/witness');
 const { startXvfb } = require('../support/xvfb');
 
@@ -55,13 +56,16 @@ const modules = {
     ${takePictures}`,
 };
 
+// Node exports a zlib, which a libpng that is not linked in uses: the bytes of a PNG differ.
+const pixelsAndJpeg = ([png, jpeg]) => [decodePng(Buffer.from(png, 'base64')).data, jpeg];
+
 // What a build with the distribution's shared codecs makes of the desktop.
 async function expectedPictures(env) {
   const host = await startHost(env);
   const pictures = await host.run((addon) => [-1, 0.75].map((quality) =>
     addon.screenshot('', null, [], 0, 0, 0, 0, 0, 0, quality).toString('base64')));
   await host.stop();
-  return pictures;
+  return pixelsAndJpeg(pictures);
 }
 
 async function withDesktop(enter, task) {
@@ -82,20 +86,21 @@ for (const [place, enter] of Object.entries(places)) {
       const directory = install(enter, version);
       for (const [type, script] of Object.entries(modules)) {
         const output = runNode(enter, version, directory, [`--input-type=${type}`, '-e', script], env);
-        assert.deepEqual(JSON.parse(output), expected, `${version}, ${type}`);
+        assert.deepEqual(pixelsAndJpeg(JSON.parse(output)), expected, `${version}, ${type}`);
       }
     }
   }));
 }
 
 test('takes the same pictures, moves and types on arm64', () => withDesktop(places['this machine'], async (env, witness) => {
-  const expected = await expectedPictures(env);
-  const directory = install(places['this machine'], 'node24');
+  const here = places['this machine'];
+  const directory = install(here, 'node24');
+  const expected = runNode(here, 'node24', directory, ['-e', modules.commonjs], env);
   await witness.events();
   const output = run(['qemu-aarch64-static', '-L', path.join(roots, 'linux-arm64', 'root'), node('node24-arm64'),
     '-e', `const { move, screenshot, type } = require('ostler'); move(123, 45); type('Hi'); ${takePictures}`],
   { cwd: directory, env });
-  assert.deepEqual(JSON.parse(output), expected);
+  assert.equal(output, expected);
   const events = await witness.events();
   assert.equal(textOf(events), 'Hi');
   const { x, y } = events.findLast(({ kind }) => kind === 'motion');
