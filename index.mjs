@@ -1,9 +1,12 @@
-import ostler from './index.js';
+import loaded from './load.js';
 
-export default ostler;
+if (loaded.error) throw loaded.error;
+const { addon } = loaded;
+
+export default addon;
 export const {
   click, move, drag, mouseDown, mouseUp, type, key, scroll, cursorPosition, display, screenshot, capabilities,
   listDisplays, listWindows, getActiveWindow, windowAtPoint, activateApplication, concealApplication,
   restoreApplication, activateWindow, concealWindow, restoreWindow, prepareForInput, getClipboard, setClipboard, lock,
   unlock, checkPermissions, requestPermissions,
-} = ostler;
+} = addon;

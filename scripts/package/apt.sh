@@ -10,7 +10,7 @@ apt=$PWD/build-package/apt
 cd "$OLDPWD"
 
 debian() {
-  apt-get -q -o "Dir::Etc::SourceList=$apt/sources.list" -o Dir::Etc::SourceParts=- -o "Dir::State::Lists=$apt/lists" \
+  apt-get -qq -o "Dir::Etc::SourceList=$apt/sources.list" -o Dir::Etc::SourceParts=- -o "Dir::State::Lists=$apt/lists" \
     -o "Dir::State::Status=$apt/status" -o "Dir::Cache=$apt/cache" -o APT::Sandbox::User=root -o Acquire::Languages=none \
     -o APT::Architecture=amd64 -o APT::Architectures::=amd64 -o APT::Architectures::=arm64 "$@"
 }

@@ -27,8 +27,8 @@ fetch "$libpng"
 fetch "$zlib" --tar-only
 
 # apt has verified the files.
-dpkg-source --no-check -x libjpeg-turbo_*.dsc libjpeg-turbo
-dpkg-source --no-check -x libpng1.6_*.dsc libpng
+dpkg-source --no-check -x libjpeg-turbo_*.dsc libjpeg-turbo >/dev/null
+dpkg-source --no-check -x libpng1.6_*.dsc libpng >/dev/null
 mkdir zlib
 tar -xf nodejs_*.orig.tar.xz -C zlib --strip-components=5 "$zlib_path"
 touch complete

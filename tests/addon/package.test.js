@@ -45,7 +45,9 @@ test('require and import give the addon itself, import also its methods', { skip
 // The package without a build of the clone; `prebuilt` stands in for the addon.
 function installPackage(prebuilt) {
   const directory = temporaryDirectory();
-  fs.copyFileSync(path.join(root, 'index.js'), path.join(directory, 'index.js'));
+  for (const file of ['index.js', 'index.mjs', 'load.js']) {
+    fs.copyFileSync(path.join(root, file), path.join(directory, file));
+  }
   for (const target of ['linux-x64', 'linux-arm64']) {
     fs.mkdirSync(path.join(directory, 'prebuilds', target), { recursive: true });
     fs.writeFileSync(path.join(directory, 'prebuilds', target, 'ostler.node'), prebuilt);
@@ -54,12 +56,16 @@ function installPackage(prebuilt) {
 }
 
 // The messages of the error that loading the package ends with and of its cause,
-// after `preparation` has run in the process.
+// after `preparation` has run in the process. require and import give the same
+// error, and a host that catches it goes on.
 function failureOfLoading(directory, preparation = '') {
   const script = `const set = (object, key, value) => Object.defineProperty(object, key, { value });
     const failToLink = (message) => set(process, 'dlopen', () => { throw new Error(message); });
     ${preparation}
-    try { require('./index.js'); } catch (error) { console.log(JSON.stringify([error.message, error.cause.message])); }`;
+    let required;
+    try { require('./index.js'); } catch (error) { required = error; }
+    import('./index.mjs').catch((imported) => setTimeout(() => console.log(JSON.stringify(
+      [required.message, required.cause.message, imported === required]))));`;
   return JSON.parse(execFileSync(process.execPath, ['-e', script], { cwd: directory, encoding: 'utf8' }));
 }
 
@@ -79,9 +85,10 @@ test('loading says what to do when it fails', () => {
   ];
   const directory = installPackage('');
   for (const [preparation, message, cause] of rows) {
-    const [actual, actualCause] = failureOfLoading(directory, preparation);
+    const [actual, actualCause, isImported] = failureOfLoading(directory, preparation);
     assert.equal(actual, message);
     assert.match(actualCause, cause);
+    assert.ok(isImported);
   }
 });
 
