@@ -42,7 +42,8 @@ function runNode(enter, version, directory, args, { DISPLAY = '', XDG_RUNTIME_DI
 function install(enter, version) {
   const directory = temporaryDirectory();
   fs.copyFileSync(archive, path.join(directory, 'ostler.tgz'));
-  runNode(enter, version, directory, [path.join(tools, 'npm', 'bin', 'npm-cli.js'), 'install', '--offline', './ostler.tgz']);
+  const npm = path.join(tools, 'npm', 'bin', 'npm-cli.js');
+  runNode(enter, version, directory, [npm, 'install', '--offline', './ostler.tgz']);
   return directory;
 }
 
@@ -92,8 +93,8 @@ for (const [place, enter] of Object.entries(places)) {
   }));
 }
 
-test('takes the same pictures, moves and types on arm64', () => withDesktop(places['this machine'], async (env, witness) => {
-  const here = places['this machine'];
+const here = places['this machine'];
+test('takes the same pictures, moves and types on arm64', () => withDesktop(here, async (env, witness) => {
   const directory = install(here, 'node24');
   const expected = runNode(here, 'node24', directory, ['-e', modules.commonjs], env);
   await witness.events();
