@@ -1,5 +1,4 @@
-// What `import ostler from 'ostler'` sees. The methods have no names of their
-// own in an ECMAScript module: `import { click } from 'ostler'` fails at run time.
+// What an ECMAScript module sees: the addon as the default, and its methods by name.
 import ostler = require('./index.js');
 export default ostler;
 export type Capabilities = ostler.Capabilities;
@@ -9,3 +8,33 @@ export type Ostler = ostler.Ostler;
 export type Point = ostler.Point;
 export type Rect = ostler.Rect;
 export type WindowInfo = ostler.WindowInfo;
+
+export declare const click: ostler.Ostler['click'];
+export declare const move: ostler.Ostler['move'];
+export declare const drag: ostler.Ostler['drag'];
+export declare const mouseDown: ostler.Ostler['mouseDown'];
+export declare const mouseUp: ostler.Ostler['mouseUp'];
+export declare const type: ostler.Ostler['type'];
+export declare const key: ostler.Ostler['key'];
+export declare const scroll: ostler.Ostler['scroll'];
+export declare const cursorPosition: ostler.Ostler['cursorPosition'];
+export declare const display: ostler.Ostler['display'];
+export declare const screenshot: ostler.Ostler['screenshot'];
+export declare const capabilities: ostler.Ostler['capabilities'];
+export declare const listDisplays: ostler.Ostler['listDisplays'];
+export declare const listWindows: ostler.Ostler['listWindows'];
+export declare const getActiveWindow: ostler.Ostler['getActiveWindow'];
+export declare const windowAtPoint: ostler.Ostler['windowAtPoint'];
+export declare const activateApplication: ostler.Ostler['activateApplication'];
+export declare const concealApplication: ostler.Ostler['concealApplication'];
+export declare const restoreApplication: ostler.Ostler['restoreApplication'];
+export declare const activateWindow: ostler.Ostler['activateWindow'];
+export declare const concealWindow: ostler.Ostler['concealWindow'];
+export declare const restoreWindow: ostler.Ostler['restoreWindow'];
+export declare const prepareForInput: ostler.Ostler['prepareForInput'];
+export declare const getClipboard: ostler.Ostler['getClipboard'];
+export declare const setClipboard: ostler.Ostler['setClipboard'];
+export declare const lock: ostler.Ostler['lock'];
+export declare const unlock: ostler.Ostler['unlock'];
+export declare const checkPermissions: ostler.Ostler['checkPermissions'];
+export declare const requestPermissions: ostler.Ostler['requestPermissions'];

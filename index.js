@@ -1,8 +1,6 @@
 'use strict';
 
-try {
-  module.exports = require('./build/ostler.node');
-} catch (error) {
-  if (error.code !== 'MODULE_NOT_FOUND') throw error;
-  throw new Error('ostler is not built here. Run "npm run build" in its directory.', { cause: error });
-}
+const { addon, error } = require('./load.js');
+
+if (error) throw error;
+module.exports = addon;

@@ -1,7 +1,7 @@
 #!/bin/sh
 # Installs the system packages that building, testing and the demo need, on
 # Debian 12, Debian 13 and Ubuntu 24.04. Does nothing when all are there; on
-# any other system it lists what is needed and stops.
+# any other system it lists what is needed and stops. Arguments are further packages.
 set -eu
 
 build='g++ cmake ninja-build pkg-config libx11-dev libxtst-dev libjpeg-dev libpng-dev libglib2.0-dev libpipewire-0.3-dev'
@@ -10,7 +10,8 @@ run='xclip pipewire pipewire-bin libpipewire-0.3-modules libspa-0.2-modules'
 test='libgtest-dev xdotool x11-xserver-utils xvfb xterm fonts-dejavu-core dbus python3-gi yad'
 lint='clang-format clang-tidy'
 bench='libbenchmark-dev'
-packages="$build $run $test $lint $bench $ei"
+extra=$*
+packages="$build $run $test $lint $bench $ei $extra"
 
 [ ! -r /etc/os-release ] || . /etc/os-release
 case "${ID:-}-${VERSION_ID:-}" in
@@ -64,7 +65,7 @@ libei_for_debian_12() {
 
 # shellcheck disable=SC2086
 if [ "$ID-$VERSION_ID" = debian-12 ] && [ -n "$(missing $ei)" ]; then
-  lacking=$(missing $build $run $test $lint $bench)
+  lacking=$(missing $build $run $test $lint $bench $extra)
   [ -z "$lacking" ] || apt install -y --no-install-recommends $lacking
   libei_for_debian_12
 else

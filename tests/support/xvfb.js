@@ -11,13 +11,14 @@ function x11Environment(display, runtimeDirectory) {
   return { ...rest, DISPLAY: display, XDG_SESSION_TYPE: 'x11', XDG_RUNTIME_DIR: runtimeDirectory };
 }
 
-// Starts Xvfb; resolves to { display, env, stop }. `screen` is WxHxDEPTH.
-async function startXvfb({ screen = '1280x720x24', options = [] } = {}) {
+// Starts Xvfb; resolves to { display, env, stop }. `screen` is WxHxDEPTH, `enter`
+// the command that runs it elsewhere.
+async function startXvfb({ screen = '1280x720x24', options = [], enter = [] } = {}) {
   const runtimeDirectory = temporaryDirectory();
   // -noreset: a server that resets when its last client leaves can refuse the next one.
   // -nolisten unix: leaves the abstract socket, which vanishes even when the server is killed.
   const server = spawn(
-    ...bound('Xvfb', '-displayfd', '3', '-screen', '0', screen, '-noreset', '-nolisten', 'tcp',
+    ...bound(...enter, 'Xvfb', '-displayfd', '3', '-screen', '0', screen, '-noreset', '-nolisten', 'tcp',
       '-nolisten', 'unix', ...options),
     { stdio: ['ignore', 'ignore', 'ignore', 'pipe'] });
   const exited = endOf(server);

@@ -1,0 +1,44 @@
+#!/bin/sh
+# Checks both prebuilt addons: that they are there, run with the libraries that
+# the README names and with an old glibc, and export what they should. npm runs
+# it before it packs or publishes.
+set -eu
+cd "$(dirname "$0")/../.."
+
+newest_glibc=2.30
+largest=1000000
+libraries='lib(X11|xcb|Xtst|dl|pthread|m|c)\.so\.[0-9]+|ld-linux-(x86-64|aarch64)\.so\.[0-9]'
+# Those without a version: anything else would be taken from the host, Node's zlib for example.
+unversioned='napi_[a-z0-9_]+|X[A-Za-z]+|xcb_[a-z_]+|__gmon_start__|_ITM_[A-Za-z]+'
+
+complain() { echo "ostler: $file $1" >&2; exit 1; }
+# Complains when any line of the input does not match: only PATTERN WHAT
+only() {
+  others=$(grep -vxE "$1" || true)
+  [ -z "$others" ] || complain "$2 $(echo $others)"
+}
+
+for target in x64 arm64; do
+  set -- "$target"
+  . scripts/package/target.sh
+  file=prebuilds/linux-$target/ostler.node
+  [ -e "$file" ] || complain 'is missing: run "npm run package"'
+  readelf -hW "$file" | grep -q "Machine:.*$machine" || complain "is not for $machine"
+  size=$(wc -c <"$file")
+  [ "$size" -le $largest ] || complain "has $size bytes, more than $largest"
+
+  readelf -dW "$file" | sed -n 's/.*(NEEDED).*\[\(.*\)\]$/\1/p' | only "$libraries" 'needs'
+  # Columns: number, value, size, type, binding, visibility, section, name.
+  symbols=$(readelf --dyn-syms -W "$file" | awk '$7 != "Ndx" && $8 != "" { print $7, $8 }')
+  undefined=$(echo "$symbols" | sed -n 's/^UND //p')
+  echo "$undefined" | grep -v @ | only "$unversioned" 'has nothing to link with for'
+  echo "$undefined" | sed -n 's/.*@\([A-Z]*\)_.*/\1/p' | sort -u | only GLIBC 'needs the run-time libraries of'
+  newest=$(echo "$undefined" | sed -n 's/.*@GLIBC_//p' | sort -Vu | tail -n 1)
+  [ "$(printf '%s\n' "$newest" $newest_glibc | sort -V | tail -n 1)" = $newest_glibc ] ||
+    complain "needs glibc $newest for$(echo "$undefined" | sed -n "s/@GLIBC_$newest$//p" | tr '\n' ' ')"
+
+  exports=$(echo "$symbols" | sed -n 's/^[0-9]* //p')
+  echo "$exports" | only '_Z[0-9]+driver.*|napi_register_module_v1|node_api_module_get_api_version_v1' 'exports'
+  [ "$(echo "$exports" | wc -l)" -eq 31 ] || complain "exports $(echo "$exports" | wc -l) symbols, not 31"
+  echo "ostler: $file: $size bytes, glibc $newest"
+done

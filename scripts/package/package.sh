@@ -1,0 +1,21 @@
+#!/bin/sh
+# Builds the package for both architectures, as dist/ostler-VERSION.tgz, on
+# Debian 12 or later (docs/releasing.md). What it downloads and compiles stays in
+# build-package/; without that directory it begins from nothing.
+set -eu
+cd "$(dirname "$0")/../.."
+
+sh scripts/ready.sh clang lld nasm dpkg-dev
+echo 'ostler: unpacking what is compiled against, in build-package/'
+for target in x64 arm64; do sh scripts/package/sysroot.sh $target; done
+sh scripts/package/sources.sh
+rm -rf prebuilds
+for target in x64 arm64; do
+  echo "ostler: building for $target"
+  sh scripts/package/codecs.sh $target
+  sh scripts/package/addon.sh $target
+done
+sh scripts/package/licenses.sh x64
+mkdir -p dist
+rm -f dist/*.tgz
+npm pack --pack-destination dist

@@ -1,0 +1,114 @@
+'use strict';
+// The archive of `npm run package` as a user installs it: scripts/package/test.sh
+// runs this and prepares what it needs.
+
+const assert = require('node:assert/strict');
+const { execFileSync } = require('node:child_process');
+const fs = require('node:fs');
+const path = require('node:path');
+const { test } = require('node:test');
+const { temporaryDirectory } = require('../support/children');
+const { startHost } = require('../support/host');
+const { decodePng } = require('../support/png');
+const { startWitness, textOf } = require('../support/witness');
+const { startXvfb } = require('../support/xvfb');
+
+const { OSTLER_ARCHIVE: archive, OSTLER_ROOTS: roots, OSTLER_TOOLS, OSTLER_UNSHARE: unshare } = process.env;
+const tools = path.join(OSTLER_TOOLS, 'node_modules');
+const node = (name) => path.join(tools, name, 'bin', 'node');
+
+// What leads into the unpacked Debian 11. The directories are there under the same paths.
+function enterDebian11(...directories) {
+  const root = path.join(roots, 'linux-x64', 'root');
+  const script = `for directory in /dev /proc ${directories.join(' ')}; do
+      mkdir -p "$0$directory"; mount --rbind "$directory" "$0$directory"
+    done
+    exec chroot "$0" "$@"`;
+  return [...unshare.split(' '), 'sh', '-euc', script, root];
+}
+const places = { 'this machine': () => [], 'Debian 11': enterDebian11 };
+
+function run([command, ...args], options) {
+  return execFileSync(command, args, { encoding: 'utf8', maxBuffer: 1 << 26, ...options });
+}
+
+// Runs Node in `directory`, with nothing but itself on the PATH and with little else in the environment.
+function runNode(enter, version, directory, args, { DISPLAY = '', XDG_RUNTIME_DIR = '' } = {}) {
+  const env = { PATH: process.env.PATH, XDG_SESSION_TYPE: 'x11', DISPLAY, XDG_RUNTIME_DIR };
+  const script = 'cd "$0"; PATH=${1%/*} HOME=$0 exec "$@"';
+  return run([...enter(tools, directory), '/bin/sh', '-euc', script, directory, node(version), ...args], { env });
+}
+
+function install(enter, version) {
+  const directory = temporaryDirectory();
+  fs.copyFileSync(archive, path.join(directory, 'ostler.tgz'));
+  const npm = path.join(tools, 'npm', 'bin', 'npm-cli.js');
+  runNode(enter, version, directory, [npm, 'install', '--offline', './ostler.tgz']);
+  return directory;
+}
+
+// Prints a PNG and a JPEG of the desktop.
+const takePictures = `console.log(JSON.stringify([-1, 0.75].map((quality) =>
+  screenshot('', null, [], 0, 0, 0, 0, 0, 0, quality).toString('base64'))))`;
+const modules = {
+  commonjs: `const { screenshot } = require('ostler'); ${takePictures}`,
+  module: `import ostler, { screenshot } from 'ostler';
+    if (screenshot !== ostler.screenshot) throw new Error('two addons');
+    ${takePictures}`,
+};
+
+// Node exports a zlib, which a libpng that is not linked in uses: the bytes of a PNG differ.
+const pixelsAndJpeg = ([png, jpeg]) => [decodePng(Buffer.from(png, 'base64')).data, jpeg];
+
+// What a build with the distribution's shared codecs makes of the desktop.
+async function expectedPictures(env) {
+  const host = await startHost(env);
+  const pictures = await host.run((addon) => [-1, 0.75].map((quality) =>
+    addon.screenshot('', null, [], 0, 0, 0, 0, 0, 0, quality).toString('base64')));
+  await host.stop();
+  return pixelsAndJpeg(pictures);
+}
+
+async function withDesktop(enter, task) {
+  const server = await startXvfb({ enter: enter(tools) });
+  const witness = await startWitness(server.env);
+  try {
+    await task(server.env, witness);
+  } finally {
+    await witness.stop();
+    await server.stop();
+  }
+}
+
+for (const [place, enter] of Object.entries(places)) {
+  test(`installs without a compiler and takes pictures on ${place}`, () => withDesktop(enter, async (env) => {
+    const expected = await expectedPictures(env);
+    for (const version of ['node18', 'node24']) {
+      const directory = install(enter, version);
+      for (const [type, script] of Object.entries(modules)) {
+        const output = runNode(enter, version, directory, [`--input-type=${type}`, '-e', script], env);
+        assert.deepEqual(pixelsAndJpeg(JSON.parse(output)), expected, `${version}, ${type}`);
+      }
+    }
+  }));
+}
+
+const here = places['this machine'];
+test('takes the same pictures, moves and types on arm64', () => withDesktop(here, async (env, witness) => {
+  const directory = install(here, 'node24');
+  const expected = runNode(here, 'node24', directory, ['-e', modules.commonjs], env);
+  await witness.events();
+  const output = run(['qemu-aarch64-static', '-L', path.join(roots, 'linux-arm64', 'root'), node('node24-arm64'),
+    '-e', `const { move, screenshot, type } = require('ostler'); move(123, 45); type('Hi'); ${takePictures}`],
+  { cwd: directory, env });
+  assert.equal(output, expected);
+  const events = await witness.events();
+  assert.equal(textOf(events), 'Hi');
+  const { x, y } = events.findLast(({ kind }) => kind === 'motion');
+  assert.deepEqual([x, y], [123, 45]);
+}));
+
+test('publint and attw find nothing', () => {
+  run([process.execPath, path.join(tools, 'publint', 'src', 'cli.js'), 'run', archive, '--strict']);
+  run([process.execPath, path.join(tools, '@arethetypeswrong', 'cli', 'dist', 'index.js'), archive]);
+});
