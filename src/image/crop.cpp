@@ -1,7 +1,6 @@
 #include "image/crop.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace ostler {
 namespace {
@@ -18,17 +17,12 @@ Span clampSpan(std::int32_t start, std::int32_t length, std::int32_t limit) {
 
 }  // namespace
 
-RgbImage cropImage(const RgbImage& image, std::int32_t x, std::int32_t y, std::int32_t cropWidth,
+RgbImage cropImage(const Capture& picture, std::int32_t x, std::int32_t y, std::int32_t cropWidth,
                    std::int32_t cropHeight) {
-  const Span columns = clampSpan(x, cropWidth, image.width);
-  const Span rows = clampSpan(y, cropHeight, image.height);
-  RgbImage result(columns.length, rows.length);
-  if (result.bytes.empty()) return result;
-  for (std::int32_t i = 0; i < rows.length; ++i) {
-    std::memcpy(result.row(i), image.row(rows.start + i) + static_cast<std::size_t>(columns.start) * 3,
-                static_cast<std::size_t>(columns.length) * 3);
-  }
-  return result;
+  const Span columns = clampSpan(x, cropWidth, picture.size.width);
+  const Span rows = clampSpan(y, cropHeight, picture.size.height);
+  if (columns.length == 0 || rows.length == 0) return RgbImage(columns.length, rows.length);
+  return picture.toRgb({columns.start, rows.start, columns.length, rows.length});
 }
 
 }  // namespace ostler

@@ -15,26 +15,27 @@ std::int32_t toImagePixels(std::int32_t displayUnits, double scale) {
   return static_cast<std::int32_t>(static_cast<std::int64_t>(std::round(displayUnits * scale)));
 }
 
-RgbImage fitted(RgbImage image, double scaleX, double scaleY, Size target, Rect crop, bool jpeg) {
+RgbImage fitted(Capture capture, double scaleX, double scaleY, Size target, Rect crop, bool jpeg) {
   if (crop.width > 0 && crop.height > 0) {
-    return cropImage(image, toImagePixels(crop.x, scaleX), toImagePixels(crop.y, scaleY),
+    return cropImage(capture, toImagePixels(crop.x, scaleX), toImagePixels(crop.y, scaleY),
                      toImagePixels(crop.width, scaleX), toImagePixels(crop.height, scaleY));
   }
-  if (target.width > 0 && target.height > 0 && target != Size{image.width, image.height}) {
-    RgbImage::byteCount(target.width, target.height);
-    // An image that no encoder takes could cost minutes and gigabytes to make.
-    if (!(jpeg ? fitsJpeg(target) : fitsPng(target))) return RgbImage(0, 0);
-    return resampleImage(image, target.width, target.height);
-  }
-  return image;
+  const Rect whole{0, 0, capture.size.width, capture.size.height};
+  if (target.width <= 0 || target.height <= 0 || target == capture.size) return capture.toRgb(whole);
+  RgbImage::byteCount(target.width, target.height);
+  // An image that no encoder takes could cost minutes and gigabytes to make.
+  if (!(jpeg ? fitsJpeg(target) : fitsPng(target))) return RgbImage(0, 0);
+  const RgbImage image = capture.toRgb(whole);
+  capture.toRgb = nullptr;  // so that no more than two pictures are in memory
+  return resampleImage(image, target.width, target.height);
 }
 
 }  // namespace
 
-std::vector<unsigned char> finishCapture(RgbImage image, double scaleX, double scaleY, Size target, Rect crop,
-                                         double quality) {
+std::vector<unsigned char> finishCapture(Capture capture, double scaleX, double scaleY, Size target,
+                                         Rect crop, double quality) {
   const bool jpeg = quality >= 0.0;
-  const RgbImage result = fitted(std::move(image), scaleX, scaleY, target, crop, jpeg);
+  const RgbImage result = fitted(std::move(capture), scaleX, scaleY, target, crop, jpeg);
   return jpeg ? encodeJpeg(result, quality) : encodePng(result);
 }
 

@@ -19,11 +19,10 @@ std::vector<unsigned char> WaylandBackend::screenshot(Size target, Rect crop, do
   capture.waitForFirstFrame(std::chrono::seconds(5));
   std::shared_ptr<const Frame> frame = capture.latestFrame();
   if (frame == nullptr || frame->format.width <= 0 || frame->format.height <= 0) return {};
-  RgbImage image = unpack(*frame);
-  frame.reset();
-  const Size units = display();
-  const double scaleX = scaleOf(image.width, units.width), scaleY = scaleOf(image.height, units.height);
-  return finishCapture(std::move(image), scaleX, scaleY, target, crop, quality);
+  const Size size{frame->format.width, frame->format.height}, units = display();
+  const double scaleX = scaleOf(size.width, units.width), scaleY = scaleOf(size.height, units.height);
+  auto convert = [frame = std::move(frame)](const Rect& part) { return unpack(*frame, part); };
+  return finishCapture({size, std::move(convert)}, scaleX, scaleY, target, crop, quality);
 }
 
 Size WaylandBackend::display() { return capture.display(); }

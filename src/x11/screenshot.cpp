@@ -1,4 +1,5 @@
 #include <cstdlib>
+#include <memory>
 #include <new>
 #include <utility>
 
@@ -35,13 +36,13 @@ std::vector<unsigned char> X11Backend::screenshot(Size target, Rect crop, double
   const Size screen = display();
   requireMemoryForReply(screen);
   XSync(xDisplay, False);
-  ImageOwner capture = readWindow(xDisplay, rootWindow, screen);
-  if (capture == nullptr) return {};
-  RgbImage image = toRgb(capture.get());
-  capture.reset();
-  const double scaleX = static_cast<double>(image.width) / screen.width;
-  const double scaleY = static_cast<double>(image.height) / screen.height;
-  return finishCapture(std::move(image), scaleX, scaleY, target, crop, quality);
+  std::shared_ptr<XImage> image = readWindow(xDisplay, rootWindow, screen);
+  if (image == nullptr) return {};
+  const Size size{image->width, image->height};
+  const double scaleX = static_cast<double>(size.width) / screen.width;
+  const double scaleY = static_cast<double>(size.height) / screen.height;
+  auto convert = [image = std::move(image)](const Rect& part) { return toRgb(image.get(), part); };
+  return finishCapture({size, std::move(convert)}, scaleX, scaleY, target, crop, quality);
 }
 
 }  // namespace ostler

@@ -4,12 +4,12 @@
 
 namespace ostler {
 
-RgbImage toRgb(XImage* image) {
-  RgbImage result(image->width, image->height);
+RgbImage toRgb(XImage* image, const Rect& part) {
+  RgbImage result(part.width, part.height);
   const ChannelScale red(image->red_mask), green(image->green_mask), blue(image->blue_mask);
   unsigned char* out = result.bytes.data();
-  for (int y = 0; y < image->height; ++y) {
-    for (int x = 0; x < image->width; ++x) {
+  for (int y = part.y; y < part.y + part.height; ++y) {
+    for (int x = part.x; x < part.x + part.width; ++x) {
       const unsigned long pixel = XGetPixel(image, x, y);
       *out++ = red.byteOf(pixel);
       *out++ = green.byteOf(pixel);

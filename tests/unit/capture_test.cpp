@@ -162,23 +162,26 @@ TEST(FrameIntake, TakesRowsAndCursorFromWhereTheyAre) {
   }
 }
 
-// Sizes around the number of pixels that a vectorised loop takes at a time.
-TEST(Unpack, TakesTheColoursOfEachPixelInFourFormats) {
+// Widths around the number of pixels that a vectorised loop takes at a time.
+TEST(Unpack, TakesTheColoursOfAPartInFourFormats) {
   for (std::uint32_t videoFormat = 0; videoFormat < 100; ++videoFormat) {
     const bool blueFirst = videoFormat == SPA_VIDEO_FORMAT_BGRx || videoFormat == SPA_VIDEO_FORMAT_BGRA;
     if (!blueFirst && videoFormat != SPA_VIDEO_FORMAT_RGBx && videoFormat != SPA_VIDEO_FORMAT_RGBA) {
-      EXPECT_THROW(unpack({{videoFormat, 1, 1}, PixelBytes(4)}), std::runtime_error);
+      EXPECT_THROW(unpack({{videoFormat, 1, 1}, PixelBytes(4)}, {0, 0, 1, 1}), std::runtime_error);
       continue;
     }
     for (const std::int32_t width : {1, 3, 5, 15, 16, 17, 33, 67}) {
-      Frame frame{{videoFormat, width, 3}, PixelBytes(static_cast<std::size_t>(width) * 3 * 4)};
+      Frame frame{{videoFormat, width + 2, 5}, PixelBytes(static_cast<std::size_t>(width + 2) * 5 * 4)};
       for (std::size_t i = 0; i < frame.bytes.size(); ++i)
         frame.bytes[i] = static_cast<unsigned char>(i * 37);
-      const RgbImage image = unpack(frame);
-      ASSERT_EQ(image.bytes.size(), frame.bytes.size() / 4 * 3);
-      for (std::size_t i = 0; i < image.bytes.size(); ++i) {
-        const std::size_t colour = blueFirst ? 2 - i % 3 : i % 3;
-        ASSERT_EQ(image.bytes[i], frame.bytes[i / 3 * 4 + colour]) << videoFormat << " " << width << " " << i;
+      const RgbImage image = unpack(frame, {1, 1, width, 3});
+      for (std::int32_t y = 0; y < 3; ++y) {
+        const unsigned char* row = &frame.bytes[static_cast<std::size_t>((y + 1) * (width + 2) + 1) * 4];
+        for (std::int32_t i = 0; i < width * 3; ++i) {
+          const std::int32_t colour = blueFirst ? 2 - i % 3 : i % 3;
+          ASSERT_EQ(image.row(y)[i], row[i / 3 * 4 + colour])
+              << videoFormat << " " << width << " " << y << " " << i;
+        }
       }
     }
   }

@@ -55,10 +55,15 @@ Unpacker unpackerFor(std::uint32_t videoFormat) {
 
 }  // namespace
 
-RgbImage unpack(const Frame& frame) {
-  const Unpacker unpackAll = unpackerFor(frame.format.videoFormat);
-  RgbImage image(frame.format.width, frame.format.height);
-  unpackAll(image.bytes.data(), frame.bytes.data(), frame.bytes.size() / bytesPerFramePixel);
+RgbImage unpack(const Frame& frame, const Rect& part) {
+  const Unpacker unpackRow = unpackerFor(frame.format.videoFormat);
+  RgbImage image(part.width, part.height);
+  const auto width = static_cast<std::size_t>(frame.format.width);
+  for (std::int32_t y = 0; y < part.height; ++y) {
+    const std::size_t start = static_cast<std::size_t>(part.y + y) * width + static_cast<std::size_t>(part.x);
+    unpackRow(image.row(y), frame.bytes.data() + start * bytesPerFramePixel,
+              static_cast<std::size_t>(part.width));
+  }
   return image;
 }
 

@@ -1,0 +1,68 @@
+'use strict';
+// The results as a table for a terminal and as a chart.
+
+const operations = require('./operations');
+
+const milliseconds = (nanoseconds) => {
+  const value = nanoseconds / 1e6;
+  return value.toFixed(value < 0.1 ? 4 : value < 10 ? 2 : 1);
+};
+
+// Lines of columns that are padded to the same width.
+function aligned(rows) {
+  const widths = rows[0].map((_, column) => Math.max(...rows.map((row) => row[column].length)));
+  return rows.map((row) => row.map(
+    (cell, column) => (column === 0 ? cell.padEnd(widths[column]) : cell.padStart(widths[column]))).join('  ')).join('\n');
+}
+
+// One row an operation and one column a subject: the median in milliseconds, how
+// it compares with the plain program's, and the bytes of a picture.
+function table({ results, subjects }) {
+  const cell = (operation, subject) => {
+    const result = results[operation]?.[subject];
+    if (!result) return '';
+    return [milliseconds(result.nanoseconds), result.ratio && `x${result.ratio.toFixed(2)}`,
+      result.bytes && `${Math.round(result.bytes / 1000)} kB`].filter(Boolean).join(' ');
+  };
+  return aligned([['ms (median)', ...subjects], ...Object.keys(results).map(
+    (operation) => [operations[operation].label, ...subjects.map((subject) => cell(operation, subject))])]);
+}
+
+const escapeXml = (text) => text.replace(/[<>&"]/g, (character) => `&#${character.charCodeAt(0)};`);
+
+// Bars of the time that each subject takes for a picture, as ratios to the plain program.
+function chart({ results, subjects, description }) {
+  const shown = Object.keys(results).filter((name) => operations[name].picture && results[name]['plain program']);
+  const colours = ['#0b7285', '#868e96', '#e8590c', '#ae3ec9', '#2b8a3e', '#c92a2a', '#5f3dc4'];
+  const left = 190, right = 120, barHeight = 14, longest = 4, scale = 110;
+  const parts = [];
+  let y = 58;
+  for (const operation of shown) {
+    const bars = subjects.filter((subject) => results[operation][subject]);
+    parts.push(`<text x="${left - 12}" y="${y + bars.length * barHeight / 2 + 4}" text-anchor="end">${
+      escapeXml(operations[operation].label)}</text>`);
+    for (const subject of bars) {
+      const { ratio, nanoseconds } = results[operation][subject];
+      const width = Math.min(ratio, longest) * scale;
+      parts.push(`<rect x="${left}" y="${y}" width="${width.toFixed(1)}" height="${barHeight - 2}" fill="${
+        colours[subjects.indexOf(subject)]}"/>`,
+      `<text x="${left + width + 6}" y="${y + barHeight - 4}" class="small">${escapeXml(
+        `${milliseconds(nanoseconds)} ms${ratio > longest ? ' (longer than shown)' : ''}`)}</text>`);
+      y += barHeight;
+    }
+    y += 14;
+  }
+  const legend = subjects.map((subject, i) => `<rect x="${20 + i * 110}" y="30" width="10" height="10" fill="${
+    colours[i]}"/><text x="${34 + i * 110}" y="39" class="small">${escapeXml(subject)}</text>`);
+  const width = Math.max(left + longest * scale + right, 20 + subjects.length * 110);
+  return `<svg xmlns="http://www.w3.org/2000/svg" width="${width}" height="${y + 24}" font-family="sans-serif" font-size="13">
+<style>.small { font-size: 11px }</style>
+<rect width="100%" height="100%" fill="white"/>
+<text x="20" y="20">Time for one screenshot, shorter is better</text>
+${[...legend, ...parts].join('\n')}
+<text x="20" y="${y + 10}" class="small">${escapeXml(description)}</text>
+</svg>
+`;
+}
+
+module.exports = { chart, table };

@@ -1,0 +1,64 @@
+'use strict';
+// The processes that carry out operations, behind one interface.
+
+const { fork, spawn } = require('node:child_process');
+const { once } = require('node:events');
+const path = require('node:path');
+const readline = require('node:readline');
+
+// The first message or line of a child, or an error if it ends before.
+async function answerOf(child, arrival) {
+  const ended = new AbortController();
+  try {
+    return await Promise.race([arrival(ended.signal), once(child, 'exit', { signal: ended.signal })
+      .then(([code, signal]) => { throw new Error(`the process ended with ${signal ?? code}`); })]);
+  } finally {
+    ended.abort();
+  }
+}
+
+// A subject in JavaScript. `operations` lists what it can do, `time` carries an
+// operation out and gives { nanoseconds, bytes, memory } for one of `count`.
+async function startSubject(name, env) {
+  const child = fork(path.join(__dirname, 'subject_process.js'), [name],
+    { env, serialization: 'advanced', stdio: ['ignore', 'ignore', 'ignore', 'ipc'] });
+  const message = () => answerOf(child, (signal) => once(child, 'message', { signal }).then(([value]) => value));
+  const { operations } = await message();
+  return {
+    name,
+    operations,
+    async time(operation, count) {
+      child.send({ operation, count });
+      const answer = await message();
+      if (answer.error) throw new Error(`${name}: ${answer.error}`);
+      return answer;
+    },
+    async stop() {
+      child.disconnect();
+      await once(child, 'exit');
+    },
+  };
+}
+
+// The plain program, which answers to lines.
+function startPlainProgram(programs, env) {
+  const child = spawn(path.join(programs, 'plain'), { env, stdio: ['pipe', 'pipe', 'inherit'] });
+  const lines = readline.createInterface(child.stdout);
+  return {
+    name: 'plain program',
+    operations: ['display', 'cursorPosition', 'move', 'key', 'combo', 'type', 'getClipboard', 'setClipboard', 'jpeg',
+      'jpeg720', 'jpeg768', 'crop', 'png'],
+    async time(operation, count) {
+      child.stdin.write(`${operation} ${count}\n`);
+      const [line] = await answerOf(child, (signal) => once(lines, 'line', { signal }));
+      const [nanoseconds, bytes] = line.split(' ').map(Number);
+      return { nanoseconds: nanoseconds / count, bytes: bytes || undefined };
+    },
+    async stop() {
+      child.stdin.end();
+      await once(child, 'exit');
+    },
+  };
+}
+
+module.exports = { startPlainProgram, startSubject };

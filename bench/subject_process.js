@@ -1,0 +1,33 @@
+'use strict';
+// Runs the operations of one subject in a process of its own, so that no subject
+// warms up the memory of another: subject_process.js SUBJECT.
+
+const { createRequire } = require('node:module');
+const path = require('node:path');
+const commands = require('./subjects/commands');
+
+const name = process.argv[2];
+// The peers are installed beside this file, the addon is found from its own file.
+const load = createRequire(path.join(__dirname, 'subjects', 'subject.js'));
+
+const start = process.hrtime.bigint();
+const operations = (commands[name] ?? require(`./subjects/${name}`))(load);
+const requireTime = Number(process.hrtime.bigint() - start);
+
+async function time(operation, count) {
+  if (operation === 'require') return { nanoseconds: requireTime };
+  let result;
+  const begin = process.hrtime.bigint();
+  for (let i = 0; i < count; i++) {
+    result = operations[operation]();
+    if (result instanceof Promise) result = await result;
+  }
+  return { nanoseconds: Number(process.hrtime.bigint() - begin) / count, bytes: result?.length };
+}
+
+process.on('message', async ({ operation, count }) => {
+  await time(operation, count).then(
+    ({ nanoseconds, bytes }) => process.send({ nanoseconds, bytes, memory: process.memoryUsage.rss() }),
+    ({ message }) => process.send({ error: message }));
+});
+process.send({ operations: [...Object.keys(operations), ...(commands[name] ? [] : ['require'])] });

@@ -1,0 +1,34 @@
+'use strict';
+// robotjs has no encoder; sharp is the usual one beside it.
+
+module.exports = (load) => {
+  const robot = load('robotjs');
+  const sharp = load('sharp');
+  robot.setMouseDelay(0);
+  robot.setKeyboardDelay(0);
+  let x = 0;
+  const capture = (...region) => {
+    const { image, width, height, byteWidth } = robot.screen.capture(...region);
+    // The bitmap is BGRA; sharp wants RGBA.
+    for (let i = 0; i < image.length; i += 4) {
+      const blue = image[i];
+      image[i] = image[i + 2];
+      image[i + 2] = blue;
+    }
+    return sharp(image, { raw: { width: byteWidth / 4, height, channels: 4 } }).removeAlpha()
+      .extract({ left: 0, top: 0, width, height });
+  };
+  const jpeg = (picture) => picture.jpeg({ quality: 75 }).toBuffer();
+  return {
+    display: () => { robot.getScreenSize(); },
+    cursorPosition: () => { robot.getMousePos(); },
+    move: () => robot.moveMouse(600 + (x ^= 1), 400),
+    key: () => robot.keyTap('a'),
+    combo: () => robot.keyTap('a', ['control', 'shift']),
+    jpeg: () => jpeg(capture()),
+    jpeg720: () => jpeg(capture().resize(1280, 720, { fit: 'fill' })),
+    jpeg768: () => jpeg(capture().resize(1366, 768, { fit: 'fill' })),
+    crop: () => jpeg(capture(800, 300, 200, 200)),
+    png: () => capture().png().toBuffer(),
+  };
+};
