@@ -15,4 +15,6 @@ WaylandBackend::WaylandBackend()
   capture.waitForFirstFrame(std::chrono::seconds(15));
 }
 
+void WaylandBackend::requireSession() { portal.requireOpen(); }
+
 }  // namespace ostler

@@ -84,6 +84,23 @@ it('fails when PipeWire dies, before the first frame and after it', async () => 
   }
 });
 
+it('throws once the session has ended', async () => {
+  const ends = {
+    'by the user': (desktop) => process.kill(desktop.portal(), 'SIGUSR1'),
+    'with the portal': (desktop) => process.kill(desktop.portal(), 'SIGKILL'),
+    'with the bus': (desktop) => desktop.killBus(),
+  };
+  for (const [name, end] of Object.entries(ends)) {
+    const desktop = await startDesktop();
+    const host = await desktop.startHost();
+    await shot(host);
+    end(desktop);
+    assert.strictEqual(await screenshotFailure(host), 'The Wayland portal session has ended.', name);
+    assert.strictEqual((await host.call('display')).width, 1280, name);
+    await desktop.stop();
+  }
+});
+
 describe('the end of the process', () => {
   const worker = `const { Worker } = require('node:worker_threads');
     const worker = new Worker('require(process.env.OSTLER_ADDON).display();'
