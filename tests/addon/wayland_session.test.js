@@ -43,6 +43,9 @@ it('opens with the first call that needs it, and closes with the host', async ()
   await waitUntil(async () => (await shot(host)).pixel(0, 0)[2] === 9);
   await host.call('move', 100, 100);
   assert.deepStrictEqual(await host.call('cursorPosition'), { x: 5, y: 6 }, 'the stream has the last word');
+  desktop.show('cursor 7 8');
+  await waitUntil(async () => (await host.call('cursorPosition')).x === 7);
+  assert.strictEqual((await shot(host)).pixel(0, 0)[2], 9);
 
   desktop.show('fail picture lost');
   assert.strictEqual(await screenshotFailure(host), 'Wayland ScreenCast stream failed: picture lost');

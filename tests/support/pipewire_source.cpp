@@ -4,8 +4,10 @@
 // A line of stdin says what the screen shows from then on: FORMAT WIDTH HEIGHT
 // SEED [CURSOR_X CURSOR_Y]. Pixel (x, y) has red x, green y and blue SEED, each
 // modulo 256; with SEED 0 nothing is sent. Another format than before is
-// negotiated first. After "fail TEXT" the stream that came last gets errors
-// instead. Prints its node's number after the first line; ends with its input.
+// negotiated first. After "cursor X Y" the pointer moves there in buffers that
+// hold nothing else, and black pixels, as KWin sends them. After "fail
+// TEXT" the stream that came last gets errors instead. Prints its node's number after the first line; ends
+// with its input.
 
 #include <cerrno>
 #include <chrono>
@@ -48,6 +50,7 @@ std::uint32_t outputPort, consumerNode;
 pw_client* consumer;
 Picture picture;
 bool negotiated;  // in the format of the picture
+bool cursorOnly;
 std::string failure;
 
 // Format and cursor; the buffers are as the other side wants them.
@@ -93,10 +96,11 @@ void sendPicture(void*, std::uint64_t) {
     for (std::uint32_t x = 0; x < picture.width; ++x, to += 4) {
       to[red] = static_cast<unsigned char>(x);
       to[1] = static_cast<unsigned char>(y);
-      to[2 - red] = static_cast<unsigned char>(picture.seed);
+      to[2 - red] = static_cast<unsigned char>(cursorOnly ? 0 : picture.seed);
     }
   }
-  *data.chunk = {0, picture.width * picture.height * 4, static_cast<int>(picture.width * 4), 0};
+  *data.chunk = {0, picture.width * picture.height * 4, static_cast<int>(picture.width * 4),
+                 cursorOnly ? std::int32_t{SPA_CHUNK_FLAG_CORRUPTED} : 0};
   auto* const cursor = static_cast<spa_meta_cursor*>(
       spa_buffer_find_meta_data(buffer->buffer, SPA_META_Cursor, sizeof(spa_meta_cursor)));
   if (cursor != nullptr) {
@@ -142,8 +146,12 @@ bool readInput() {
   if (!failure.empty()) return false;
   std::istringstream words(text);
   std::string format;
+  words >> format;
+  cursorOnly = format == "cursor";
+  if (cursorOnly) words >> picture.cursor.x >> picture.cursor.y;
+  if (cursorOnly) return false;
   const Picture before = std::exchange(picture, {});
-  words >> format >> picture.width >> picture.height >> picture.seed;
+  words >> picture.width >> picture.height >> picture.seed;
   if (!words.eof()) words >> picture.cursor.x >> picture.cursor.y;
   picture.format = formats.at(format);
   return std::tie(before.format, before.width, before.height) !=

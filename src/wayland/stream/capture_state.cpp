@@ -22,13 +22,15 @@ StreamFormat CaptureState::format() const {
   return {videoFormat, frameWidth, frameHeight};
 }
 
-void CaptureState::storeFrame(std::shared_ptr<const Frame> newFrame, std::optional<Point> cursor) {
+void CaptureState::store(std::shared_ptr<const Frame> newFrame, std::optional<Point> cursor) {
   {
     const MutexLock lock(frameMutex);
-    // The old frame goes with the parameter, after the lock: to unmap it takes
-    // as long as to copy one.
-    frame.swap(newFrame);
-    frameReady = true;
+    if (newFrame != nullptr) {
+      // The old frame goes with the parameter, after the lock: to unmap it takes
+      // as long as to copy one.
+      frame.swap(newFrame);
+      frameReady = true;
+    }
     if (cursor) {
       streamCursorX = cursor->x;
       streamCursorY = cursor->y;

@@ -21,7 +21,8 @@ public:
   // The stream's side.
   void setFormat(const StreamFormat& format);
   StreamFormat format() const;
-  void storeFrame(std::shared_ptr<const Frame> newFrame, std::optional<Point> cursor);
+  // Either may be missing: then the last one stays.
+  void store(std::shared_ptr<const Frame> newFrame, std::optional<Point> cursor);
   // For good: no frame that follows makes up for it.
   void failStream(const char* error) noexcept;
 

@@ -195,9 +195,10 @@ void CaptureStream::acceptFormat(const spa_pod* param) {
 }
 
 void CaptureStream::takeBuffer(const spa_buffer* buffer) {
-  std::optional<FrameIntake> intake = takeIn(buffer, state.format());
-  if (!intake) return;
-  state.storeFrame(std::make_shared<const Frame>(std::move(intake->frame)), intake->cursor);
+  FrameIntake intake = takeIn(buffer, state.format());
+  std::shared_ptr<const Frame> frame;
+  if (intake.frame) frame = std::make_shared<const Frame>(std::move(*intake.frame));
+  if (frame != nullptr || intake.cursor) state.store(std::move(frame), intake.cursor);
 }
 
 }  // namespace ostler
