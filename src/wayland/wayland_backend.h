@@ -31,6 +31,7 @@ public:
   std::vector<unsigned char> screenshot(Size target, Rect crop, double quality) override;
 
 private:
+  void waitForFirstFrame();
   // Throws when the portal session has ended.
   void requireSession();
   void sendButton(Button button, bool pressed) override;

@@ -87,6 +87,16 @@ it('fails when PipeWire dies, before the first frame and after it', async () => 
   }
 });
 
+it('restarts a stream that sent no first frame', async () => {
+  const desktop = await startDesktop();
+  desktop.show('still 3');
+  const host = await desktop.startHost();
+  const began = Date.now();
+  assert.strictEqual((await shot(host)).pixel(0, 0)[2], 1);
+  assert.ok(Date.now() - began > 1900);
+  await desktop.stop();
+});
+
 it('throws once the session has ended', async () => {
   const ends = {
     'by the user': (desktop) => process.kill(desktop.portal(), 'SIGUSR1'),

@@ -5,7 +5,8 @@
 // SEED [CURSOR_X CURSOR_Y]. Pixel (x, y) has red x, green y and blue SEED, each
 // modulo 256; with SEED 0 nothing is sent. Another format than before is
 // negotiated first. After "cursor X Y" the pointer moves there in buffers that
-// hold nothing else, and black pixels, as KWin sends them. After "fail
+// hold nothing else, and black pixels, as KWin sends them. After "still N" the
+// picture is sent once at each start of the stream from the Nth on. After "fail
 // TEXT" the stream that came last gets errors instead. Prints its node's number after the first line; ends
 // with its input.
 
@@ -51,6 +52,7 @@ pw_client* consumer;
 Picture picture;
 bool negotiated;  // in the format of the picture
 bool cursorOnly;
+int starts, firstSeen;  // of a still screen
 std::string failure;
 
 // Format and cursor; the buffers are as the other side wants them.
@@ -82,7 +84,12 @@ void onParamChanged(void*, std::uint32_t id, const spa_pod* param) {
   if (param != nullptr && id == SPA_PARAM_Format) negotiated = true;
 }
 
+void onStateChanged(void*, pw_stream_state, pw_stream_state state, const char*) {
+  if (state == PW_STREAM_STATE_STREAMING) ++starts;
+}
+
 void sendPicture(void*, std::uint64_t) {
+  if (firstSeen > starts) return;
   if (!failure.empty() && consumer != nullptr) pw_client_error(consumer, consumerNode, -EIO, failure.c_str());
   if (!negotiated || picture.seed == 0 || !failure.empty()) return;
   if (pw_stream_get_state(stream, nullptr) != PW_STREAM_STATE_STREAMING) return;
@@ -109,6 +116,7 @@ void sendPicture(void*, std::uint64_t) {
     cursor->position = picture.cursor;
   }
   pw_stream_queue_buffer(stream, buffer);
+  if (firstSeen > 0) firstSeen = starts + 1;
 }
 
 void onGlobal(void*, std::uint32_t id, std::uint32_t, const char* type, std::uint32_t,
@@ -149,7 +157,8 @@ bool readInput() {
   words >> format;
   cursorOnly = format == "cursor";
   if (cursorOnly) words >> picture.cursor.x >> picture.cursor.y;
-  if (cursorOnly) return false;
+  if (format == "still") words >> firstSeen;
+  if (cursorOnly || format == "still") return false;
   const Picture before = std::exchange(picture, {});
   words >> picture.width >> picture.height >> picture.seed;
   if (!words.eof()) words >> picture.cursor.x >> picture.cursor.y;
@@ -180,6 +189,7 @@ int main() {
 
   pw_stream_events streamEvents{};
   streamEvents.version = PW_VERSION_STREAM_EVENTS;
+  streamEvents.state_changed = onStateChanged;
   streamEvents.param_changed = onParamChanged;
   spa_hook streamHook{}, registryHook{};
   stream = pw_stream_new(core, "screen", pw_properties_new("media.class", "Video/Source", nullptr));

@@ -29,9 +29,11 @@ public:
   // The caller's side.
   void setLogicalSize(Size size);
   void setLastPointer(Point position);
+  // Waits for a frame or the stream's failure, and returns whether one has come.
+  bool waitForNews(std::chrono::steady_clock::time_point deadline);
   // Returns when there is a frame and the stream has not failed. Throws when it
   // has, with or without a frame, and when no frame came in time.
-  void waitForFirstFrame(std::chrono::milliseconds timeout);
+  void waitForFirstFrame(std::chrono::steady_clock::time_point deadline);
   // Null before the first frame.
   std::shared_ptr<const Frame> latestFrame() const;
   // In display units, else stream pixels; throws while neither is known.

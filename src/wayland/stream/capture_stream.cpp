@@ -141,6 +141,12 @@ void CaptureStream::connectStream(std::uint32_t nodeId) {
   }
 }
 
+void CaptureStream::restart() {
+  const LoopLock lock(threadLoop.get());
+  pw_stream_set_active(stream.get(), false);
+  pw_stream_set_active(stream.get(), true);
+}
+
 const pw_stream_events CaptureStream::streamEvents = [] {
   pw_stream_events events{};
   events.version = PW_VERSION_STREAM_EVENTS;
