@@ -16,7 +16,8 @@ double scaleOf(std::int32_t pixels, std::int32_t displayUnits) {
 
 // The latest frame that came, however long ago: nobody is asked for a new one.
 std::vector<unsigned char> WaylandBackend::screenshot(Size target, Rect crop, double quality) {
-  capture.waitForFirstFrame(std::chrono::seconds(5));
+  requireSession();
+  capture.waitForFirstFrame(std::chrono::steady_clock::now() + std::chrono::seconds(5));
   std::shared_ptr<const Frame> frame = capture.latestFrame();
   if (frame == nullptr || frame->format.width <= 0 || frame->format.height <= 0) return {};
   const Size size{frame->format.width, frame->format.height}, units = display();

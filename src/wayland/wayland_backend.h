@@ -31,6 +31,9 @@ public:
   std::vector<unsigned char> screenshot(Size target, Rect crop, double quality) override;
 
 private:
+  void waitForFirstFrame();
+  // Throws when the portal session has ended.
+  void requireSession();
   void sendButton(Button button, bool pressed) override;
   void dragTo(double x, double y) override;
   void typeCodePoint(std::uint32_t codePoint, std::uint64_t keysym);

@@ -43,6 +43,9 @@ it('opens with the first call that needs it, and closes with the host', async ()
   await waitUntil(async () => (await shot(host)).pixel(0, 0)[2] === 9);
   await host.call('move', 100, 100);
   assert.deepStrictEqual(await host.call('cursorPosition'), { x: 5, y: 6 }, 'the stream has the last word');
+  desktop.show('cursor 7 8');
+  await waitUntil(async () => (await host.call('cursorPosition')).x === 7);
+  assert.strictEqual((await shot(host)).pixel(0, 0)[2], 9);
 
   desktop.show('fail picture lost');
   assert.strictEqual(await screenshotFailure(host), 'Wayland ScreenCast stream failed: picture lost');
@@ -80,6 +83,33 @@ it('fails when PipeWire dies, before the first frame and after it', async () => 
     if (seed !== 0) await opened;
     desktop.killPipeWire();
     assert.match(await opened || await screenshotFailure(host), /^Wayland ScreenCast stream failed: /);
+    await desktop.stop();
+  }
+});
+
+it('restarts a stream that sent no first frame', async () => {
+  const desktop = await startDesktop();
+  desktop.show('still 3');
+  const host = await desktop.startHost();
+  const began = Date.now();
+  assert.strictEqual((await shot(host)).pixel(0, 0)[2], 1);
+  assert.ok(Date.now() - began > 1900);
+  await desktop.stop();
+});
+
+it('throws once the session has ended', async () => {
+  const ends = {
+    'by the user': (desktop) => process.kill(desktop.portal(), 'SIGUSR1'),
+    'with the portal': (desktop) => process.kill(desktop.portal(), 'SIGKILL'),
+    'with the bus': (desktop) => desktop.killBus(),
+  };
+  for (const [name, end] of Object.entries(ends)) {
+    const desktop = await startDesktop();
+    const host = await desktop.startHost();
+    await shot(host);
+    end(desktop);
+    assert.strictEqual(await screenshotFailure(host), 'The Wayland portal session has ended.', name);
+    assert.strictEqual((await host.call('display')).width, 1280, name);
     await desktop.stop();
   }
 });

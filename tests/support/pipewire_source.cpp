@@ -4,8 +4,11 @@
 // A line of stdin says what the screen shows from then on: FORMAT WIDTH HEIGHT
 // SEED [CURSOR_X CURSOR_Y]. Pixel (x, y) has red x, green y and blue SEED, each
 // modulo 256; with SEED 0 nothing is sent. Another format than before is
-// negotiated first. After "fail TEXT" the stream that came last gets errors
-// instead. Prints its node's number after the first line; ends with its input.
+// negotiated first. After "cursor X Y" the pointer moves there in buffers that
+// hold nothing else, and black pixels, as KWin sends them. After "still N" the
+// picture is sent once at each start of the stream from the Nth on. After "fail
+// TEXT" the stream that came last gets errors instead. Prints its node's number after the first line; ends
+// with its input.
 
 #include <cerrno>
 #include <chrono>
@@ -48,6 +51,8 @@ std::uint32_t outputPort, consumerNode;
 pw_client* consumer;
 Picture picture;
 bool negotiated;  // in the format of the picture
+bool cursorOnly;
+int starts, firstSeen;  // of a still screen
 std::string failure;
 
 // Format and cursor; the buffers are as the other side wants them.
@@ -79,7 +84,12 @@ void onParamChanged(void*, std::uint32_t id, const spa_pod* param) {
   if (param != nullptr && id == SPA_PARAM_Format) negotiated = true;
 }
 
+void onStateChanged(void*, pw_stream_state, pw_stream_state state, const char*) {
+  if (state == PW_STREAM_STATE_STREAMING) ++starts;
+}
+
 void sendPicture(void*, std::uint64_t) {
+  if (firstSeen > starts) return;
   if (!failure.empty() && consumer != nullptr) pw_client_error(consumer, consumerNode, -EIO, failure.c_str());
   if (!negotiated || picture.seed == 0 || !failure.empty()) return;
   if (pw_stream_get_state(stream, nullptr) != PW_STREAM_STATE_STREAMING) return;
@@ -93,10 +103,11 @@ void sendPicture(void*, std::uint64_t) {
     for (std::uint32_t x = 0; x < picture.width; ++x, to += 4) {
       to[red] = static_cast<unsigned char>(x);
       to[1] = static_cast<unsigned char>(y);
-      to[2 - red] = static_cast<unsigned char>(picture.seed);
+      to[2 - red] = static_cast<unsigned char>(cursorOnly ? 0 : picture.seed);
     }
   }
-  *data.chunk = {0, picture.width * picture.height * 4, static_cast<int>(picture.width * 4), 0};
+  *data.chunk = {0, picture.width * picture.height * 4, static_cast<int>(picture.width * 4),
+                 cursorOnly ? std::int32_t{SPA_CHUNK_FLAG_CORRUPTED} : 0};
   auto* const cursor = static_cast<spa_meta_cursor*>(
       spa_buffer_find_meta_data(buffer->buffer, SPA_META_Cursor, sizeof(spa_meta_cursor)));
   if (cursor != nullptr) {
@@ -105,6 +116,7 @@ void sendPicture(void*, std::uint64_t) {
     cursor->position = picture.cursor;
   }
   pw_stream_queue_buffer(stream, buffer);
+  if (firstSeen > 0) firstSeen = starts + 1;
 }
 
 void onGlobal(void*, std::uint32_t id, std::uint32_t, const char* type, std::uint32_t,
@@ -142,8 +154,13 @@ bool readInput() {
   if (!failure.empty()) return false;
   std::istringstream words(text);
   std::string format;
+  words >> format;
+  cursorOnly = format == "cursor";
+  if (cursorOnly) words >> picture.cursor.x >> picture.cursor.y;
+  if (format == "still") words >> firstSeen;
+  if (cursorOnly || format == "still") return false;
   const Picture before = std::exchange(picture, {});
-  words >> format >> picture.width >> picture.height >> picture.seed;
+  words >> picture.width >> picture.height >> picture.seed;
   if (!words.eof()) words >> picture.cursor.x >> picture.cursor.y;
   picture.format = formats.at(format);
   return std::tie(before.format, before.width, before.height) !=
@@ -172,6 +189,7 @@ int main() {
 
   pw_stream_events streamEvents{};
   streamEvents.version = PW_VERSION_STREAM_EVENTS;
+  streamEvents.state_changed = onStateChanged;
   streamEvents.param_changed = onParamChanged;
   spa_hook streamHook{}, registryHook{};
   stream = pw_stream_new(core, "screen", pw_properties_new("media.class", "Video/Source", nullptr));

@@ -20,12 +20,15 @@
 #                "close": bool} for a socket that sends just that, the answer once
 #                the client has sent something
 #
+# SIGUSR1 closes the session, as the user's "stop" does.
+#
 # DIRECTORY/record has a line for each call, "Interface.Method ARGUMENTS"; the EIS
 # server adds its own. Tokens are written #1, #2... in order of appearance. A new
 # script starts all counts again.
 import json
 import os
 import re
+import signal
 import socket
 import sys
 
@@ -158,6 +161,13 @@ def connect(method, step):
     return end
 
 
+def close_session():
+    bus.emit_signal(None, '/session/%d' % script.calls['CreateSession'], 'org.freedesktop.portal.Session', 'Closed',
+                    GLib.Variant('(a{sv})', ({},)))
+    return True
+
+
+GLib.unix_signal_add(GLib.PRIORITY_DEFAULT, signal.SIGUSR1, close_session)
 with open(os.path.join(directory, 'portal.pid'), 'w') as pid:
     pid.write(str(os.getpid()))
 for served in [desktop, *('/session/%d' % number for number in range(1, 20))]:

@@ -84,7 +84,7 @@ struct TestBuffer {
     data.maxsize = chunk.size = static_cast<std::uint32_t>(size);
   }
 
-  std::optional<FrameIntake> take() {
+  FrameIntake take() {
     const spa_buffer buffer{2, blocks, metas, &data};
     return takeIn(&buffer, format);
   }
@@ -107,7 +107,7 @@ TEST(FrameIntake, DiscardsWhatIsNoPicture) {
       {"not mapped", [](TestBuffer& b) { b.data.data = nullptr; }},
       {"no chunk", [](TestBuffer& b) { b.data.chunk = nullptr; }},
       {"corrupted", [](TestBuffer& b) { b.header.flags = SPA_META_HEADER_FLAG_CORRUPTED | 1; }},
-      {"a cursor only", [](TestBuffer& b) { b.chunk.size = 0; }},
+      {"empty", [](TestBuffer& b) { b.chunk.size = 0; }},
       {"no format yet", [](TestBuffer& b) { b.format = {}; }},
       {"negative height", [](TestBuffer& b) { b.format.height = -1; }},
       {"one byte short", [](TestBuffer& b) { b.data.maxsize -= 1; }},
@@ -122,7 +122,19 @@ TEST(FrameIntake, DiscardsWhatIsNoPicture) {
   for (const auto& [name, change] : cases) {
     TestBuffer buffer;
     change(buffer);
-    EXPECT_FALSE(buffer.take()) << name;
+    const FrameIntake intake = buffer.take();
+    EXPECT_FALSE(intake.frame || intake.cursor) << name;
+  }
+}
+
+TEST(FrameIntake, TakesTheCursorOfABufferThatHasNoPicture) {
+  for (const std::uint32_t size : {24U, 0U}) {  // as KWin has it, and GNOME
+    TestBuffer buffer;
+    buffer.chunk.size = size;
+    buffer.chunk.flags = SPA_CHUNK_FLAG_CORRUPTED;
+    const FrameIntake intake = buffer.take();
+    EXPECT_FALSE(intake.frame) << size;
+    EXPECT_EQ(intake.cursor, (Point{5, -6})) << size;
   }
 }
 
@@ -149,16 +161,16 @@ TEST(FrameIntake, TakesRowsAndCursorFromWhereTheyAre) {
   for (const auto& [name, change, firstRow, secondRow, cursor] : cases) {
     TestBuffer buffer;
     change(buffer);
-    const std::optional<FrameIntake> intake = buffer.take();
-    ASSERT_TRUE(intake) << name;
+    const FrameIntake intake = buffer.take();
+    ASSERT_TRUE(intake.frame) << name;
     std::vector<unsigned char> expected;
     for (const std::size_t row : {firstRow, secondRow}) {
       expected.insert(expected.end(), &buffer.memory[row], &buffer.memory[row] + 12);
     }
-    const PixelBytes& bytes = intake->frame.bytes;
+    const PixelBytes& bytes = intake.frame->bytes;
     EXPECT_EQ(std::vector<unsigned char>(bytes.begin(), bytes.end()), expected) << name;
-    EXPECT_EQ(intake->frame.format, buffer.format) << name;
-    EXPECT_EQ(intake->cursor, cursor) << name;
+    EXPECT_EQ(intake.frame->format, buffer.format) << name;
+    EXPECT_EQ(intake.cursor, cursor) << name;
   }
 }
 

@@ -22,6 +22,7 @@
   apply(pw_stream_disconnect) \
   apply(pw_stream_new) \
   apply(pw_stream_queue_buffer) \
+  apply(pw_stream_set_active) \
   apply(pw_stream_update_params) \
   apply(pw_thread_loop_destroy) \
   apply(pw_thread_loop_get_loop) \

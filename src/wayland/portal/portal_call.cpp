@@ -8,6 +8,8 @@
 
 #include <sys/eventfd.h>
 
+#include "wayland/portal/signal_subscription.h"
+
 // A request of the portal is a method call whose reply only names an object;
 // the answer is a Response signal of that object, which may come at once, when
 // a person has answered a dialog, or never, when the portal or the bus goes
@@ -55,7 +57,7 @@ struct PortalWait {
   }
 };
 
-void onResponse(PortalWait& wait, std::string_view objectPath, GVariant* parameters) noexcept {
+void onResponse(PortalWait& wait, std::string_view objectPath, GVariant* parameters) {
   if (wait.ended || objectPath != wait.requestPath) return;
   if (g_variant_is_of_type(parameters, G_VARIANT_TYPE("(ua{sv})"))) {
     GVariant* results = nullptr;
@@ -65,15 +67,6 @@ void onResponse(PortalWait& wait, std::string_view objectPath, GVariant* paramet
   wait.end();
 }
 
-// The portal's name changes hands. Its first owner is no news: the method call
-// may have started the portal.
-void onNameOwnerChanged(PortalWait& wait, std::string_view, GVariant* parameters) noexcept {
-  if (!g_variant_is_of_type(parameters, G_VARIANT_TYPE("(sss)"))) return;
-  const char* oldOwner = "";
-  g_variant_get(parameters, "(&s&s&s)", nullptr, &oldOwner, nullptr);
-  if (*oldOwner != '\0') wait.end();
-}
-
 // The connection's "closed" signal is emitted in the main context in which the
 // connection was made, which nobody may be running, so its state is polled.
 gboolean onBusCheck(gpointer data) noexcept {
@@ -81,40 +74,6 @@ gboolean onBusCheck(gpointer data) noexcept {
   if (g_dbus_connection_is_closed(wait.connection)) wait.end();
   return G_SOURCE_CONTINUE;
 }
-
-// GLib may have a call of the handler queued still after the subscription has
-// been ended, so the guard goes only when GLib has let go of it. Nothing of it
-// is left in the context then.
-class SignalSubscription {
-public:
-  using Handler = void (*)(PortalWait&, std::string_view, GVariant*);
-
-  SignalSubscription(PortalWait& sharedWait, const char* sender, const char* interfaceName,
-                     const char* member, const char* arg0, Handler signalHandler)
-      : wait(sharedWait), handler(signalHandler) {
-    id = g_dbus_connection_signal_subscribe(wait.connection, sender, interfaceName, member, nullptr, arg0,
-                                            G_DBUS_SIGNAL_FLAGS_NONE, onSignal, this, onReleased);
-  }
-  SignalSubscription(const SignalSubscription&) = delete;
-  SignalSubscription& operator=(const SignalSubscription&) = delete;
-  ~SignalSubscription() {
-    g_dbus_connection_signal_unsubscribe(wait.connection, id);
-    while (!released) g_main_context_iteration(g_main_context_get_thread_default(), TRUE);
-  }
-
-private:
-  static void onSignal(GDBusConnection*, const gchar*, const gchar* objectPath, const gchar*, const gchar*,
-                       GVariant* parameters, gpointer data) noexcept {
-    const SignalSubscription& self = *static_cast<SignalSubscription*>(data);
-    self.handler(self.wait, objectPath, parameters);
-  }
-  static void onReleased(gpointer data) noexcept { static_cast<SignalSubscription*>(data)->released = true; }
-
-  PortalWait& wait;
-  const Handler handler;
-  guint id = 0;
-  bool released = false;
-};
 
 void requireSpareDescriptors(const std::string& failure) {
   if (haveSpareDescriptors(descriptorsOfCall)) return;
@@ -187,13 +146,16 @@ Variant portalRequest(GDBusConnection* connection, const char* interfaceName, co
   wait.connection = connection;
   wait.loop.reset(g_main_loop_new(context, FALSE));
 
-  const SignalSubscription ownerSubscription(wait, "org.freedesktop.DBus", "org.freedesktop.DBus",
-                                             "NameOwnerChanged", portalBusName, onNameOwnerChanged);
+  const SignalSubscription ownerSubscription(connection, context, portalOwnerChange(),
+                                             [&wait](std::string_view, GVariant* change) {
+                                               if (hasPortalLeft(change)) wait.end();
+                                             });
   // To the answers of all requests, so that one is heard that comes before the
   // reply has named its request, at whatever path. It waits in the context
   // until the loop runs.
-  const SignalSubscription responseSubscription(wait, portalBusName, requestInterface, "Response", nullptr,
-                                                onResponse);
+  const SignalSubscription responseSubscription(
+      connection, context, {portalBusName, requestInterface, "Response", nullptr, nullptr},
+      [&wait](std::string_view requestPath, GVariant* response) { onResponse(wait, requestPath, response); });
 
   const Variant reply = call(connection, interfaceName, method, arguments.get(), "(o)", failure);
   const char* requestPath = "";

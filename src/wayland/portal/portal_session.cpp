@@ -124,6 +124,7 @@ void PortalSession::startPortalSession() {
       throw std::runtime_error("Missing portal response field: session_handle");
     }
     sessionHandle = handle;
+    end.emplace(bus, sessionHandle);
   }
   {
     PortalOptions options;
@@ -149,6 +150,12 @@ void PortalSession::startPortalSession() {
   nodeId = stream.nodeId;
   logicalSize = stream.logicalSize;
 }
+
+void PortalSession::requireOpen() {
+  if (end->hasCome()) throw std::runtime_error("The Wayland portal session has ended.");
+}
+
+void PortalSession::markEnded() { end->mark(); }
 
 FileDescriptor PortalSession::openPipeWireRemote() const {
   PortalDescriptor remote =

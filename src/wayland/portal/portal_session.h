@@ -7,6 +7,7 @@
 #include "base/file_descriptor.h"
 #include "base/geometry.h"
 #include "wayland/portal/glib_handles.h"
+#include "wayland/portal/session_end.h"
 
 namespace ostler {
 
@@ -23,6 +24,12 @@ public:
   // The socket of the PipeWire server that has the stream. Throws std::runtime_error.
   FileDescriptor openPipeWireRemote() const;
 
+  // Throws std::runtime_error when the session has ended, by whatever has been
+  // heard by now. Does not wait.
+  void requireOpen();
+  // The compositor ended the session without a word of the portal's.
+  void markEnded();
+
   const BusConnection connection;
   std::string sessionHandle;         // empty until the portal has created the session
   std::uint32_t grantedDevices = 0;  // 1 keyboard, 2 pointer
@@ -32,6 +39,8 @@ public:
 private:
   explicit PortalSession(BusConnection bus);
   void startPortalSession();
+
+  std::optional<SessionEnd> end;  // from when the portal has created the session
 };
 
 }  // namespace ostler

@@ -22,13 +22,15 @@ StreamFormat CaptureState::format() const {
   return {videoFormat, frameWidth, frameHeight};
 }
 
-void CaptureState::storeFrame(std::shared_ptr<const Frame> newFrame, std::optional<Point> cursor) {
+void CaptureState::store(std::shared_ptr<const Frame> newFrame, std::optional<Point> cursor) {
   {
     const MutexLock lock(frameMutex);
-    // The old frame goes with the parameter, after the lock: to unmap it takes
-    // as long as to copy one.
-    frame.swap(newFrame);
-    frameReady = true;
+    if (newFrame != nullptr) {
+      // The old frame goes with the parameter, after the lock: to unmap it takes
+      // as long as to copy one.
+      frame.swap(newFrame);
+      frameReady = true;
+    }
     if (cursor) {
       streamCursorX = cursor->x;
       streamCursorY = cursor->y;
@@ -63,12 +65,17 @@ void CaptureState::setLastPointer(Point position) {
   lastPointerY = position.y;
 }
 
-void CaptureState::waitForFirstFrame(std::chrono::milliseconds timeout) {
+bool CaptureState::waitForNews(std::chrono::steady_clock::time_point deadline) {
   MutexLock lock(frameMutex);
-  const auto deadline = std::chrono::steady_clock::now() + timeout;
   while (!frameReady && !streamFailed) {
     if (lock.waitUntil(frameCondition, deadline) == std::cv_status::timeout) break;
   }
+  return frameReady || streamFailed;
+}
+
+void CaptureState::waitForFirstFrame(std::chrono::steady_clock::time_point deadline) {
+  waitForNews(deadline);
+  const MutexLock lock(frameMutex);
   if (streamFailed) throw std::runtime_error("Wayland ScreenCast stream failed: " + streamError);
   if (!frameReady) throw std::runtime_error("Timed out waiting for the Wayland ScreenCast stream.");
 }

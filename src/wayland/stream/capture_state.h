@@ -21,16 +21,19 @@ public:
   // The stream's side.
   void setFormat(const StreamFormat& format);
   StreamFormat format() const;
-  void storeFrame(std::shared_ptr<const Frame> newFrame, std::optional<Point> cursor);
+  // Either may be missing: then the last one stays.
+  void store(std::shared_ptr<const Frame> newFrame, std::optional<Point> cursor);
   // For good: no frame that follows makes up for it.
   void failStream(const char* error) noexcept;
 
   // The caller's side.
   void setLogicalSize(Size size);
   void setLastPointer(Point position);
+  // Waits for a frame or the stream's failure, and returns whether one has come.
+  bool waitForNews(std::chrono::steady_clock::time_point deadline);
   // Returns when there is a frame and the stream has not failed. Throws when it
   // has, with or without a frame, and when no frame came in time.
-  void waitForFirstFrame(std::chrono::milliseconds timeout);
+  void waitForFirstFrame(std::chrono::steady_clock::time_point deadline);
   // Null before the first frame.
   std::shared_ptr<const Frame> latestFrame() const;
   // In display units, else stream pixels; throws while neither is known.

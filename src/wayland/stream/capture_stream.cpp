@@ -141,6 +141,12 @@ void CaptureStream::connectStream(std::uint32_t nodeId) {
   }
 }
 
+void CaptureStream::restart() {
+  const LoopLock lock(threadLoop.get());
+  pw_stream_set_active(stream.get(), false);
+  pw_stream_set_active(stream.get(), true);
+}
+
 const pw_stream_events CaptureStream::streamEvents = [] {
   pw_stream_events events{};
   events.version = PW_VERSION_STREAM_EVENTS;
@@ -195,9 +201,10 @@ void CaptureStream::acceptFormat(const spa_pod* param) {
 }
 
 void CaptureStream::takeBuffer(const spa_buffer* buffer) {
-  std::optional<FrameIntake> intake = takeIn(buffer, state.format());
-  if (!intake) return;
-  state.storeFrame(std::make_shared<const Frame>(std::move(intake->frame)), intake->cursor);
+  FrameIntake intake = takeIn(buffer, state.format());
+  std::shared_ptr<const Frame> frame;
+  if (intake.frame) frame = std::make_shared<const Frame>(std::move(*intake.frame));
+  if (frame != nullptr || intake.cursor) state.store(std::move(frame), intake.cursor);
 }
 
 }  // namespace ostler

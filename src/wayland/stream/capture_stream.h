@@ -31,6 +31,9 @@ public:
   CaptureStream& operator=(const CaptureStream&) = delete;
   ~CaptureStream();
 
+  // Stops and starts the stream, on which the server sends a frame.
+  void restart();
+
 private:
   CaptureStream(FileDescriptor remote, CaptureState& state);
   void connectStream(std::uint32_t nodeId);

@@ -29,6 +29,11 @@ std::optional<Point> cursorIn(const spa_buffer& buffer) {
   return Point{cursor->position.x, cursor->position.y};
 }
 
+// When only the pointer has moved, KDE Plasma 6.3 and GNOME 48 send a buffer for
+// its metadata. KWin's has the size of a picture, with pixels of an earlier one
+// or none at all; GNOME's has size 0.
+bool isCursorOnly(const volatile spa_chunk& chunk) { return (chunk.flags & SPA_CHUNK_FLAG_CORRUPTED) != 0; }
+
 // Where the rows stand in the mapped memory.
 struct RowLayout {
   std::size_t offset;
@@ -58,16 +63,17 @@ void copyRows(unsigned char* to, const unsigned char* memory, const RowLayout& l
 
 }  // namespace
 
-std::optional<FrameIntake> takeIn(const spa_buffer* buffer, const StreamFormat& format) {
-  if (buffer == nullptr || buffer->n_datas == 0) return std::nullopt;
+FrameIntake takeIn(const spa_buffer* buffer, const StreamFormat& format) {
+  if (buffer == nullptr || buffer->n_datas == 0) return {};
   const spa_data& data = buffer->datas[0];
-  if (data.data == nullptr || isCorrupted(*buffer) || data.chunk == nullptr) return std::nullopt;
+  if (data.data == nullptr || isCorrupted(*buffer) || data.chunk == nullptr) return {};
 
   // The chunk is in memory shared with the server. Each field is read once, so
   // that what is checked is what is used.
   const volatile spa_chunk& chunk = *data.chunk;
+  if (isCursorOnly(chunk)) return {std::nullopt, cursorIn(*buffer)};
   const std::int32_t stride = chunk.stride;
-  if (chunk.size == 0 || format.width <= 0 || format.height <= 0) return std::nullopt;
+  if (chunk.size == 0 || format.width <= 0 || format.height <= 0) return {};
   requireSupportedFormat(format.videoFormat);
 
   RowLayout layout;
@@ -75,10 +81,10 @@ std::optional<FrameIntake> takeIn(const spa_buffer* buffer, const StreamFormat& 
   layout.rowBytes = static_cast<std::size_t>(format.width) * bytesPerFramePixel;
   layout.stride = stride > 0 ? static_cast<std::size_t>(stride) : layout.rowBytes;
   layout.rows = static_cast<std::size_t>(format.height);
-  if (!layout.fitsIn(data.maxsize)) return std::nullopt;
+  if (!layout.fitsIn(data.maxsize)) return {};
 
-  FrameIntake intake{{format, PixelBytes(layout.rows * layout.rowBytes)}, cursorIn(*buffer)};
-  copyRows(intake.frame.bytes.data(), static_cast<const unsigned char*>(data.data), layout);
+  FrameIntake intake{Frame{format, PixelBytes(layout.rows * layout.rowBytes)}, cursorIn(*buffer)};
+  copyRows(intake.frame->bytes.data(), static_cast<const unsigned char*>(data.data), layout);
   return intake;
 }
 

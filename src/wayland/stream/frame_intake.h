@@ -9,14 +9,16 @@ struct spa_buffer;
 
 namespace ostler {
 
+// What a buffer holds, copied.
 struct FrameIntake {
-  Frame frame;
+  std::optional<Frame> frame;
   std::optional<Point> cursor;  // as the buffer's metadata has it, when it has one
 };
 
-// The picture in a buffer that arrived under `format`, copied. Nothing when the
-// buffer is null, empty, marked as corrupted or too short for the format.
-// Throws on a format that unpack() cannot read.
-std::optional<FrameIntake> takeIn(const spa_buffer* buffer, const StreamFormat& format);
+// Reads a buffer that arrived under `format`. There is nothing in one that is
+// null, empty, marked as corrupted or too short for the format, except that a
+// buffer with a cursor only, which a mark on its chunk tells, has no frame but a
+// cursor. Throws on a format that unpack() cannot read.
+FrameIntake takeIn(const spa_buffer* buffer, const StreamFormat& format);
 
 }  // namespace ostler
