@@ -1,7 +1,11 @@
 // What a screenshot costs besides the capture itself. "Plain" is the formula as
 // it is defined, for comparison; results are the same to the byte.
 
+#include <cstring>
+#include <utility>
+
 #include <benchmark/benchmark.h>
+#include <spa/buffer/buffer.h>
 #include <spa/param/video/raw.h>
 
 #include "bench/reference_conversion.h"
@@ -9,6 +13,8 @@
 #include "image/encode_jpeg.h"
 #include "image/encode_png.h"
 #include "image/resample.h"
+#include "wayland/stream/capture_state.h"
+#include "wayland/stream/frame_intake.h"
 #include "wayland/stream/unpack.h"
 #include "x11/to_rgb.h"
 
@@ -62,6 +68,40 @@ void unpackBgrx(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(unpack(frame, {0, 0, width, height}).bytes.data());
 }
 BENCHMARK(unpackBgrx)->Unit(benchmark::kMillisecond);
+
+// What the stream's thread does with each frame of a 5120x2880 monitor, and what
+// copying it into memory that is mapped already takes.
+constexpr std::int32_t largeWidth = 5120, largeHeight = 2880;
+constexpr std::size_t largeSize = static_cast<std::size_t>(largeWidth) * largeHeight * bytesPerFramePixel;
+
+void takeInLargeFrames(benchmark::State& state) {
+  PixelBytes memory(largeSize, 7);
+  spa_chunk chunk{0, static_cast<std::uint32_t>(largeSize), largeWidth * 4, 0};
+  spa_data data{};
+  data.data = memory.data();
+  data.maxsize = static_cast<std::uint32_t>(largeSize);
+  data.chunk = &chunk;
+  spa_buffer buffer{};
+  buffer.n_datas = 1;
+  buffer.datas = &data;
+  CaptureState captured;
+  for (auto _ : state) {
+    PixelBytes storage = captured.takeStorage();
+    FrameIntake intake = takeIn(&buffer, {SPA_VIDEO_FORMAT_BGRx, largeWidth, largeHeight}, storage);
+    captured.store(std::move(intake.frame), intake.cursor);
+  }
+}
+BENCHMARK(takeInLargeFrames)->Unit(benchmark::kMillisecond);
+
+void copyLargeFrames(benchmark::State& state) {
+  const PixelBytes memory(largeSize, 7);
+  PixelBytes copy(largeSize, 0);
+  for (auto _ : state) {
+    std::memcpy(copy.data(), memory.data(), largeSize);
+    benchmark::DoNotOptimize(copy.data());
+  }
+}
+BENCHMARK(copyLargeFrames)->Unit(benchmark::kMillisecond);
 
 void encodeJpeg75(benchmark::State& state) {
   const RgbImage image = desktopLike();

@@ -14,6 +14,7 @@
 #include <spa/param/video/format-utils.h>
 #include <spa/pod/builder.h>
 
+#include "wayland/stream/capture_state.h"
 #include "wayland/stream/frame_intake.h"
 #include "wayland/stream/stream_format.h"
 #include "wayland/stream/unpack.h"
@@ -86,7 +87,8 @@ struct TestBuffer {
 
   FrameIntake take() {
     const spa_buffer buffer{2, blocks, metas, &data};
-    return takeIn(&buffer, format);
+    PixelBytes storage;
+    return takeIn(&buffer, format, storage);
   }
 
   std::vector<unsigned char> memory;
@@ -172,6 +174,27 @@ TEST(FrameIntake, TakesRowsAndCursorFromWhereTheyAre) {
     EXPECT_EQ(intake.frame->format, buffer.format) << name;
     EXPECT_EQ(intake.cursor, cursor) << name;
   }
+}
+
+TEST(CaptureState, ReusesTheStorageOfAFrameThatNobodyShares) {
+  CaptureState state;
+  const auto store = [&state](unsigned char value) {
+    PixelBytes bytes = state.takeStorage();
+    bytes.resize(16);
+    bytes[0] = value;
+    const unsigned char* const storage = bytes.data();
+    state.store(Frame{{SPA_VIDEO_FORMAT_BGRx, 2, 2}, std::move(bytes)}, std::nullopt);
+    return storage;
+  };
+  const unsigned char* const first = store(1);
+  std::shared_ptr<const Frame> shared = state.latestFrame();
+  const unsigned char* const second = store(2);
+  EXPECT_NE(second, first);
+  EXPECT_EQ(shared->bytes[0], 1) << "a frame changed while it was shared";
+  shared.reset();
+  EXPECT_EQ(store(3), first);
+  EXPECT_EQ(store(4), second);
+  EXPECT_EQ(state.latestFrame()->bytes[0], 4);
 }
 
 // Widths around the number of pixels that a vectorised loop takes at a time.

@@ -2,6 +2,7 @@
 
 #include <new>
 #include <stdexcept>
+#include <utility>
 
 namespace ostler {
 
@@ -22,13 +23,31 @@ StreamFormat CaptureState::format() const {
   return {videoFormat, frameWidth, frameHeight};
 }
 
-void CaptureState::store(std::shared_ptr<const Frame> newFrame, std::optional<Point> cursor) {
+// Large frames are mapped and unmapped by the allocator one by one, which takes
+// several times as long as copying them. So the last reference hands the
+// storage back, on whichever thread it goes.
+std::shared_ptr<const Frame> CaptureState::share(Frame newFrame) {
+  const auto handBack = [this](Frame* replaced) noexcept {
+    const std::unique_ptr<Frame> owner(replaced);
+    const MutexLock lock(frameMutex);
+    storage.swap(replaced->bytes);
+  };
+  return {new Frame(std::move(newFrame)), handBack};
+}
+
+PixelBytes CaptureState::takeStorage() {
+  const MutexLock lock(frameMutex);
+  return std::exchange(storage, {});
+}
+
+void CaptureState::store(std::optional<Frame> newFrame, std::optional<Point> cursor) {
+  // The replaced frame goes with this reference, after the lock.
+  std::shared_ptr<const Frame> next;
+  if (newFrame) next = share(std::move(*newFrame));
   {
     const MutexLock lock(frameMutex);
-    if (newFrame != nullptr) {
-      // The old frame goes with the parameter, after the lock: to unmap it takes
-      // as long as to copy one.
-      frame.swap(newFrame);
+    if (next != nullptr) {
+      frame.swap(next);
       frameReady = true;
     }
     if (cursor) {

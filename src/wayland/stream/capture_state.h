@@ -22,7 +22,10 @@ public:
   void setFormat(const StreamFormat& format);
   StreamFormat format() const;
   // Either may be missing: then the last one stays.
-  void store(std::shared_ptr<const Frame> newFrame, std::optional<Point> cursor);
+  void store(std::optional<Frame> newFrame, std::optional<Point> cursor);
+  // The storage of a replaced frame that nobody shares any more, for the next
+  // frame. Empty when there is none.
+  PixelBytes takeStorage();
   // For good: no frame that follows makes up for it.
   void failStream(const char* error) noexcept;
 
@@ -42,6 +45,8 @@ public:
   Point cursorPosition() const;
 
 private:
+  std::shared_ptr<const Frame> share(Frame newFrame);
+
   mutable Mutex frameMutex;
   std::condition_variable frameCondition;  // signalled for frameReady and streamFailed
   bool frameReady OSTLER_GUARDED_BY(frameMutex) = false;
@@ -57,6 +62,8 @@ private:
   bool streamCursorKnown OSTLER_GUARDED_BY(frameMutex) = false;
   std::int32_t lastPointerX OSTLER_GUARDED_BY(frameMutex) = 0;
   std::int32_t lastPointerY OSTLER_GUARDED_BY(frameMutex) = 0;
+  PixelBytes storage OSTLER_GUARDED_BY(frameMutex);
+  // Hands its storage back when it goes, so it goes first.
   std::shared_ptr<const Frame> frame OSTLER_GUARDED_BY(frameMutex);
 };
 

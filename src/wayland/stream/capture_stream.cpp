@@ -201,10 +201,9 @@ void CaptureStream::acceptFormat(const spa_pod* param) {
 }
 
 void CaptureStream::takeBuffer(const spa_buffer* buffer) {
-  FrameIntake intake = takeIn(buffer, state.format());
-  std::shared_ptr<const Frame> frame;
-  if (intake.frame) frame = std::make_shared<const Frame>(std::move(*intake.frame));
-  if (frame != nullptr || intake.cursor) state.store(std::move(frame), intake.cursor);
+  if (storage.empty()) storage = state.takeStorage();
+  FrameIntake intake = takeIn(buffer, state.format(), storage);
+  if (intake.frame || intake.cursor) state.store(std::move(intake.frame), intake.cursor);
 }
 
 }  // namespace ostler

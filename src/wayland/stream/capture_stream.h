@@ -61,6 +61,7 @@ private:
   Owner<pw_stream, disconnectAndDestroy> stream;
   spa_hook coreListener{};
   spa_hook streamListener{};
+  PixelBytes storage;  // for the next frame; touched by the loop's thread alone
 };
 
 }  // namespace ostler

@@ -63,7 +63,7 @@ void copyRows(unsigned char* to, const unsigned char* memory, const RowLayout& l
 
 }  // namespace
 
-FrameIntake takeIn(const spa_buffer* buffer, const StreamFormat& format) {
+FrameIntake takeIn(const spa_buffer* buffer, const StreamFormat& format, PixelBytes& storage) {
   if (buffer == nullptr || buffer->n_datas == 0) return {};
   const spa_data& data = buffer->datas[0];
   if (data.data == nullptr || isCorrupted(*buffer) || data.chunk == nullptr) return {};
@@ -83,9 +83,10 @@ FrameIntake takeIn(const spa_buffer* buffer, const StreamFormat& format) {
   layout.rows = static_cast<std::size_t>(format.height);
   if (!layout.fitsIn(data.maxsize)) return {};
 
-  FrameIntake intake{Frame{format, PixelBytes(layout.rows * layout.rowBytes)}, cursorIn(*buffer)};
-  copyRows(intake.frame->bytes.data(), static_cast<const unsigned char*>(data.data), layout);
-  return intake;
+  const std::size_t size = layout.rows * layout.rowBytes;
+  if (storage.size() != size) storage = PixelBytes(size);
+  copyRows(storage.data(), static_cast<const unsigned char*>(data.data), layout);
+  return {Frame{format, std::exchange(storage, {})}, cursorIn(*buffer)};
 }
 
 }  // namespace ostler

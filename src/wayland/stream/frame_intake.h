@@ -18,7 +18,8 @@ struct FrameIntake {
 // Reads a buffer that arrived under `format`. There is nothing in one that is
 // null, empty, marked as corrupted or too short for the format, except that a
 // buffer with a cursor only, which a mark on its chunk tells, has no frame but a
-// cursor. Throws on a format that unpack() cannot read.
-FrameIntake takeIn(const spa_buffer* buffer, const StreamFormat& format);
+// cursor. Throws on a format that unpack() cannot read. A frame is copied into
+// `storage`, which is then empty.
+FrameIntake takeIn(const spa_buffer* buffer, const StreamFormat& format, PixelBytes& storage);
 
 }  // namespace ostler
