@@ -13,7 +13,7 @@
 
 #include "addon/arguments.h"
 #include "addon/results.h"
-#include "driver/exit_guard.h"
+#include "base/exit_guard.h"
 
 namespace ostler {
 

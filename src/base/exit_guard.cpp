@@ -1,4 +1,4 @@
-#include "driver/exit_guard.h"
+#include "base/exit_guard.h"
 
 #include <cstdlib>
 

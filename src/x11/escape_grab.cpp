@@ -1,4 +1,4 @@
-#include "services/escape_grab.h"
+#include "x11/escape_grab.h"
 
 #include <cstdlib>
 #include <memory>

@@ -13,10 +13,10 @@
 
 #include "backend/escape_flags.h"
 #include "backend/waits.h"
+#include "base/exit_guard.h"
 #include "driver/driver.h"
-#include "driver/exit_guard.h"
 #include "driver/session.h"
-#include "services/escape_grab.h"
+#include "x11/escape_grab.h"
 
 namespace ostler {
 namespace {
