@@ -1,37 +1,33 @@
 #pragma once
 
-#include <memory>
-
 #include <xcb/xcb.h>
 
+#include "base/owner.h"
 #include "x11/xlib_handles.h"
 
 namespace ostler {
 
-struct XcbDisconnecter {
-  void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
-};
-using XcbConnection = std::unique_ptr<xcb_connection_t, XcbDisconnecter>;
+using XcbConnection = Owner<xcb_connection_t, xcb_disconnect>;
 
-// A connection to the X server behind a display name, once it has taken a
-// request; null when there is none. Waits for as long as the server says
-// nothing, yet holds nothing meanwhile that another thread could need:
-// XOpenDisplay would keep Xlib's global lock, and with it every XOpenDisplay and
-// XSetErrorHandler of the process.
+// A connection to the X server of a display name, returned once the server has
+// answered a request; null when it cannot be reached. Waits without a limit for
+// an unresponsive server, but holds no lock meanwhile. XOpenDisplay would hold
+// Xlib's global lock, and every other thread that calls XOpenDisplay or
+// XSetErrorHandler would hang too.
 XcbConnection connectWhenAnswered(const char* displayName);
 
-// Takes the Escape key, with any modifiers, from the rest of the desktop.
+// Grabs the Escape key, with any modifiers: no other client sees it while this lives.
 class EscapeGrab {
 public:
-  // Check held() afterwards: another client may have the key, or there is none.
+  // Check held() afterwards: another client may hold the key, or the keyboard has none.
   explicit EscapeGrab(Display* display);
   EscapeGrab(const EscapeGrab&) = delete;
   EscapeGrab& operator=(const EscapeGrab&) = delete;
   ~EscapeGrab();
 
   bool held() const { return isHeld; }
-  // Takes the key that has become Escape in place of the one that was. To be
-  // called for each MappingNotify.
+  // Moves the grab when Escape has been mapped to another key. Call it for each
+  // MappingNotify.
   void follow();
   bool isPress(const XEvent& event) const { return event.type == KeyPress && event.xkey.keycode == keycode; }
 
