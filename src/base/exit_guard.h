@@ -2,9 +2,10 @@
 
 namespace ostler {
 
-// While one lives, exit() on this thread ends the process at once with code 1,
-// unless this is the main thread. Xlib calls exit(1) on the thread that finds
-// the X server gone, and what exit() destroys is in use on other threads.
+// While a guard exists, exit() on its thread ends the process at once with code 1
+// and without running exit handlers, unless it is the main thread. Xlib calls
+// exit(1) on the thread that notices the loss of the X server, and exit() would
+// destroy objects that other threads are using.
 class ExitGuard {
 public:
   ExitGuard();
