@@ -1,29 +1,27 @@
 #include <cstdio>
-#include <memory>
 
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "driver/driver.h"
+#include "base/owner.h"
+#include "x11/clipboard.h"
 
 namespace ostler {
 namespace {
 
-struct ProcessCloser {
-  void operator()(FILE* stream) const { pclose(stream); }
-};
-using ProcessInput = std::unique_ptr<FILE, ProcessCloser>;
+using ProcessInput = Owner<FILE, pclose>;
 
-// Keeps a descriptor of this process from its children, for as long as it lives.
-class DescriptorKept {
+// Marks a descriptor as close-on-exec while it lives, so that child processes
+// started meanwhile do not inherit it.
+class CloseOnExec {
 public:
-  explicit DescriptorKept(int keptDescriptor)
-      : descriptor(keptDescriptor), flags(fcntl(descriptor, F_GETFD)) {
+  explicit CloseOnExec(int markedDescriptor)
+      : descriptor(markedDescriptor), flags(fcntl(descriptor, F_GETFD)) {
     if (flags != -1) fcntl(descriptor, F_SETFD, flags | FD_CLOEXEC);
   }
-  DescriptorKept(const DescriptorKept&) = delete;
-  DescriptorKept& operator=(const DescriptorKept&) = delete;
-  ~DescriptorKept() {
+  CloseOnExec(const CloseOnExec&) = delete;
+  CloseOnExec& operator=(const CloseOnExec&) = delete;
+  ~CloseOnExec() {
     if (flags != -1) fcntl(descriptor, F_SETFD, flags);
   }
 
@@ -32,19 +30,21 @@ private:
   const int flags;
 };
 
-// xclip stays in the background. With our output open there, whoever reads that
-// to its end would wait for the next owner of the clipboard, and its complaints,
-// or the shell's about a missing xclip, would reach our stderr.
+// xclip stays in the background. If it inherited our stdout, a reader that waits
+// for the end of our output would wait until another program owns the clipboard.
+// If it inherited our stderr, its error messages, or the shell's when xclip is
+// missing, would appear there.
 ProcessInput startXclip() {
-  const DescriptorKept output(STDOUT_FILENO), errors(STDERR_FILENO);
-  // With "e" no child that another thread starts meanwhile holds the pipe open.
+  const CloseOnExec output(STDOUT_FILENO), errors(STDERR_FILENO);
+  // "e" keeps the pipe out of child processes that other threads start meanwhile.
   return ProcessInput(popen("xclip -selection clipboard", "we"));
 }
 
 }  // namespace
-}  // namespace ostler
 
-void driverSetClipboard(const std::string& text) {
-  const ostler::ProcessInput xclip = ostler::startXclip();
+void writeClipboard(const std::string& text) {
+  const ProcessInput xclip = startXclip();
   if (xclip != nullptr) std::fwrite(text.data(), 1, text.size(), xclip.get());
 }
+
+}  // namespace ostler
