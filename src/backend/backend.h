@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "driver/records.h"
+#include "base/geometry.h"
 
 namespace ostler {
 
