@@ -34,16 +34,16 @@ ThreadsafeFunction makeThreadsafeFunction(napi_env env, napi_value callback) {
   return ThreadsafeFunction(status == napi_ok ? result : nullptr);
 }
 
-// The environment that started the watcher last. The mutex is held while the watcher
-// starts or ends with its environment, so that the two change together.
+// This environment started the watcher last. The mutex is held while the watcher starts
+// or ends with its environment, so that the two change together.
 Mutex environmentMutex;
 napi_env watcherEnvironment OSTLER_GUARDED_BY(environmentMutex) = nullptr;
 
-// The environments of this thread that have the cleanup hook.
+// These environments of this thread have the cleanup hook.
 thread_local std::set<napi_env> hookedEnvironments;
 
-// The cleanup hook. An environment can end while the watcher runs, for example in
-// a terminated Worker, and destroys the thread-safe function. The hook runs before
+// This is the cleanup hook. An environment can end while the watcher runs, for example
+// in a terminated Worker, and destroys the thread-safe function. The hook runs before
 // that.
 void stopWithEnvironment(void* environment) noexcept {
   hookedEnvironments.erase(static_cast<napi_env>(environment));

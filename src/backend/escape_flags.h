@@ -5,16 +5,16 @@
 
 namespace ostler {
 
-// Set by the Escape watcher when the user presses Escape, cleared by the next
-// driverLock; typing stops when it is set.
+// The Escape watcher sets this when the user presses Escape, and the next driverLock
+// clears it. Typing stops when it is set.
 inline std::atomic<bool> escapePressed{false};
 
-// True while the X11 key operation sends Escape itself, which must not stop typing.
+// This is true while the X11 key operation sends Escape, which must not stop typing.
 inline std::atomic<bool> syntheticEscapeActive{false};
 
-// The number of times that syntheticEscapeActive was raised, incremented after it.
-// The watcher may read a synthetic press after the flag has been cleared, and
-// recognises it by this count.
+// Counts how often syntheticEscapeActive was set, and is incremented after it. The
+// watcher may read a synthetic press after the flag has been cleared, and recognises it
+// by this count.
 inline std::atomic<std::uint64_t> syntheticEscapeCount{0};
 
 }  // namespace ostler

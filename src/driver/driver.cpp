@@ -65,7 +65,7 @@ std::string driverGetClipboard() { return ostler::readClipboard(); }
 void driverSetClipboard(const std::string& text) { ostler::writeClipboard(text); }
 
 bool driverLock(napi_threadsafe_function onEscape) {
-  // Xwayland would see Escape only while one of its own clients has the focus.
+  // Xwayland does not see the keys that go to Wayland programs.
   if (ostler::detectSessionKind() == "wayland" || ostler::waylandSocketPresent()) return false;
   return ostler::EscapeWatcher::instance().start(onEscape);
 }

@@ -8,8 +8,8 @@
 
 #include "driver/records.h"
 
-// The functions that the Node-API layer calls. Each is synchronous and runs on the
-// host's JavaScript thread.
+// The Node-API layer calls these functions. Each is synchronous and runs on the host's
+// JavaScript thread.
 #pragma GCC visibility push(default)
 
 // These call the backend of the process and throw what it throws.

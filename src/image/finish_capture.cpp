@@ -21,8 +21,8 @@ RgbImage fitted(RgbImage image, double scaleX, double scaleY, Size target, Rect 
                      toImagePixels(crop.width, scaleX), toImagePixels(crop.height, scaleY));
   }
   if (target.width > 0 && target.height > 0 && target != Size{image.width, image.height}) {
-    RgbImage::byteCount(target.width, target.height);
-    // An image that no encoder takes could cost minutes and gigabytes to make.
+    RgbImage::byteCount(target.width, target.height);  // throws when it cannot be counted
+    // Resampling to a size that the encoder rejects could take minutes and gigabytes.
     if (!(jpeg ? fitsJpeg(target) : fitsPng(target))) return RgbImage(0, 0);
     return resampleImage(image, target.width, target.height);
   }

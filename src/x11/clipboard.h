@@ -4,10 +4,10 @@
 
 namespace ostler {
 
-// The CLIPBOARD selection of the X server that DISPLAY names, whatever the
-// session. Neither function uses the backend or its connection.
+// These functions read and write the CLIPBOARD selection of the X server that DISPLAY
+// names, in every kind of session. They use neither the backend nor its connection.
 
-// The text of the selection. Empty when there is no X server, owner or answer.
+// Returns an empty text when there is no X server, no owner or no answer.
 std::string readClipboard();
 
 // Hands `text` to the program xclip, which becomes the owner of the selection.

@@ -9,7 +9,7 @@
 namespace ostler {
 namespace {
 
-// How long to wait for an event: one event is taken, or one pause made, in each pass.
+// Limits the wait for an event. Each pass takes one event or makes one pause.
 struct WaitBudget {
   int passes;
   std::chrono::milliseconds pause;
@@ -25,8 +25,8 @@ struct Property {
   bool complete = false;
 };
 
-// The window that asks for the selection. Its connection has no other use, so
-// every event on it concerns the request.
+// Owns the window that requests the selection. Its connection has no other use, so every
+// event on it concerns the request.
 class Requestor {
 public:
   Requestor(Display* display, Atom answerProperty)
@@ -37,7 +37,8 @@ public:
   Requestor& operator=(const Requestor&) = delete;
   ~Requestor() { XDestroyWindow(xDisplay, window); }
 
-  // Whether the owner reports within 2 s that it has stored the text in the property.
+  // Returns whether the owner reports within 2 s that it has stored the text in the
+  // property.
   bool ask(Atom selection, Atom target) const {
     XConvertSelection(xDisplay, selection, target, property, window, CurrentTime);
     XFlush(xDisplay);
@@ -80,7 +81,8 @@ private:
     }
   }
 
-  // Reads events until `accept` returns true for one. False when the budget is used up.
+  // Reads events until `accept` returns true for one. Returns false when the budget is
+  // used up.
   template <typename Accept>
   bool waitFor(WaitBudget budget, Accept accept) const {
     for (int passes = 0; passes < budget.passes; ++passes) {

@@ -9,9 +9,9 @@ namespace ostler {
 
 using XcbConnection = Owner<xcb_connection_t, xcb_disconnect>;
 
-// A connection to the X server of a display name, returned once the server has
-// answered a request; null when it cannot be reached. Waits without a limit for
-// an unresponsive server, but holds no lock meanwhile. XOpenDisplay would hold
+// Connects to the X server of a display name and returns once the server has answered a
+// request; returns null when it cannot be reached. Waits without a limit for an
+// unresponsive server, but holds no lock meanwhile. XOpenDisplay would hold
 // Xlib's global lock, and every other thread that calls XOpenDisplay or
 // XSetErrorHandler would hang too.
 XcbConnection connectWhenAnswered(const char* displayName);

@@ -38,16 +38,16 @@ private:
   sigset_t before{};
 };
 
-// Created when the addon is loaded, so that the worker ends before the process
-// destroys what the worker uses.
+// This object is created when the addon is loaded, so that the worker ends before the
+// process destroys what the worker uses.
 struct StopAtExit {
   ~StopAtExit() { EscapeWatcher::instance().stopAtExit(); }
 } stopWorkerAtExit;
 
 }  // namespace
 
-// Never destroyed: at process exit another thread may be in start() or stop(), and
-// the destructor of a joinable thread object would terminate the process.
+// The watcher is never destroyed. At process exit another thread may be in start() or
+// stop(), and the destructor of a joinable thread object would terminate the process.
 EscapeWatcher& EscapeWatcher::instance() {
   static EscapeWatcher& watcher = *new EscapeWatcher;
   return watcher;

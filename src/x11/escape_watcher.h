@@ -20,13 +20,13 @@ class EscapeWatcher {
 public:
   static EscapeWatcher& instance();
 
-  // Starts the worker on the X server that DISPLAY names, and clears escapePressed
-  // unless a worker is running already. Whether this call has started it: then
-  // the watcher owns `onEscape` until stop().
+  // Does nothing when a worker is running. Otherwise clears escapePressed and starts a
+  // worker on the X server that DISPLAY names. Returns whether this call has started a
+  // worker; the watcher then owns `onEscape` until stop().
   bool start(napi_threadsafe_function onEscape);
 
   // Ends the worker, or abandons it when its X server is unresponsive, and
-  // releases the callback. No call of it follows, not even a queued one.
+  // releases the callback, which is not called any more, not even by a queued call.
   void stop();
 
   // Ends the worker, or abandons it, when the process exits. Does nothing while
@@ -39,7 +39,7 @@ private:
   napi_threadsafe_function endWorker(std::chrono::nanoseconds budget) OSTLER_REQUIRES(mutex);
   void joinOrAbandon(std::chrono::nanoseconds budget) OSTLER_REQUIRES(mutex);
 
-  // Held during the whole of start() and stop(), which several JavaScript threads
+  // This is held during the whole of start() and stop(), which several JavaScript threads
   // may call at once.
   Mutex mutex;
   bool escapeGrabActive OSTLER_GUARDED_BY(mutex) = false;

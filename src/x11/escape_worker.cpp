@@ -16,8 +16,8 @@ using std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds pause{100};
 
-// Reports the end when it is destroyed. Declared before everything that the
-// worker uses, so that nothing is in use any more by then.
+// Reports the end of the worker when it is destroyed. It is declared before everything
+// that the worker uses, so all of that has been destroyed by then.
 class EndReport {
 public:
   explicit EndReport(WorkerState& reportTo) : state(reportTo) {}
@@ -103,8 +103,8 @@ bool WorkerState::reportRunning() {
   return true;
 }
 
-// Holds the lock while it queues the callback, because the function may be
-// released as soon as dismiss() returns. Queueing never blocks.
+// The lock is held while the callback is queued, because the function may be released as
+// soon as dismiss() returns. Queueing never blocks.
 void WorkerState::reportPress() {
   const MutexLock lock(mutex);
   if (dismissed) return;
@@ -127,8 +127,8 @@ void watchEscape(const std::shared_ptr<WorkerState>& state) {
   const ExitGuard exitGuard;
   const EndReport endReport(*state);
   const char* const displayName = state->displayName.c_str();
-  // Stays open until the second connection is there: a server may reset itself or
-  // end when its last client disconnects.
+  // This connection stays open until the second one exists, because a server may reset
+  // itself or end when its last client disconnects.
   XcbConnection first = connectWhenAnswered(displayName);
   if (first == nullptr || state->isDismissed()) return;
   const DisplayConnection connection(XOpenDisplay(displayName));

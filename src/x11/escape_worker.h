@@ -11,28 +11,28 @@
 
 namespace ostler {
 
-// What the Escape watcher and its worker thread share. Both own it, because an
-// abandoned worker outlives the call that abandons it.
+// The Escape watcher and its worker thread share and own this object, because an abandoned
+// worker outlives the call that abandons it.
 class WorkerState {
 public:
   WorkerState(std::string nameOfDisplay, napi_threadsafe_function onEscape);
 
   const std::string displayName;
 
-  // Called by the watcher.
+  // The watcher calls these functions.
 
-  // Whether the worker holds the grab within the given time. Dismisses it otherwise.
+  // Returns whether the worker holds the grab within the given time. Dismisses it if not.
   bool waitUntilRunning(std::chrono::nanoseconds budget);
   // Tells the worker to end. Returns the host's callback, which the worker does
   // not use from now on; null when the host's environment has taken it away.
   napi_threadsafe_function dismiss();
-  // Whether the worker's last action is done within the given time.
+  // Returns whether the worker ends within the given time. It uses nothing after that.
   bool waitUntilEnded(std::chrono::nanoseconds budget);
 
-  // Called by the worker.
+  // The worker calls these functions.
 
   bool isDismissed();
-  // False when the worker has been dismissed.
+  // Returns false when the worker has been dismissed.
   bool reportRunning();
   // Sets escapePressed and queues the host's callback.
   void reportPress();
@@ -48,8 +48,8 @@ private:
   napi_threadsafe_function escapeFunction OSTLER_GUARDED_BY(mutex);
 };
 
-// The worker's thread: grabs Escape and reports each press of the user until it
-// is dismissed.
+// Runs the worker on its thread: grabs Escape and reports each press of the user until
+// the worker is dismissed.
 void watchEscape(const std::shared_ptr<WorkerState>& state);
 
 }  // namespace ostler

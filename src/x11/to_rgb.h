@@ -7,8 +7,8 @@
 
 namespace ostler {
 
-// The pixels of a captured image, each channel scaled from the width of its
-// mask to 8 bits.
+// Converts a captured image to packed RGB. Each channel is scaled from the width of
+// its mask to 8 bits.
 RgbImage toRgb(XImage* image);
 
 }  // namespace ostler

@@ -9,7 +9,7 @@
 
 namespace ostler {
 
-// Owners of what Xlib hands out.
+// These types own what Xlib returns.
 
 using DisplayConnection = Owner<Display, XCloseDisplay>;
 
