@@ -10,9 +10,9 @@ addon          driver base
 driver         x11/factory.h x11/clipboard.h x11/escape_watcher.h wayland/factory.h backend keys base
 x11            image backend keys base
 wayland        wayland/portal wayland/eis wayland/stream wayland/lazy/load.h image backend keys base
-wayland/portal wayland/lazy/glib.h backend keys base
-wayland/eis    wayland/lazy/libei.h backend keys base
-wayland/stream wayland/lazy/pipewire.h image backend keys base
+wayland/portal wayland/lazy/glib.h wayland/lazy/load.h backend keys base
+wayland/eis    wayland/lazy/libei.h wayland/lazy/xkbcommon.h wayland/lazy/load.h backend keys base
+wayland/stream wayland/lazy/pipewire.h wayland/lazy/load.h image backend keys base
 wayland/lazy   base
 image          base
 backend        keys base
@@ -23,7 +23,7 @@ base
 # The start of a library header's name, then the folders and files that may include it.
 # The first row that fits counts.
 libraries='
-X11/keysym.h           x11 keys wayland/eis
+X11/keysym.h           x11 keys wayland wayland/eis
 X11/                   x11 keys/typed_keysym.cpp
 xcb/                   x11
 gio/                   wayland/portal wayland/lazy
