@@ -10,13 +10,13 @@
 
 #include <glib.h>
 
-#include "driver/driver.h"
+#include "driver/selection.h"
 
 namespace {
 
 std::string callBackend() {
   try {
-    return std::to_string(driverDisplay().width);
+    return std::to_string(ostler::backendInstance().display().width);
   } catch (const std::exception& error) {
     return error.what();
   }
