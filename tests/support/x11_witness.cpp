@@ -3,16 +3,23 @@
 // JSON. A line on its input makes it print {"kind":"synced"} once all that the
 // server had for it by then is out. A key's "age" is how many milliseconds after
 // the server had sent it its symbol had been looked up.
-//   x11_witness fill    first makes every keycode without a symbol a multimedia key, and takes Page Up's away
-//   x11_witness state   prints the keyboard map, the keys and buttons that are down
+//   x11_witness state   prints which buttons and keys are down
+//   x11_witness owner ANSWER...   owns CLIPBOARD instead, and answers each request with
+//     TYPE FORMAT COUNT   COUNT items of FORMAT bits, a to z over and over
+//     refuse              a refusal
+//     ignore              nothing
+//     die                 its own end
+//     destroy             the end of the window that asked
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <iterator>
 #include <memory>
+#include <string>
+#include <vector>
 
-#include <X11/XF86keysym.h>
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 #include <X11/keysym.h>
@@ -29,38 +36,16 @@ unsigned long codePointOf(KeySym keysym) {
   return 0;
 }
 
+// The keys as a bit each, the buttons as a number.
 void printState(Display* display) {
-  int first = 0, last = 0, columns = 0;
-  XDisplayKeycodes(display, &first, &last);
-  KeySym* map = XGetKeyboardMapping(display, static_cast<KeyCode>(first), last - first + 1, &columns);
-  std::printf("{\"columns\":%d,\"map\":\"", columns);
-  for (int i = 0; i < (last - first + 1) * columns; ++i) std::printf("%lx ", map[i]);
-  XFree(map);
   char keys[32];
   XQueryKeymap(display, keys);
-  std::printf("\",\"keysDown\":[");
-  const char* separator = "";
-  for (int key = 0; key < 256; ++key) {
-    if ((keys[key / 8] >> (key % 8) & 1) == 0) continue;
-    std::printf("%s%d", separator, key);
-    separator = ",";
-  }
   Window root, child;
   int rootX, rootY, x, y;
   unsigned mask = 0;
   XQueryPointer(display, DefaultRootWindow(display), &root, &child, &rootX, &rootY, &x, &y, &mask);
-  std::printf("],\"buttonsDown\":%u}\n", mask >> 8 & 31);
-}
-
-void fillKeyboardMap(Display* display) {
-  int first = 0, last = 0, columns = 0;
-  XDisplayKeycodes(display, &first, &last);
-  KeySym* map = XGetKeyboardMapping(display, static_cast<KeyCode>(first), last - first + 1, &columns);
-  for (int i = 0; i < (last - first + 1) * columns; ++i) {
-    if (map[i] == XK_Page_Up || (map[i] == NoSymbol && i % columns == 0)) map[i] = XF86XK_AudioMute;
-  }
-  XChangeKeyboardMapping(display, first, columns, map, last - first + 1);
-  XFree(map);
+  std::printf("%u ", mask >> 8 & 31);
+  for (const char byte : keys) std::printf("%02x", static_cast<unsigned char>(byte));
 }
 
 void paintBars(Display* display, Window window, int width, int height) {
@@ -106,6 +91,43 @@ void printEvent(XEvent& event) {
   }
 }
 
+void storeItems(Display* display, const XSelectionRequestEvent& request, char** answer) {
+  std::string text;
+  for (int i = 0; i < std::atoi(answer[2]); ++i) text += static_cast<char>('a' + i % 26);
+  const std::vector<long> numbers(text.begin(), text.end());
+  const int format = std::atoi(answer[1]);
+  const void* const items = format == 8 ? static_cast<const void*>(text.data()) : numbers.data();
+  XChangeProperty(display, request.requestor, request.property, XInternAtom(display, answer[0], False),
+                  format, PropModeReplace, static_cast<const unsigned char*>(items),
+                  static_cast<int>(text.size()));
+}
+
+void ownClipboard(Display* display, char** answer) {
+  const Window window = XCreateSimpleWindow(display, DefaultRootWindow(display), 0, 0, 1, 1, 0, 0, 0);
+  XSetSelectionOwner(display, XInternAtom(display, "CLIPBOARD", False), window, CurrentTime);
+  XSync(display, False);
+  std::printf("{\"kind\":\"ready\"}\n");
+  const std::string kind = answer[0];
+  for (XEvent event;;) {
+    XNextEvent(display, &event);
+    if (event.type != SelectionRequest || kind == "ignore") continue;
+    if (kind == "die") return;
+    const XSelectionRequestEvent& request = event.xselectionrequest;
+    if (kind == "destroy") XDestroyWindow(display, request.requestor);
+    XEvent notice{};
+    notice.xselection = {
+        SelectionNotify,  0,           True, display, request.requestor, request.selection, request.target,
+        request.property, request.time};
+    if (kind == "refuse") {
+      notice.xselection.property = None;
+    } else if (kind != "destroy") {
+      storeItems(display, request, answer);
+    }
+    XSendEvent(display, request.requestor, False, 0, &notice);
+    XFlush(display);
+  }
+}
+
 }  // namespace
 
 int main(int count, char** arguments) {
@@ -117,7 +139,10 @@ int main(int count, char** arguments) {
     printState(display);
     return 0;
   }
-  if (count > 1 && std::strcmp(arguments[1], "fill") == 0) fillKeyboardMap(display);
+  if (count > 2 && std::strcmp(arguments[1], "owner") == 0) {
+    ownClipboard(display, arguments + 2);
+    return 0;
+  }
   const int width = DisplayWidth(display, DefaultScreen(display));
   const int height = DisplayHeight(display, DefaultScreen(display));
   XSetWindowAttributes attributes{};
