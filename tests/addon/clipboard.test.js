@@ -81,7 +81,7 @@ it('keeps the output of a host that shares its descriptors from xclip', async ()
     ['xclip', 'from a plain\0host'], ['no xclip', 'text', none], ['an xclip that fails', alphabet(900000), failing],
   ];
   for (const [name, written, PATH = x11.env.PATH] of cases) {
-    const child = spawn(program('plain_host'), [process.env.OSTLER_ADDON], { env: { ...x11.env, PATH } });
+    const child = spawn(program('native_host'), ['clipboard'], { env: { ...x11.env, PATH } });
     child.stdin.on('error', () => {}).end(written);
     // The end comes when nobody, xclip included, holds its output any more.
     assert.deepStrictEqual(await endWithOutput(child), { end: 0, output: 'done\n' }, name);
