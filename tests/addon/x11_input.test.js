@@ -33,15 +33,12 @@ const keysOf = (events) => events.filter(({ kind }) => kind === 'key').map(
 
 it('moves to the nearest pixel of the screen', async () => {
   const cases = [
-    ['fractions', [10.5, 20.49], { x: 11, y: 20 }],
-    ['no numbers', ['30', {}], { x: 0, y: 0 }],
-    ['too many arguments', [7, 8, 9], { x: 7, y: 8 }],
-    ['outside', [-10.5, 1e6], { x: 0, y: 719 }],
-    ['no arguments', [], { x: 0, y: 0 }],
+    [[10.5, 20.49], { x: 11, y: 20 }], [['30', {}], { x: 0, y: 0 }], [[7, 8, 9, 10], { x: 7, y: 8 }],
+    [[-10.5, 1e6], { x: 0, y: 719 }], [[], { x: 0, y: 0 }],
   ];
-  for (const [name, to, expected] of cases) {
-    assert.strictEqual(await call('move', ...to), undefined, name);
-    assert.deepStrictEqual(await call('cursorPosition'), expected, name);
+  for (const [to, expected] of cases) {
+    assert.strictEqual(await call('move', ...to), undefined);
+    assert.deepStrictEqual(await call('cursorPosition'), expected, `move(${to})`);
   }
   await call('move', NaN, Infinity);
   assert.deepStrictEqual(await call('display'), { width: 1280, height: 720, pixelWidth: 1280, pixelHeight: 720 });
@@ -50,15 +47,11 @@ it('moves to the nearest pixel of the screen', async () => {
 it('clicks the named button, as often as asked', async () => {
   const clicks = (button, count) => Array(count).fill([`down ${button} at 9,8`, `up ${button} at 9,8`]).flat();
   const cases = [
-    ['left', ['left', 1], clicks(1, 1)],
-    ['middle', ['middle', 1.9], clicks(2, 1)],
-    ['right in capitals, twice', ['RIGHT', 2], clicks(3, 2)],
-    ['unknown name', [' right', 1], clicks(1, 1)],
-    ['negative count', ['left', -3], []],
-    ['no button and count', [], []],
+    [['left', 1], clicks(1, 1)], [['middle', 1.9], clicks(2, 1)], [['RIGHT', 2], clicks(3, 2)],
+    [[' right', 1], clicks(1, 1)], [['left', -3], []], [[], []],
   ];
-  for (const [name, options, expected] of cases) {
-    assert.deepStrictEqual(await buttonsOf('click', 9, 8, ...options), expected, name);
+  for (const [options, expected] of cases) {
+    assert.deepStrictEqual(await buttonsOf('click', 9, 8, ...options), expected, `click(9, 8, ${options})`);
   }
   const times = (await eventsOf('click', 1, 1, 'left', 2)).filter(({ kind }) => kind === 'button').map(({ t }) => t);
   [9, 49, 9].forEach((least, i) => assert.ok(times[i + 1] - times[i] >= least, `${times}`));
@@ -86,6 +79,7 @@ it('holds the modifiers around the key', async () => {
     ['ctrl+shift+a', '+ffe3 +ffe1 +41 -41 -ffe1 -ffe3'], ['A', '+61 -61'], ['a+ctrl', '+ffe3 +61 -61 -ffe3'],
     ['ctrl+alt', '+ffe3 +ffe9 -ffe9 -ffe3'], ['a+b', '+62 -62'], ['cmd', '+ffeb -ffeb'], ['ctrl+', '+ffe3 -ffe3'],
     ['f12', '+ffc9 -ffc9'], ['plus', '+3d -3d'], ['escape', '+ff1b -ff1b'], ['', ''],
+    ['\tCtrl \n+\v A\r', '+ffe3 +61 -61 -ffe3'], ['+a', '+61 -61'], ['a++b', '+62 -62'],
     ['ctrl+ctrl+a', '+ffe3 +61 -61 -ffe3'],  // the server drops the second press and release
   ];
   for (const [combo, expected] of cases) assert.strictEqual(keysOf(await eventsOf('key', combo)), expected, combo);

@@ -57,4 +57,4 @@ function runScript(source, env, atLine) {
   return endWithOutput(child);
 }
 
-module.exports = { hostEnvironment, runScript, startHost };
+module.exports = { runScript, startHost };

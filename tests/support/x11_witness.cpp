@@ -5,11 +5,11 @@
 // the server had sent it its symbol had been looked up.
 //   x11_witness state   prints which buttons and keys are down
 //   x11_witness owner ANSWER...   owns CLIPBOARD instead, and answers each request with
-//     TYPE FORMAT COUNT   COUNT items of FORMAT bits, a to z over and over
-//     refuse              a refusal
-//     ignore              nothing
-//     die                 its own end
-//     destroy             the end of the window that asked
+//     TYPE LENGTH   a text of that type and length, a to z over and over
+//     refuse 0      a refusal
+//     ignore 0      nothing
+//     die 0         its own end
+//     destroy 0     the end of the window that asked
 
 #include <cstdio>
 #include <cstdlib>
@@ -18,7 +18,6 @@
 #include <iterator>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
@@ -91,23 +90,14 @@ void printEvent(XEvent& event) {
   }
 }
 
-void storeItems(Display* display, const XSelectionRequestEvent& request, char** answer) {
-  std::string text;
-  for (int i = 0; i < std::atoi(answer[2]); ++i) text += static_cast<char>('a' + i % 26);
-  const std::vector<long> numbers(text.begin(), text.end());
-  const int format = std::atoi(answer[1]);
-  const void* const items = format == 8 ? static_cast<const void*>(text.data()) : numbers.data();
-  XChangeProperty(display, request.requestor, request.property, XInternAtom(display, answer[0], False),
-                  format, PropModeReplace, static_cast<const unsigned char*>(items),
-                  static_cast<int>(text.size()));
-}
-
 void ownClipboard(Display* display, char** answer) {
   const Window window = XCreateSimpleWindow(display, DefaultRootWindow(display), 0, 0, 1, 1, 0, 0, 0);
   XSetSelectionOwner(display, XInternAtom(display, "CLIPBOARD", False), window, CurrentTime);
   XSync(display, False);
   std::printf("{\"kind\":\"ready\"}\n");
   const std::string kind = answer[0];
+  std::string text;
+  for (int i = 0; i < std::atoi(answer[1]); ++i) text += static_cast<char>('a' + i % 26);
   for (XEvent event;;) {
     XNextEvent(display, &event);
     if (event.type != SelectionRequest || kind == "ignore") continue;
@@ -118,11 +108,10 @@ void ownClipboard(Display* display, char** answer) {
     notice.xselection = {
         SelectionNotify,  0,           True, display, request.requestor, request.selection, request.target,
         request.property, request.time};
-    if (kind == "refuse") {
-      notice.xselection.property = None;
-    } else if (kind != "destroy") {
-      storeItems(display, request, answer);
-    }
+    if (kind == "refuse") notice.xselection.property = None;
+    XChangeProperty(display, request.requestor, request.property, XInternAtom(display, answer[0], False), 8,
+                    PropModeReplace, reinterpret_cast<const unsigned char*>(text.data()),
+                    static_cast<int>(text.size()));
     XSendEvent(display, request.requestor, False, 0, &notice);
     XFlush(display);
   }
@@ -139,19 +128,18 @@ int main(int count, char** arguments) {
     printState(display);
     return 0;
   }
-  if (count > 2 && std::strcmp(arguments[1], "owner") == 0) {
+  if (count > 3 && std::strcmp(arguments[1], "owner") == 0) {
     ownClipboard(display, arguments + 2);
     return 0;
   }
   const int width = DisplayWidth(display, DefaultScreen(display));
   const int height = DisplayHeight(display, DefaultScreen(display));
-  XSetWindowAttributes attributes{};
-  attributes.override_redirect = True;
-  attributes.event_mask =
-      KeyPressMask | KeyReleaseMask | ButtonPressMask | ButtonReleaseMask | PointerMotionMask | ExposureMask;
-  Window window = XCreateWindow(display, DefaultRootWindow(display), 0, 0, static_cast<unsigned>(width),
-                                static_cast<unsigned>(height), 0, CopyFromParent, InputOutput, CopyFromParent,
-                                CWOverrideRedirect | CWEventMask, &attributes);
+  const Window window =
+      XCreateSimpleWindow(display, DefaultRootWindow(display), 0, 0, static_cast<unsigned>(width),
+                          static_cast<unsigned>(height), 0, 0, 0);
+  XSelectInput(
+      display, window,
+      KeyPressMask | KeyReleaseMask | ButtonPressMask | ButtonReleaseMask | PointerMotionMask | ExposureMask);
   XMapRaised(display, window);
   XEvent exposed;
   XWindowEvent(display, window, ExposureMask, &exposed);

@@ -7,7 +7,6 @@
 #include <random>
 
 #include <gtest/gtest.h>
-#include <jpeglib.h>
 #include <png.h>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -119,17 +118,7 @@ TEST(EncodeJpeg, RoundsTheQualityAndLimitsIt) {
        {std::pair{-0.0, 0}, {0.124, 12}, {0.125, 13}, {2.0, 100}, {INFINITY, 100}}) {
     EXPECT_EQ(encodeJpeg(image, quality), encodedAt(same)) << "quality " << quality;
   }
-  jpeg_decompress_struct info{};
-  jpeg_error_mgr error{};
-  info.err = jpeg_std_error(&error);
-  jpeg_create_decompress(&info);
-  const auto file = encodedAt(75);
-  jpeg_mem_src(&info, file.data(), file.size());
-  jpeg_read_header(&info, TRUE);
-  EXPECT_EQ((Size{static_cast<int>(info.image_width), static_cast<int>(info.image_height)}), (Size{16, 16}));
-  EXPECT_EQ(info.quant_tbl_ptrs[0]->quantval[0], 8) << "in the luminance table of quality 75";
-  EXPECT_EQ(info.comp_info[0].h_samp_factor, 2) << "half the columns have a colour";
-  jpeg_destroy_decompress(&info);
+  EXPECT_EQ(encodedAt(75).at(25), 8) << "the first entry of the luminance table";
 }
 
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // which take memory without end

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include "keys/combo.h"
 #include "keys/text.h"
 
 namespace ostler {
@@ -26,16 +25,6 @@ TEST(DecodeUtf8, GivesACodePointOrAReplacementForEveryByteSequence) {
       {"beyond Unicode", "\xF7\xBF\xBF\xBF", {0x1FFFFF}},
   };
   for (const auto& row : cases) EXPECT_EQ(decodeUtf8(row.text), row.codePoints) << row.name;
-}
-
-TEST(ParseKeyCombo, EndsAPartAtEveryPlus) {
-  const std::pair<std::string, std::vector<std::string>> cases[] = {
-      {"", {}},           {"+", {""}},
-      {"  ", {""}},       {"a+", {"a"}},
-      {"+a", {"", "a"}},  {"a++b", {"a", "", "b"}},
-      {"a+ ", {"a", ""}}, {"\tÉ\n+\v B c\r", {"É", "b c"}},
-  };
-  for (const auto& [combo, parts] : cases) EXPECT_EQ(parseKeyCombo(combo), parts) << "combo " << combo;
 }
 
 }  // namespace
