@@ -18,7 +18,7 @@ const failures = {
   'the end after the greeting': { eis: { bytes: greeting, close: true } },
   'a message that is too short': { eis: { bytes: '0'.repeat(64) } },
   'half a greeting': { eis: { bytes: greeting.slice(0, 20) } },
-  'another version than the client\'s': { eis: { bytes: greeting, answer: connected.replace(/01000000$/, '02000000') } },
+  'a newer version': { eis: { bytes: greeting, answer: connected.replace(/01000000$/, '02000000') } },
   'a disconnection in good order': { eis: { bytes: greeting, answer: connected + disconnected } },
 };
 

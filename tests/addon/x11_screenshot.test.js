@@ -25,7 +25,8 @@ for (const [depth, grey] of Object.entries({
   }, async (x11) => {
     const image = await pngOf(x11);
     assert.deepStrictEqual([image.width, image.height], [640, 480]);
-    const bars = [[255, 0, 0], [0, 255, 0], [0, 0, 255], [255, 255, 0], [0, 255, 255], grey, [255, 255, 255], [0, 0, 0]];
+    const bars = [[255, 0, 0], [0, 255, 0], [0, 0, 255], [255, 255, 0], [0, 255, 255], grey, [255, 255, 255],
+      [0, 0, 0]];
     bars.forEach((colour, i) => [0, 40, 79].forEach(
       (x) => assert.deepStrictEqual(image.pixel(80 * i + x, 7 * i), colour, `bar ${i}`)));
   }));

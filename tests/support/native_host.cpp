@@ -1,8 +1,8 @@
-// Hosts other than Node:
+// A host other than Node, which prints the outcome:
 //   native_host clipboard     writes its input to the clipboard; its children inherit its standard streams
-//   native_host glib          opens the backend while a source of its own is called in GLib's main context by
-//   native_host glib thread   the same thread, or by another one; the tenth call of the source calls the backend
-// The outcomes are printed.
+//   native_host glib          opens the backend while a source of its own is called in GLib's main context
+//   native_host glib thread   the same, with that context run by another thread
+// The tenth call of the source calls the backend in its turn.
 
 #include <csignal>
 #include <exception>

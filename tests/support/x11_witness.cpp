@@ -73,21 +73,19 @@ unsigned ageOf(Time time) {
 }
 
 void printEvent(XEvent& event) {
-  if (event.type == MappingNotify) {
-    XRefreshKeyboardMapping(&event.xmapping);
-  } else if (event.type == KeyPress || event.type == KeyRelease) {
-    char text[32];
-    KeySym keysym = NoSymbol;
-    XLookupString(&event.xkey, text, sizeof text, &keysym, nullptr);
-    std::printf("{\"kind\":\"key\",\"down\":%d,\"keysym\":%lu,\"codePoint\":%lu,\"age\":%u}\n",
-                event.type == KeyPress, keysym, codePointOf(keysym), ageOf(event.xkey.time));
-  } else if (event.type == ButtonPress || event.type == ButtonRelease) {
-    std::printf("{\"kind\":\"button\",\"down\":%d,\"button\":%u,\"x\":%d,\"y\":%d,\"t\":%lu}\n",
-                event.type == ButtonPress, event.xbutton.button, event.xbutton.x_root, event.xbutton.y_root,
-                event.xbutton.time);
-  } else if (event.type == MotionNotify) {
-    std::printf("{\"kind\":\"motion\",\"x\":%d,\"y\":%d}\n", event.xmotion.x_root, event.xmotion.y_root);
-  }
+  if (event.type == MappingNotify) XRefreshKeyboardMapping(&event.xmapping);
+  if (event.type < KeyPress || event.type > MotionNotify) return;
+  KeySym keysym = NoSymbol;
+  char text[32];
+  if (event.type <= KeyRelease) XLookupString(&event.xkey, text, sizeof text, &keysym, nullptr);
+  const char* const kinds[] = {"key", "key", "button", "button", "motion"};
+  // Events of keys and of the pointer's motion have these fields at the same places.
+  const XButtonEvent& input = event.xbutton;
+  std::printf("{\"kind\":\"%s\",\"down\":%d,\"keysym\":%lu,\"codePoint\":%lu,\"button\":%u,",
+              kinds[event.type - KeyPress], event.type == KeyPress || event.type == ButtonPress, keysym,
+              codePointOf(keysym), input.button);
+  std::printf("\"x\":%d,\"y\":%d,\"t\":%lu,\"age\":%u}\n", input.x_root, input.y_root, input.time,
+              ageOf(input.time));
 }
 
 void ownClipboard(Display* display, char** answer) {
