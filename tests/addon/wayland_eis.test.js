@@ -3,7 +3,7 @@
 
 const assert = require('node:assert');
 const fs = require('node:fs');
-const { it } = require('node:test');
+const { describe, it } = require('node:test');
 const { startDesktop, withDesktop } = require('../support/desktop');
 const { waitUntil } = require('../support/wait');
 
@@ -22,68 +22,70 @@ const failures = {
   'a disconnection in good order': { eis: { bytes: greeting, answer: connected + disconnected } },
 };
 
-it('uses the portal when the EIS server fails at the start', async () => {
-  const desktop = await startDesktop({ ConnectToEIS: Object.values(failures) });
-  const moves = [], hosts = [];
-  for (const i of Object.keys(failures).keys()) {
-    hosts.push(await desktop.startHost());
-    moves.push(hosts[i].call('move', i, 4));
-    await desktop.recordWhen((record) => record.filter((line) => /ConnectToEIS/.test(line)).length > i);
-  }
-  await Promise.all(moves);
-  const held = hosts.map(({ pid }) => fs.readdirSync(`/proc/${pid}/fd`)
-    .filter((fd) => /socket|eventpoll/.test(fs.readlinkSync(`/proc/${pid}/fd/${fd}`))).length);
-  for (const [i, name] of Object.keys(failures).entries()) {
-    assert.match(desktop.record().join('\n'), RegExp(`PointerMotionAbsolute .* ${i}.0, 4.0\\)`), name);
-    // Only a channel that the server has ended in good order is kept to the end.
-    if (!/good order/.test(name)) assert.strictEqual(held[i], held[0], `descriptors after ${name}`);
-  }
-  await desktop.stop();
+describe('an EIS server', { concurrency: true }, () => {
+  it('that fails at the start is replaced by the portal', async () => {
+    const desktop = await startDesktop({ ConnectToEIS: Object.values(failures) });
+    const moves = [], hosts = [];
+    for (const i of Object.keys(failures).keys()) {
+      hosts.push(await desktop.startHost());
+      moves.push(hosts[i].call('move', i, 4));
+      await desktop.recordWhen((record) => record.filter((line) => /ConnectToEIS/.test(line)).length > i);
+    }
+    await Promise.all(moves);
+    const held = hosts.map(({ pid }) => fs.readdirSync(`/proc/${pid}/fd`)
+      .filter((fd) => /socket|eventpoll/.test(fs.readlinkSync(`/proc/${pid}/fd/${fd}`))).length);
+    for (const [i, name] of Object.keys(failures).entries()) {
+      assert.match(desktop.record().join('\n'), RegExp(`PointerMotionAbsolute .* ${i}.0, 4.0\\)`), name);
+      // Only a channel that the server has ended in good order is kept to the end.
+      if (!/good order/.test(name)) assert.strictEqual(held[i], held[0], `descriptors after ${name}`);
+    }
+    await desktop.stop();
+  });
+
+  it('that stops reading is waited for, once', withDesktop({}, async (desktop, host) => {
+    await host.call('display');
+    const server = desktop.portal();
+    const killServer = () => process.kill(server, 'SIGKILL');
+    process.once('exit', killServer);  // a stopped process stays where it is
+    const codes = { a: 30, b: 48, c: 46, d: 32, e: 18 };
+    const taps = (text) => [...text].flatMap((letter) => [1, 0].map((state) => `eis 0 key ${codes[letter]} ${state}`));
+    const keys = (record) => record.filter((line) => /key/.test(line));
+    process.kill(server, 'SIGSTOP');
+    setTimeout(() => process.kill(server, 'SIGCONT'), 2000);
+    const text = 'abcde'.repeat(60);
+    await host.call('type', text);
+    // Nothing may be left in the client, which does not come back to send it.
+    const lines = await desktop.recordWhen((record) => keys(record).length >= 600);
+    assert.deepStrictEqual(keys(lines), taps(text));
+
+    process.kill(server, 'SIGSTOP');
+    const begin = Date.now();
+    await host.call('drag', 0, 0, 1270, 710);
+    await host.call('type', 'a'.repeat(150));
+    assert.ok(Date.now() - begin < 60000);
+    process.kill(server, 'SIGCONT');
+    // Once it reads again the next keys are typed.
+    const ends = (record, last) => keys(record).slice(-2 * last.length).join() === taps(last).join();
+    await waitUntil(async () => { await host.call('type', 'b'); return ends(desktop.record(), 'b'); });
+    await host.call('type', 'bcd');
+    const record = await desktop.recordWhen((now) => ends(now, 'bcd'));
+    const count = (event) => record.filter((line) => line.endsWith(event)).length;
+    assert.strictEqual(count(`key ${codes.a} 0`), count(`key ${codes.a} 1`), 'what is pressed is released');
+    const drop = record.findIndex((line) => line.endsWith('button 272 0'));
+    assert.match(record[drop - 1], /motion 1270 710$/, 'a drag ends on its target');
+
+    process.off('exit', killServer);
+    killServer();
+    await host.call('type', 'a'.repeat(150));
+    // The next files get the numbers of what libei has closed by now.
+    const elapsed = await host.run((addon, directory) => {
+      const { constants, openSync } = require('node:fs');
+      require('node:child_process').execFileSync('mkfifo', [`${directory}/fifo`]);
+      for (let i = 0; i < 9; i++) openSync(`${directory}/fifo`, constants.O_RDONLY | constants.O_NONBLOCK);
+      const start = Date.now();
+      addon.type('abc');
+      return Date.now() - start;
+    }, desktop.env.XDG_RUNTIME_DIR);
+    assert.ok(elapsed < 5000, `${elapsed} ms: nothing waits for a file that is not the server`);
+  }));
 });
-
-it('waits once for an EIS server that stops reading', withDesktop({}, async (desktop, host) => {
-  await host.call('display');
-  const server = desktop.portal();
-  const killServer = () => process.kill(server, 'SIGKILL');
-  process.once('exit', killServer);  // a stopped process stays where it is
-  const codes = { a: 30, b: 48, c: 46, d: 32, e: 18 };
-  const taps = (text) => [...text].flatMap((letter) => [1, 0].map((state) => `eis 0 key ${codes[letter]} ${state}`));
-  const keys = (record) => record.filter((line) => /key/.test(line));
-  process.kill(server, 'SIGSTOP');
-  setTimeout(() => process.kill(server, 'SIGCONT'), 2000);
-  const text = 'abcde'.repeat(60);
-  await host.call('type', text);
-  // Nothing may be left in the client, which does not come back to send it.
-  const lines = await desktop.recordWhen((record) => keys(record).length >= 600);
-  assert.deepStrictEqual(keys(lines), taps(text));
-
-  process.kill(server, 'SIGSTOP');
-  const begin = Date.now();
-  await host.call('drag', 0, 0, 1270, 710);
-  await host.call('type', 'a'.repeat(150));
-  assert.ok(Date.now() - begin < 60000);
-  process.kill(server, 'SIGCONT');
-  // Once it reads again the next keys are typed.
-  const ends = (record, last) => keys(record).slice(-2 * last.length).join() === taps(last).join();
-  await waitUntil(async () => { await host.call('type', 'b'); return ends(desktop.record(), 'b'); });
-  await host.call('type', 'bcd');
-  const record = await desktop.recordWhen((now) => ends(now, 'bcd'));
-  const count = (event) => record.filter((line) => line.endsWith(event)).length;
-  assert.strictEqual(count(`key ${codes.a} 0`), count(`key ${codes.a} 1`), 'what is pressed is released');
-  const drop = record.findIndex((line) => line.endsWith('button 272 0'));
-  assert.match(record[drop - 1], /motion 1270 710$/, 'a drag ends on its target');
-
-  process.off('exit', killServer);
-  killServer();
-  await host.call('type', 'a'.repeat(150));
-  // The next files get the numbers of what libei has closed by now.
-  const elapsed = await host.run((addon, directory) => {
-    const { constants, openSync } = require('node:fs');
-    require('node:child_process').execFileSync('mkfifo', [`${directory}/fifo`]);
-    for (let i = 0; i < 9; i++) openSync(`${directory}/fifo`, constants.O_RDONLY | constants.O_NONBLOCK);
-    const start = Date.now();
-    addon.type('abc');
-    return Date.now() - start;
-  }, desktop.env.XDG_RUNTIME_DIR);
-  assert.ok(elapsed < 5000, `${elapsed} ms: nothing waits for a file that is not the server`);
-}));
