@@ -1,22 +1,24 @@
 /// <reference types="node" />
 
 /**
- * Hands and eyes on a Linux desktop. What holds for every method:
+ * Controls a Linux desktop: pointer, keyboard, screenshots, clipboard, and an Escape key
+ * with which the user stops it. These rules hold for every method:
  *
- * - A call blocks: it returns when the desktop has been told everything, waits
- *   included, and the event loop stands still meanwhile.
- * - Coordinates are pixels of the desktop as {@link ostler.Ostler.display} counts
- *   them, from 0, 0 at the top left. On a scaled Wayland monitor these are logical
+ * - Every call is synchronous. It returns when all its events have been sent and all its
+ *   waits are over. The event loop is blocked until then.
+ * - Coordinates are pixels of the desktop, from (0, 0) at the top left, in the size that
+ *   {@link ostler.Ostler.display} returns. On a scaled Wayland monitor these are logical
  *   pixels. Fractions are allowed.
- * - No argument is checked. A missing one, or one of another type, counts as 0,
- *   as the empty string or as no list: `click(10, 20)` moves the pointer and
- *   clicks zero times. Integers lose their fraction; a string ends at U+0000.
- * - A failure is a plain `Error` without a `code`; its `message` tells which step
- *   failed. The first call that needs the desktop connects to it, which can fail,
- *   and on Wayland shows a dialog. While that is open, sources of GLib's default
- *   main context run; a call that one of them makes throws. After a failed attempt
- *   the next call makes a new one, except where no session was found, which is
- *   final; after a good one the connection stays until the process ends.
+ * - Arguments are not checked. A missing argument, or one of the wrong type, counts as 0,
+ *   as the empty string or as an empty list. For example, `click(10, 20)` moves the pointer
+ *   and clicks zero times. Integers lose their fraction; a string ends at U+0000.
+ * - A failure is thrown as a plain `Error` without a `code`. Its `message` says which step
+ *   failed.
+ * - The first call that needs the desktop connects to it. This can fail, and on Wayland it
+ *   shows a dialog. While the dialog is open, sources of GLib's default main context run; a
+ *   call that one of them makes throws. After a failure the next call tries again, except
+ *   when no session was found, which is final. After a success the connection stays open
+ *   until the process ends.
  */
 declare namespace ostler {
   /** A position on the desktop, in the coordinates of `display`. */
@@ -41,7 +43,7 @@ declare namespace ostler {
     pixelHeight: number;
   }
 
-  /** What this platform can do besides pointer, keyboard, capture and clipboard. */
+  /** Which groups of methods for displays, applications and windows this platform implements. */
   interface Capabilities {
     discovery: boolean;
     application: boolean;
@@ -73,30 +75,32 @@ declare namespace ostler {
      * Moves the pointer to (x, y) and clicks there: 5 ms after the move, 10 ms
      * from press to release, 50 ms between clicks.
      *
-     * @param button "left", "middle" or "right", in any case. Any other text is the left one.
+     * @param button "left", "middle" or "right", in upper or lower case. Any other text is the left one.
      * @param count How many clicks: 1, or 2 for a double click. With 0 or less the pointer only moves.
-     * @throws Error when there is no desktop; on Wayland also when the session may not use the
-     *   pointer or the portal refuses.
+     * @throws Error when there is no desktop. On Wayland also when the user has not permitted
+     *   the use of the pointer, or when the portal refuses the request.
      */
     click(x: number, y: number, button: string, count: number): void;
 
     /**
-     * Moves the pointer to (x, y) in one step. X11 rounds to whole pixels; Wayland
-     * keeps fractions and brings a point outside back to the desktop's edge.
+     * Moves the pointer to (x, y) in one step. On X11 coordinates are rounded to whole
+     * pixels. On Wayland fractions are kept, and a point outside the desktop is moved to
+     * its edge.
      *
      * @throws Error as `click` does.
      */
     move(x: number, y: number): void;
 
     /**
-     * Drags with the left button from one point to another in a straight line, a
-     * step every 20 pixels and at least 5, 5 ms each.
+     * Drags with the left button from one point to another in a straight line, in steps of
+     * about 20 pixels, at least 5 of them, with 5 ms after each.
      *
-     * On X11 a signal that ends the process on the way, such as Ctrl-C at its terminal,
+     * On X11 a signal that ends the process during the drag, such as Ctrl-C at its terminal,
      * leaves the button down for the whole desktop, until any process calls `mouseUp`. A
      * host that handles the signal (`process.on('SIGINT', …)`) completes the drag first.
      *
-     * @throws Error as `click` does. On Wayland a failure half way leaves the button down; `mouseUp` frees it.
+     * @throws Error as `click` does. On Wayland a failure during the drag leaves the button
+     *   down; `mouseUp` releases it.
      */
     drag(fromX: number, fromY: number, toX: number, toY: number): void;
 
@@ -110,100 +114,102 @@ declare namespace ostler {
     mouseDown(x: number, y: number): void;
 
     /**
-     * Releases the left button where the pointer is. The coordinates are not
-     * looked at and the pointer does not move.
+     * Releases the left button where the pointer is. The coordinates are ignored, and the
+     * pointer does not move.
      *
      * @throws Error as `click` does.
      */
     mouseUp(x: number, y: number): void;
 
     /**
-     * Types a text as if on the keyboard, 5 ms a character. Both line feed and
-     * carriage return press Return, so CR LF presses it twice; tab and backspace
-     * press their keys. Bytes that are no Unicode text type U+FFFD.
+     * Types a text on the keyboard, with 5 ms after each character. Both line feed and
+     * carriage return press Return, so CR LF presses it twice. Tab and backspace press their
+     * keys. A lone surrogate is typed as U+FFFD.
      *
-     * On X11 a character that no key of the active keyboard layout produces is typed on an
-     * unused key, which is mapped to it meanwhile.
+     * On X11, when no key of the active keyboard layout produces a character, a spare keycode
+     * is mapped to the character while it is typed.
      *
-     * Returns early and without an error when a person pressed Escape after the
-     * last {@link lock}; what was typed by then stays.
+     * Returns early and without an error when the user has pressed Escape since the last
+     * {@link lock}. The characters typed before that stay.
      *
-     * @throws Error when there is no desktop, or at the first character that cannot be typed
-     *   (X11: the keyboard map has no free key; Wayland: not permitted, or refused by the portal).
-     *   What was typed by then stays.
+     * @throws Error when there is no desktop, or at the first character that cannot be typed:
+     *   on X11 because the keyboard map has no spare keycode, on Wayland because the user has
+     *   not permitted the keyboard or the portal refuses. The characters typed before stay.
      */
     type(text: string): void;
 
     /**
-     * Presses a key combination such as "ctrl+shift+a" and releases it, without
-     * a wait. Parts are separated by "+"; case and blanks around a part do not
-     * matter. Modifiers go down first, in the order of the text, and come up last.
-     * Of several keys only the last is pressed. Modifiers alone tap the last of them.
+     * Presses a key combination such as "ctrl+shift+a" and releases it, without a wait.
+     * Parts are separated by "+"; case and spaces around a part do not matter. Modifiers are
+     * pressed first, in the order of the text, and released last. If the text names several
+     * keys, only the last is pressed. If it names only modifiers, the last of them is pressed
+     * and released while the others are held.
      *
      * Keys: `a` to `z`, `0` to `9`, `f1` to `f12`, `return` (`enter`), `tab`,
      * `escape` (`esc`), `space`, `backspace`, `delete` (`forwarddelete`), `up`,
      * `down`, `left`, `right`, `home`, `end`, `pageup`, `pagedown`, `insert`,
      * `capslock`, `minus` (`-`), `equal` (`=`, `plus`), and `[ ] \ ; ' , . /` and
-     * the grave accent. `plus` is the key that bears "=" and "+"; it implies no Shift.
+     * the grave accent. `plus` is the key that bears "=" and "+"; it does not imply Shift.
      *
      * Modifiers: `ctrl` (`control`), `shift`, `alt` (`option`), `super` (`meta`, `cmd`, `command`).
      *
      * An empty text does nothing.
      *
-     * @throws Error when a part is unknown or no key remains, before anything was pressed;
-     *   otherwise as `type` does.
+     * @throws Error when a part is unknown or no key remains to be pressed, before any key is
+     *   pressed. Otherwise as `type` does.
      */
     key(combo: string): void;
 
     /**
      * Moves the pointer to (x, y) and turns the wheel there.
      *
-     * @param dx Horizontal steps: positive to the right, negative to the left.
-     * @param dy Vertical steps. On X11 positive is down; on Wayland positive is UP.
+     * @param dx Horizontal wheel steps: positive to the right, negative to the left.
+     * @param dy Vertical wheel steps. On X11 positive is down; on Wayland positive is UP.
      * @throws Error as `click` does.
      */
     scroll(x: number, y: number, dx: number, dy: number): void;
 
     /**
-     * Where the pointer is. On Wayland the position that the screen cast told
-     * last, in pixels of the stream, or before it has told any the target of the
-     * last motion.
+     * Returns the position of the pointer. On Wayland this is the last position that the
+     * screen cast reported, in pixels of the stream, or the target of the last move when it
+     * has not reported any.
      *
      * @throws Error when there is no desktop.
      */
     cursorPosition(): Point;
 
     /**
-     * The size of the desktop (Wayland: of the monitor or window that the person
-     * shared), in the coordinates of all pointer methods.
+     * Returns the size of the desktop, in the coordinates of all pointer methods. On Wayland
+     * this is the size of the monitor or window that the user shared.
      *
      * @throws Error when there is no desktop.
      */
     display(): DisplaySize;
 
     /**
-     * Takes a picture of the desktop. No pointer is drawn into it on X11; on
-     * Wayland the compositor may. A crop goes before a target size: with both
-     * given the picture is cut and not resampled. With neither it has the size of
+     * Takes a screenshot of the desktop. On X11 it does not contain the pointer; on Wayland
+     * the compositor may draw it. A crop takes precedence over a target size: when both are
+     * given, the picture is cut and not resampled. When neither is given, it has the size of
      * the captured frame, which on a scaled Wayland monitor is larger than `display`.
      *
-     * On Wayland it is the last frame that the compositor sent: right after an
-     * input it can still show the state before.
+     * On Wayland the screenshot is the last frame that the compositor sent. Right after an
+     * input it can still show the state before that.
      *
      * @param scope Reserved; pass "".
      * @param included Reserved; pass null.
      * @param excluded Reserved; pass [].
-     * @param width Wanted width in pixels of the picture; 0 for no resampling.
-     * @param height Wanted height in pixels of the picture; 0 for no resampling.
+     * @param width Target width in pixels; 0 for no resampling.
+     * @param height Target height in pixels; 0 for no resampling.
      * @param left Left edge of the crop, in the coordinates of `display`. A negative edge counts
      *   as 0, and the crop keeps its size.
-     * @param top Top edge of the crop, likewise.
-     * @param right Right edge of the crop, exclusive; not above `left` for no crop.
-     * @param bottom Bottom edge of the crop, exclusive; not above `top` for no crop.
-     * @param quality From 0 to 1 a JPEG of that quality; negative or NaN a PNG.
-     * @returns The bytes of the file, or null when there is no picture: the X server gave none,
-     *   the crop begins at or beyond the right or bottom edge, or the encoder failed.
-     * @throws Error when there is no desktop, memory runs out, or on Wayland the screen cast has ended.
+     * @param top Top edge of the crop, in the same way.
+     * @param right Right edge of the crop, exclusive. There is no crop unless it is above `left`.
+     * @param bottom Bottom edge of the crop, exclusive. There is no crop unless it is above `top`.
+     * @param quality Selects a JPEG of that quality from 0 to 1, or a PNG when it is negative or NaN.
+     * @returns The bytes of the file, or null when there is no picture: the X server returned
+     *   none, the crop begins at or beyond the right or bottom edge, or the encoder failed.
+     * @throws Error when there is no desktop, when memory runs out, or on Wayland when the
+     *   screen cast has ended.
      */
     screenshot(
       scope: string, included: readonly string[] | null | undefined, excluded: readonly string[],
@@ -212,7 +218,7 @@ declare namespace ostler {
       quality: number,
     ): Buffer | null;
 
-    /** What the methods from `listDisplays` to `prepareForInput` can do: nothing here, all four are false. */
+    /** All four are false: `listDisplays` to `prepareForInput` are not implemented on this platform. */
     capabilities(): Capabilities;
 
     /** Not implemented on this platform: always an empty list. */
@@ -252,59 +258,60 @@ declare namespace ostler {
     ): boolean;
 
     /**
-     * The text of the clipboard of the X server that DISPLAY names, on Wayland
-     * the one of Xwayland. Waits up to 2 s for the program that owns it, and as long for
+     * Returns the text in the clipboard of the X server that DISPLAY names; on Wayland this is
+     * Xwayland. Waits up to 2 s for the program that owns the clipboard, and up to 2 s for
      * each piece of a long text.
      *
-     * @returns The text, or "" when the clipboard is empty or holds no text, its owner does not
-     *   answer, or there is no X server. Never throws for these. A text that the owner sends in
-     *   pieces, as most do above 256 kB, may have 4 MiB; a longer one gives "". Others are cut there.
+     * @returns The text, or "" when the clipboard is empty or contains no text, when its owner
+     *   does not answer, or when there is no X server. None of these throws. Most owners send a
+     *   text above 256 kB in pieces; if such a text is longer than 4 MiB, the result is "". A
+     *   text that is sent at once is cut at 4 MiB.
      */
     getClipboard(): string;
 
     /**
-     * Puts a text on that clipboard, through the program `xclip`, which goes on
-     * serving it after the call and after this process has exited. It takes the
-     * clipboard a moment after the call: before pasting, wait until `getClipboard`
-     * gives the text. Says nothing when `xclip` is missing or fails.
+     * Puts a text into the clipboard that `getClipboard` reads. It runs the program `xclip`,
+     * which serves the text after the call, even after this process has exited. `xclip` takes
+     * over the clipboard shortly after the call returns, so before you paste, wait until
+     * `getClipboard` returns the text. No error is reported when `xclip` is missing or fails.
      *
-     * `xclip` belongs to the process group of this process. A signal to the group, such
-     * as Ctrl-C at the terminal, ends it too and empties the clipboard. Where the text
-     * has to survive that, run the host, or a process that calls this, in a group of its
-     * own: `setsid`, or `detached: true` of `child_process.spawn`.
+     * `xclip` belongs to the process group of this process. A signal to the group, such as
+     * Ctrl-C at the terminal, ends it too and empties the clipboard. If the text has to survive
+     * that, run the host, or a process that calls this, in a process group of its own: with
+     * `setsid`, or with `detached: true` of `child_process.spawn`.
      */
     setClipboard(text: string): void;
 
     /**
-     * Lets the user interrupt: from now on each press of Escape on the keyboard,
-     * with any modifiers, ends the running `type` between two characters and
-     * calls `callback` without arguments, from the event loop, so after the
-     * blocking call has returned. What `callback` throws is an uncaught exception
-     * of the process. Until `unlock` no other program sees Escape, and the event
-     * loop stays alive. Escape that this process presses with `key` does not count.
+     * Starts a watcher that lets the user interrupt the host with the Escape key. Each press
+     * of Escape, with any modifiers, stops a running `type` between two characters and calls
+     * `callback` without arguments. The callback runs from the event loop, so a synchronous
+     * call in progress returns first. An exception in it is an uncaught exception of the
+     * process. Until `unlock`, no other program sees Escape, and the event loop stays alive.
+     * An Escape that this process sends with `key` does not count.
      *
-     * After such a press every `type` returns at once without typing, even after
-     * `unlock`. The next `lock` in an X11 session ends that, whatever it returns,
-     * but not while a watcher is running. Only `type` stops by itself; a host that
-     * does other work stops it in the callback.
+     * After such a press every `type` returns at once without typing, even after `unlock`.
+     * The next `lock` in an X11 session resets this, even if it returns false, but not while a
+     * watcher is running. Only `type` stops by itself; the callback has to stop all other work.
      *
-     * @returns Whether this call has started the watcher. false: on Wayland, without an X server,
-     *   when a watcher is running already (the first callback stays), when another program holds
-     *   Escape, when the X server does not answer within 5 s, or when `callback` is no function.
+     * @returns true when this call has started the watcher. false on Wayland, without an X
+     *   server, when a watcher is running already (its callback stays), when another program
+     *   has grabbed Escape, when the X server does not answer within 5 s, or when `callback` is
+     *   not a function.
      */
     lock(callback: () => void): boolean;
 
     /**
-     * Stops the watcher and gives Escape back; takes up to 100 ms, or 5 s when the X
-     * server is unresponsive. The callback is not called any more once this has returned,
-     * even for earlier presses. Does nothing when no watcher is running.
+     * Stops the watcher and releases the Escape key. Takes up to 100 ms, or 5 s when the X
+     * server is unresponsive. Once this has returned, the callback is not called any more,
+     * not even for earlier presses. Does nothing when no watcher is running.
      */
     unlock(): void;
 
-    /** There is nothing to permit on this platform: always true. */
+    /** This platform needs no permissions: always true. */
     checkPermissions(kind: string): boolean;
 
-    /** There is nothing to permit on this platform: does nothing. */
+    /** This platform needs no permissions: does nothing. */
     requestPermissions(kind: string): void;
   }
 }

@@ -182,7 +182,6 @@ private:
                            tap({XK_Control_L, XK_Shift_L, XK_a});
                          }); }},
       {"type", [this] { return typeCharacter(); }},
-      {"display", [this] { return none([this] { position += DisplayWidth(display, 0); }); }},
       {"cursorPosition", [this] { return cursorPosition(); }},
       {"jpeg", [this] { return encodeJpeg(capture()).size(); }},
       {"png", [this] { return encodePng(capture()).size(); }},

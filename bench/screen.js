@@ -15,7 +15,9 @@ async function startScreen(programs) {
   const server = spawn('setpriv',
     bound('Xvfb', '-displayfd', '3', '-screen', '0', '1920x1080x24', '-noreset', '-nolisten', 'tcp'),
     { stdio: ['ignore', 'ignore', 'ignore', 'pipe'] });
+  let picture;
   const stop = async () => {
+    picture?.stdin.end();
     server.kill();
     if (server.exitCode === null && server.signalCode === null) await once(server, 'exit');
     fs.rmSync(runtime, { recursive: true, force: true });
@@ -25,7 +27,7 @@ async function startScreen(programs) {
       once(server, 'exit').then(([code]) => { throw new Error(`Xvfb ended with ${code}`); })]);
     const { WAYLAND_DISPLAY, XAUTHORITY, ...rest } = process.env;
     const env = { ...rest, DISPLAY: `:${String(number).trim()}`, XDG_SESSION_TYPE: 'x11', XDG_RUNTIME_DIR: runtime };
-    const picture = spawn('setpriv', bound(path.join(programs, 'picture')),
+    picture = spawn('setpriv', bound(path.join(programs, 'picture')),
       { env, stdio: ['pipe', 'pipe', 'ignore'] });
     await Promise.race([once(picture.stdout, 'data'),
       once(picture, 'exit').then(([code]) => { throw new Error(`the picture ended with ${code}`); })]);

@@ -46,7 +46,7 @@ function startPlainProgram(programs, env) {
   const lines = readline.createInterface(child.stdout);
   return {
     name: 'plain program',
-    operations: ['display', 'cursorPosition', 'move', 'key', 'combo', 'type', 'getClipboard', 'setClipboard', 'jpeg',
+    operations: ['cursorPosition', 'move', 'key', 'combo', 'type', 'getClipboard', 'setClipboard', 'jpeg',
       'jpeg720', 'jpeg768', 'crop', 'png'],
     async time(operation, count) {
       child.stdin.write(`${operation} ${count}\n`);

@@ -1,6 +1,7 @@
 #!/bin/sh
-# Checks the format with clang-format, then the code with clang-tidy, then the
-# declarations with TypeScript, and ends at the first check that fails.
+# Checks the includes, then the format with clang-format, then the code with
+# clang-tidy, then the declarations with TypeScript, and ends at the first check
+# that fails.
 # `lint.sh fix` formats the sources instead.
 set -eu
 cd "$(dirname "$0")/.."
@@ -12,6 +13,9 @@ if [ "${1:-}" = fix ]; then
   clang-format -i $sources
   exit
 fi
+
+echo 'ostler: checking which folder includes what'
+sh scripts/check_includes.sh
 
 echo 'ostler: checking the format with clang-format'
 # shellcheck disable=SC2086

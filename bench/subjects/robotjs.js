@@ -9,11 +9,12 @@ module.exports = (load) => {
   let x = 0;
   const capture = (...region) => {
     const { image, width, height, byteWidth } = robot.screen.capture(...region);
-    // The bitmap is BGRA; sharp wants RGBA.
+    // The bitmap is BGRA with an alpha of 0; sharp wants RGBA and would make it black.
     for (let i = 0; i < image.length; i += 4) {
       const blue = image[i];
       image[i] = image[i + 2];
       image[i + 2] = blue;
+      image[i + 3] = 255;
     }
     return sharp(image, { raw: { width: byteWidth / 4, height, channels: 4 } }).removeAlpha()
       .extract({ left: 0, top: 0, width, height });

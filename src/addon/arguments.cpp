@@ -14,7 +14,7 @@ std::string readString(napi_env env, napi_value value) {
   if (length == 0) return {};
   std::vector<char> buffer(length + 1, '\0');
   napi_get_value_string_utf8(env, value, buffer.data(), buffer.size(), nullptr);
-  return buffer.data();  // a text ends at its first NUL
+  return buffer.data();  // ends at the first NUL
 }
 
 Strings readStringList(napi_env env, napi_value value) {

@@ -13,19 +13,19 @@
 
 #include "addon/arguments.h"
 #include "addon/results.h"
-#include "driver/exit_guard.h"
+#include "base/exit_guard.h"
 
 namespace ostler {
 
-// Runs `body` and turns what it throws into a pending JavaScript error, with
-// `fallback` as the callback's answer, which the host then never sees.
+// Runs `body` and turns an exception into a pending JavaScript error. Then `fallback` is
+// the callback's result, which JavaScript never sees.
 template <typename Body>
 napi_value guarded(napi_env env, napi_value fallback, Body body) noexcept {
   const ExitGuard exitGuard;
   try {
     return body();
   } catch (const PendingException&) {
-    // The host gets the exception that is pending.
+    // JavaScript gets the exception that is pending.
   } catch (const std::exception& error) {
     napi_throw_error(env, nullptr, error.what());
   } catch (...) {
@@ -34,7 +34,7 @@ napi_value guarded(napi_env env, napi_value fallback, Body body) noexcept {
   return fallback;
 }
 
-// What a callback answers after an error, by the type of its result.
+// Returns what a callback answers after an error, which depends on its result type.
 template <typename Result>
 napi_value fallbackFor(napi_env env) {
   if constexpr (std::same_as<Result, std::vector<unsigned char>> ||
@@ -47,8 +47,8 @@ napi_value fallbackFor(napi_env env) {
   }
 }
 
-// The callback that a driver function's signature describes: its parameters
-// say how the arguments are read, its result says what goes back.
+// Makes a callback from a driver function. The types of its parameters decide how the
+// arguments are read, the type of its result decides what is returned.
 template <auto function>
 struct Forward;
 
@@ -63,7 +63,7 @@ private:
   template <std::size_t... index>
   static napi_value call(napi_env env, [[maybe_unused]] napi_callback_info info,
                          std::index_sequence<index...>) {
-    // Braces, because they evaluate from left to right.
+    // An initialiser list in braces is evaluated from left to right.
     std::tuple<std::remove_cvref_t<Parameters>...> values;
     if constexpr (sizeof...(Parameters) > 0) {
       const std::vector<napi_value> arguments = fetchArguments(env, info, sizeof...(Parameters));

@@ -1,9 +1,10 @@
-#include <memory>
-#include <mutex>
 #include <set>
+#include <type_traits>
 
 #include "addon/call_frame.h"
 #include "addon/methods.h"
+#include "base/annotated_mutex.h"
+#include "base/owner.h"
 #include "driver/driver.h"
 
 namespace ostler {
@@ -15,17 +16,14 @@ void callHost(napi_env env, napi_value callback, void*, void*) noexcept {
   napi_value global = nullptr, exception = nullptr;
   napi_get_global(env, &global);
   if (napi_call_function(env, global, callback, 0, nullptr, nullptr) != napi_pending_exception) return;
-  // Node itself would only print a warning.
+  // Without this Node would only print a warning.
   if (napi_get_and_clear_last_exception(env, &exception) == napi_ok) napi_fatal_exception(env, exception);
 }
 
-struct ThreadsafeFunctionReleaser {
-  using pointer = napi_threadsafe_function;
-  void operator()(napi_threadsafe_function function) const {
-    napi_release_threadsafe_function(function, napi_tsfn_release);
-  }
-};
-using ThreadsafeFunction = std::unique_ptr<napi_threadsafe_function, ThreadsafeFunctionReleaser>;
+void releaseFunction(napi_threadsafe_function function) {
+  napi_release_threadsafe_function(function, napi_tsfn_release);
+}
+using ThreadsafeFunction = Owner<std::remove_pointer_t<napi_threadsafe_function>, releaseFunction>;
 
 ThreadsafeFunction makeThreadsafeFunction(napi_env env, napi_value callback) {
   napi_value name = nullptr;
@@ -36,24 +34,26 @@ ThreadsafeFunction makeThreadsafeFunction(napi_env env, napi_value callback) {
   return ThreadsafeFunction(status == napi_ok ? result : nullptr);
 }
 
-// The environment of the last lock that was answered with true, which changes
-// together with the watcher.
-std::mutex environmentMutex;
-napi_env watcherEnvironment = nullptr;
+// This environment started the watcher last. The mutex is held while the watcher starts
+// or ends with its environment, so that the two change together.
+Mutex environmentMutex;
+napi_env watcherEnvironment OSTLER_GUARDED_BY(environmentMutex) = nullptr;
 
-// The environments of this thread that have the hook.
+// These environments of this thread have the cleanup hook.
 thread_local std::set<napi_env> hookedEnvironments;
 
-// Where an environment ends with the watcher running, as in a terminated
-// Worker, it takes the thread-safe function with it. A hook runs before that.
+// This is the cleanup hook. An environment can end while the watcher runs, for example
+// in a terminated Worker, and destroys the thread-safe function. The hook runs before
+// that.
 void stopWithEnvironment(void* environment) noexcept {
   hookedEnvironments.erase(static_cast<napi_env>(environment));
-  const std::lock_guard held(environmentMutex);
+  const MutexLock held(environmentMutex);
   if (watcherEnvironment == environment) driverUnlock();
 }
 
 void hookEnvironment(napi_env env) {
-  // The newest hook runs first, and the thread-safe function has one too.
+  // The thread-safe function has a hook of its own. Hooks run in reverse order, so
+  // ours has to be added after it each time.
   if (!hookedEnvironments.insert(env).second) napi_remove_env_cleanup_hook(env, stopWithEnvironment, env);
   napi_add_env_cleanup_hook(env, stopWithEnvironment, env);
 }
@@ -66,9 +66,9 @@ napi_value lock(napi_env env, napi_callback_info info) {
     ThreadsafeFunction onEscape = makeThreadsafeFunction(env, arguments[0]);
     if (onEscape == nullptr) return toValue(env, false);
     hookEnvironment(env);
-    const std::lock_guard held(environmentMutex);
+    const MutexLock held(environmentMutex);
     if (!driverLock(onEscape.get())) return toValue(env, false);
-    static_cast<void>(onEscape.release());  // the watcher's now
+    static_cast<void>(onEscape.release());  // the watcher owns it now
     watcherEnvironment = env;
     return toValue(env, true);
   });

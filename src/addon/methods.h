@@ -4,7 +4,7 @@
 
 namespace ostler {
 
-// The callbacks whose arguments or results no driver function's signature tells.
+// These callbacks cannot be made from the signature of a driver function.
 
 napi_value screenshot(napi_env env, napi_callback_info info);
 napi_value lock(napi_env env, napi_callback_info info);

@@ -11,7 +11,7 @@
 
 namespace ostler {
 
-// Native results on their way out.
+// These functions convert native results to JavaScript values.
 
 napi_value undefinedValue(napi_env env);
 napi_value nullValue(napi_env env);
@@ -20,10 +20,10 @@ napi_value toValue(napi_env env, bool value);
 napi_value toValue(napi_env env, std::int32_t value);
 napi_value toValue(napi_env env, const std::string& value);
 napi_value toValue(napi_env env, const Point& point);
-// A display's size, which is also its size in pixels.
+// Makes an object that contains the size twice, the second time as the size in pixels.
 napi_value toValue(napi_env env, const Size& size);
 napi_value toValue(napi_env env, const Capabilities& capabilities);
-// A Buffer with a copy of the bytes, null when there are none.
+// Makes a Buffer with a copy of the bytes, or null when there are none.
 napi_value toValue(napi_env env, const std::vector<unsigned char>& bytes);
 napi_value toValue(napi_env env, const std::vector<DisplayInfo>& displays);
 napi_value toValue(napi_env env, const std::vector<WindowInfo>& windows);

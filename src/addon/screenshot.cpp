@@ -5,14 +5,14 @@
 namespace ostler {
 namespace {
 
-// In 32-bit arithmetic that wraps, as JavaScript's own int32 operators do.
+// Subtracts with 32-bit wraparound, as JavaScript's int32 operators do.
 std::int32_t distance(std::int32_t from, std::int32_t to) {
   return static_cast<std::int32_t>(static_cast<std::uint32_t>(to) - static_cast<std::uint32_t>(from));
 }
 
 }  // namespace
 
-// The host gives the crop as two corners.
+// The host passes the crop as two corners.
 napi_value screenshot(napi_env env, napi_callback_info info) {
   return guarded(env, nullValue(env), [&] {
     const std::vector<napi_value> arguments = fetchArguments(env, info, 10);

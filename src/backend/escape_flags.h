@@ -5,15 +5,16 @@
 
 namespace ostler {
 
-// Set by the Escape watcher when a person presses Escape, cleared by the next
-// driverLock; the type operations stop on it.
+// The Escape watcher sets this when the user presses Escape, and the next driverLock
+// clears it. Typing stops when it is set.
 inline std::atomic<bool> escapePressed{false};
 
-// True while the X11 key operation sends Escape itself, which is no reason to stop.
+// This is true while the X11 key operation sends Escape, which must not stop typing.
 inline std::atomic<bool> syntheticEscapeActive{false};
 
-// How often that was so, counted after the flag is raised. The watcher may come
-// to read such a press when the flag is down again, and knows it by the count.
+// Counts how often syntheticEscapeActive was set, and is incremented after it. The
+// watcher may read a synthetic press after the flag has been cleared, and recognises it
+// by this count.
 inline std::atomic<std::uint64_t> syntheticEscapeCount{0};
 
 }  // namespace ostler

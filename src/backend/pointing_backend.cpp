@@ -19,7 +19,7 @@ Button buttonNamed(const std::string& name) {
 DragPath::DragPath(double fromX, double fromY, double toX, double toY)
     : startX(fromX), startY(fromY), deltaX(toX - fromX), deltaY(toY - fromY), stepCount(5) {
   const double steps = std::sqrt(deltaX * deltaX + deltaY * deltaY) / 20.0;
-  // A distance that is no number, or beyond counting, gets the fewest steps.
+  // A distance that is NaN or too large to count gets the smallest number of steps.
   if (steps < static_cast<double>(std::numeric_limits<int>::max())) {
     stepCount = std::max(stepCount, static_cast<int>(steps));
   }

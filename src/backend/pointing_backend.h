@@ -8,16 +8,18 @@ namespace ostler {
 
 enum class Button { left, middle, right };
 
-// The button that a host names, in any case; every other text is the left one.
+// Returns the button with this name in upper or lower case, or the left one for any
+// other text.
 Button buttonNamed(const std::string& name);
 
-// The points of a drag after its start, about 20 pixels apart and at least 5.
+// Computes the points of a drag after its start: at least 5, about 20 pixels apart.
 class DragPath {
 public:
   DragPath(double fromX, double fromY, double toX, double toY);
 
   int steps() const { return stepCount; }
-  // Point `step` of 1 to steps(); the last one is the target.
+  // Return the coordinates of the point `step`, from 1 to steps(). The last point is the
+  // target.
   double x(int step) const { return startX + deltaX * fraction(step); }
   double y(int step) const { return startY + deltaY * fraction(step); }
 
@@ -28,7 +30,7 @@ private:
   int stepCount;
 };
 
-// The operations that are the same sequence of events and waits on every
+// Implements the operations whose sequence of events and waits is the same on every
 // platform.
 class PointingBackend : public Backend {
 public:
@@ -39,7 +41,7 @@ public:
 
 protected:
   virtual void sendButton(Button button, bool pressed) = 0;
-  // A move while a button is down.
+  // Moves the pointer while a button is down.
   virtual void dragTo(double x, double y) = 0;
 };
 

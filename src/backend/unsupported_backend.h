@@ -7,7 +7,7 @@
 
 namespace ostler {
 
-// Stands in where no session was found: every operation throws `message`.
+// Returns a backend for when no session was found: every operation throws `message`.
 std::unique_ptr<Backend> makeUnsupportedBackend(std::string message);
 
 }  // namespace ostler

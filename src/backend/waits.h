@@ -4,7 +4,7 @@
 
 namespace ostler {
 
-// The waits of input, the same on every platform.
+// Input operations wait this long between events, on every platform.
 namespace waits {
 using std::chrono::milliseconds;
 constexpr milliseconds afterMove{5};
@@ -15,7 +15,7 @@ constexpr milliseconds afterDragStep{5};
 constexpr milliseconds afterCharacter{5};
 }  // namespace waits
 
-// Waits for the whole time, whatever signals arrive meanwhile.
+// Sleeps for the whole duration, even when signals arrive meanwhile.
 void sleepFor(std::chrono::nanoseconds duration);
 
 }  // namespace ostler

@@ -6,8 +6,8 @@
 
 namespace ostler {
 
-// Closes its descriptor when it goes; -1 is none. A library that takes the
-// descriptor over is given release().
+// Owns a file descriptor and closes it; -1 means none. Pass release() to a library that
+// takes over the descriptor.
 class FileDescriptor {
 public:
   FileDescriptor() = default;

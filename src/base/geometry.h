@@ -4,7 +4,7 @@
 
 namespace ostler {
 
-// Coordinates and sizes count pixels of the desktop as `display` reports it,
+// Coordinates and sizes are pixels of the desktop, in the size that `display` reports,
 // unless a declaration says otherwise.
 
 struct Size {

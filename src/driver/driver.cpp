@@ -1,6 +1,9 @@
 #include "driver/driver.h"
 
 #include "driver/selection.h"
+#include "driver/session.h"
+#include "x11/clipboard.h"
+#include "x11/escape_watcher.h"
 
 using ostler::backendInstance;
 using ostler::Capabilities;
@@ -57,3 +60,13 @@ bool driverPrepareForInput(const std::string&, const std::optional<Strings>&, co
 }
 bool driverCheckPermissions(const std::string&) { return true; }
 void driverRequestPermissions(const std::string&) {}
+
+std::string driverGetClipboard() { return ostler::readClipboard(); }
+void driverSetClipboard(const std::string& text) { ostler::writeClipboard(text); }
+
+bool driverLock(napi_threadsafe_function onEscape) {
+  // Xwayland does not see the keys that go to Wayland programs.
+  if (ostler::detectSessionKind() == "wayland" || ostler::waylandSocketPresent()) return false;
+  return ostler::EscapeWatcher::instance().start(onEscape);
+}
+void driverUnlock() { ostler::EscapeWatcher::instance().stop(); }

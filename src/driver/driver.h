@@ -8,11 +8,11 @@
 
 #include "driver/records.h"
 
-// The flat seam between the addon and the desktop. All functions are called on
-// the host's JavaScript thread and block it.
+// The Node-API layer calls these functions. Each is synchronous and runs on the host's
+// JavaScript thread.
 #pragma GCC visibility push(default)
 
-// Forwarded to the process-wide backend; they throw what it throws.
+// These call the backend of the process and throw what it throws.
 void driverMouseMove(double x, double y);
 void driverClick(double x, double y, const std::string& button, int count);
 void driverDrag(double fromX, double fromY, double toX, double toY);
@@ -23,13 +23,13 @@ void driverKey(const std::string& combo);
 void driverScroll(double x, double y, int dx, int dy);
 ostler::Point driverCursorPosition();
 ostler::Size driverDisplay();
-// The first, third and fourth parameter are reserved and not looked at.
+// `scope`, `included` and `excluded` are reserved and ignored.
 std::vector<unsigned char> driverScreenshot(const std::string& scope, ostler::Size target,
                                             const std::optional<std::vector<std::string>>& included,
                                             const std::vector<std::string>& excluded, ostler::Rect crop,
                                             double quality);
 
-// Reserved: no platform implementation, fixed answers, no backend.
+// These are reserved: they return fixed values and need no backend.
 ostler::Capabilities driverCapabilities();
 std::vector<ostler::DisplayInfo> driverListDisplays();
 std::vector<ostler::WindowInfo> driverListWindows();
@@ -46,13 +46,14 @@ bool driverPrepareForInput(const std::string& scope, const std::optional<std::ve
 bool driverCheckPermissions(const std::string& permission);
 void driverRequestPermissions(const std::string& permission);
 
-// Beside the backend: the CLIPBOARD selection of the X server that DISPLAY
-// names. An empty string, or nothing, where that cannot be reached.
+// These read and write the CLIPBOARD selection of the X server that DISPLAY names,
+// without the backend. Where that cannot be reached, reading returns an empty
+// string and writing does nothing.
 std::string driverGetClipboard();
 void driverSetClipboard(const std::string& text);
 
-// The Escape watcher. driverLock takes over `onEscape` when it answers true and
-// gives it back on driverUnlock.
+// These start and stop the Escape watcher. When driverLock returns true, the
+// watcher owns `onEscape`, and driverUnlock releases it.
 bool driverLock(napi_threadsafe_function onEscape);
 void driverUnlock();
 

@@ -19,13 +19,13 @@ std::unique_ptr<Backend> selectBackend() {
     return makeUnsupportedBackend(
         "No graphical Linux session detected. Start an X11 or Wayland desktop session first.");
   }
-  // An X server beside a Wayland compositor is its guest: input sent there
-  // would reach only other guests.
+  // An X server beside a Wayland compositor is Xwayland. Input sent there would reach
+  // only X11 programs.
   if (waylandSocketPresent()) return makeWaylandBackend();
   return makeX11Backend();
 }
 
-// Set while this thread builds the backend.
+// Whether this thread is building the backend.
 thread_local bool isBuilding = false;
 
 class BuildingMark {
@@ -38,9 +38,9 @@ public:
 
 }  // namespace
 
-// While the portal's dialog is open, the host's GLib sources run on this
-// thread. One that calls in would enter the initialisation of the static again
-// and hang. A call on another thread waits until the initialisation is over.
+// While the portal's dialog is open, the host's GLib sources run on this thread. A source
+// that calls the addon would enter the initialisation of the static again and hang, so
+// its call throws. A call on another thread waits until the initialisation has ended.
 Backend& backendInstance() {
   if (isBuilding) {
     throw std::runtime_error("A call on the desktop is already waiting for the portal's dialog.");

@@ -4,11 +4,12 @@
 
 namespace ostler {
 
-// The kind of graphical session, guessed from the environment: "wayland",
-// "x11", "unknown", or whatever else XDG_SESSION_TYPE says, in lower case.
+// Returns the kind of graphical session that the environment indicates: "wayland",
+// "x11", "unknown", or any other value of XDG_SESSION_TYPE in lower case.
 std::string detectSessionKind();
 
-// Whether a file named wayland-0 or wayland-1 stands in a runtime directory.
+// Returns whether XDG_RUNTIME_DIR or /run/user/UID contains a file named wayland-0 or
+// wayland-1.
 bool waylandSocketPresent();
 
 }  // namespace ostler

@@ -6,9 +6,9 @@
 
 namespace ostler {
 
-// The part of a picture that a rectangle in its pixels covers. A negative origin
-// counts as 0 and shortens nothing; what lies past the far edges is cut off,
-// which can leave an image without pixels.
+// Returns the part of a picture that a rectangle in its pixels covers. A negative
+// origin counts as 0 and the rectangle keeps its size. The parts beyond the right and
+// bottom edges are cut off, which can leave an image without pixels.
 RgbImage cropImage(const Capture& picture, std::int32_t x, std::int32_t y, std::int32_t cropWidth,
                    std::int32_t cropHeight);
 

@@ -21,7 +21,8 @@ struct Compressor {
   }
 
   jpeg_compress_struct info{};
-  // libjpeg knows only its own part, which therefore comes first.
+  // libjpeg passes a pointer to `manager`, which jumpOut() casts to the whole struct,
+  // so `manager` has to be the first field.
   struct {
     jpeg_error_mgr manager;
     std::jmp_buf context;
@@ -34,14 +35,15 @@ extern "C" [[noreturn]] void jumpOut(j_common_ptr info) {
   std::longjmp(reinterpret_cast<decltype(Compressor::error)*>(info->err)->context, 1);
 }
 
-// libjpeg leaves this function by a jump when it fails, so nothing with a
-// destructor may live in it.
+// When libjpeg fails it leaves this function by longjmp, so no object in it may have a
+// destructor.
 bool compress(Compressor& compressor, const RgbImage& image, int quality) {
   jpeg_compress_struct* info = &compressor.info;
   info->err = jpeg_std_error(&compressor.error.manager);
   info->err->error_exit = jumpOut;
   if (setjmp(compressor.error.context) != 0) {
-    // libjpeg frees the block that it outgrows, and tells of the new one only here.
+    // libjpeg replaces the output block when it is full, and sets our pointer to the
+    // new block only here.
     if (compressor.output != nullptr) info->dest->term_destination(info);
     return false;
   }

@@ -7,11 +7,11 @@
 
 namespace ostler {
 
-// A complete JPEG file; `quality` is a fraction, 1.0 being the best. Empty when
-// libjpeg refuses the image, as it does one without pixels.
+// Returns a complete JPEG file. `quality` runs from 0.0 to 1.0, the best. The result is
+// empty when libjpeg rejects the image, for example one without pixels.
 std::vector<unsigned char> encodeJpeg(const RgbImage& image, double quality);
 
-// Whether libjpeg takes an image of this size.
+// Returns whether an image of this size is small enough for libjpeg.
 bool fitsJpeg(Size size);
 
 }  // namespace ostler

@@ -8,7 +8,7 @@
 namespace ostler {
 namespace {
 
-// libpng's own functions print.
+// libpng's default handlers print to stderr.
 extern "C" [[noreturn]] void leaveLibpng(png_structp png, png_const_charp) { png_longjmp(png, 1); }
 extern "C" void ignoreWarning(png_structp, png_const_charp) {}
 
@@ -47,8 +47,8 @@ extern "C" void appendToOutput(png_structp png, png_bytep data, png_size_t size)
 
 extern "C" void flushNothing(png_structp) {}
 
-// libpng leaves this function by a jump when it fails, so nothing with a
-// destructor may live in it.
+// When libpng fails it leaves this function by longjmp, so no object in it may have a
+// destructor.
 bool write(const Writer& writer, Output& output, const RgbImage& image, png_bytepp rows) {
   if (setjmp(png_jmpbuf(writer.png)) != 0) return false;
   png_set_write_fn(writer.png, &output, appendToOutput, flushNothing);

@@ -7,12 +7,12 @@
 
 namespace ostler {
 
-// A complete PNG file, 8 bits a channel, no alpha. Empty when libpng refuses the
-// image, as it does one without pixels, or fails; std::bad_alloc when there is no
-// memory for the file.
+// Returns a complete PNG file with 8 bits per channel and no alpha channel. The result
+// is empty when libpng fails or rejects the image, for example one without pixels.
+// Throws std::bad_alloc when there is no memory for the file.
 std::vector<unsigned char> encodePng(const RgbImage& image);
 
-// Whether libpng takes an image of this size.
+// Returns whether an image of this size is small enough for libpng.
 bool fitsPng(Size size);
 
 }  // namespace ostler

@@ -22,8 +22,8 @@ RgbImage fitted(Capture capture, double scaleX, double scaleY, Size target, Rect
   }
   const Rect whole{0, 0, capture.size.width, capture.size.height};
   if (target.width <= 0 || target.height <= 0 || target == capture.size) return capture.toRgb(whole);
-  RgbImage::byteCount(target.width, target.height);
-  // An image that no encoder takes could cost minutes and gigabytes to make.
+  RgbImage::byteCount(target.width, target.height);  // throws when it cannot be counted
+  // Resampling to a size that the encoder rejects could take minutes and gigabytes.
   if (!(jpeg ? fitsJpeg(target) : fitsPng(target))) return RgbImage(0, 0);
   const RgbImage image = capture.toRgb(whole);
   capture.toRgb = nullptr;  // so that no more than two pictures are in memory

@@ -7,10 +7,11 @@
 namespace ostler {
 namespace {
 
-// So that a sum of bytes fits 16 bits, and the table of means the first-level cache.
+// With this limit a sum of bytes fits 16 bits, and the table of means fits the
+// first-level cache.
 constexpr std::int32_t largestFactor = 8;
 
-// The rounded mean of `area` bytes by their sum.
+// Makes a table of the rounded mean of `area` bytes, indexed by their sum.
 std::vector<unsigned char> meansBySum(std::int32_t area) {
   std::vector<unsigned char> means;
   for (std::int32_t sum = 0; sum <= 255 * area; ++sum) {

@@ -4,10 +4,10 @@
 
 namespace ostler {
 
-// Fills `result` with the means of whole blocks of `image` where a small whole
-// number of source pixels lies under each target pixel on both axes; false
-// elsewhere. The bytes are those of resampleRow(), several times faster: integer
-// sums are exact in any order.
+// Reduces `image` to the size of `result` when each target pixel covers a small whole
+// number of source pixels on both axes; otherwise returns false. Writes the same bytes
+// as resampleRow(), because integer sums are exact in any order, but is several times
+// faster.
 bool reduceByWholeRatio(RgbImage& result, const RgbImage& image);
 
 }  // namespace ostler

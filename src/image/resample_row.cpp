@@ -40,13 +40,14 @@ void resamplePlainly(unsigned char* out, const RgbImage& image, const ResampleSp
 #if defined(__x86_64__)
 #define OSTLER_AVX2 [[gnu::target("avx2")]]
 
-// A pixel's red, green and blue, and 1 in the lane that sums the weights. Reads
-// one byte past the pixel.
+// Loads red, green and blue, and 1.0 in the last lane, which sums the weights. Reads one
+// byte past the pixel.
 OSTLER_AVX2 inline __m256d loadPixel(const unsigned char* pixel) {
   std::int32_t bytes;
   std::memcpy(&bytes, pixel, sizeof bytes);
   const __m256d channels = _mm256_cvtepi32_pd(_mm_cvtepu8_epi32(_mm_cvtsi32_si128(bytes)));
-  return _mm256_blend_pd(channels, _mm256_set1_pd(1.0), 8);
+  constexpr int lastLane = 1 << 3;
+  return _mm256_blend_pd(channels, _mm256_set1_pd(1.0), lastLane);
 }
 
 OSTLER_AVX2 inline __m256d addWeighted(__m256d sums, const unsigned char* pixel, double weight) {
@@ -67,9 +68,9 @@ OSTLER_AVX2 void resampleWithAvx2(unsigned char* out, const RgbImage& image, con
       for (std::int32_t i = 1; i < last; ++i) sums = addWeighted(sums, pixel + i * 3, rowWeight);
       if (last > 0) sums = addWeighted(sums, pixel + last * 3, column.lastWeight * rowWeight);
     }
-    const __m256d weightSum = _mm256_permute4x64_pd(sums, 0xFF);
+    const __m256d weightSum = _mm256_permute4x64_pd(sums, _MM_SHUFFLE(3, 3, 3, 3));
     const __m256d rounded = _mm256_add_pd(_mm256_div_pd(sums, weightSum), _mm256_set1_pd(0.5));
-    // Truncates and saturates as toByte() does.
+    // The conversion truncates and the packing saturates, as toByte() does.
     const __m128i words = _mm_packus_epi32(_mm256_cvttpd_epi32(rounded), _mm_setzero_si128());
     const auto bytes = static_cast<unsigned>(_mm_cvtsi128_si32(_mm_packus_epi16(words, words)));
     *out++ = static_cast<unsigned char>(bytes);
@@ -80,7 +81,7 @@ OSTLER_AVX2 void resampleWithAvx2(unsigned char* out, const RgbImage& image, con
 
 void resampleRowOnX86(unsigned char* out, const RgbImage& image, const ResampleSpan& rows,
                       std::span<const ResampleSpan> columns) {
-  // Behind the last pixel of the image there is no byte to read.
+  // loadPixel() must not read past the last pixel of the image.
   std::size_t fast = columns.size();
   if (rows.end() == image.height) {
     while (fast > 0 && columns[fast - 1].end() == image.width) --fast;

@@ -4,8 +4,8 @@
 
 namespace ostler {
 
-// The source pixels under one target pixel along one axis: `count` of them from
-// `first` on. All but the first and the last are covered in full.
+// Describes the source pixels that one target pixel covers along one axis: `count` of
+// them from `first` on. All except the first and the last are covered in full.
 struct ResampleSpan {
   std::int32_t first;
   std::int32_t count;
@@ -19,7 +19,8 @@ struct ResampleSpan {
   std::int32_t end() const { return first + count; }
 };
 
-// The span of target pixel `target`, where one target pixel is `step` source pixels wide.
+// Returns the span of the target pixel with index `target`. One target pixel is `step`
+// source pixels wide.
 ResampleSpan resampleSpan(std::int32_t target, double step, std::int32_t sourceSize);
 
 }  // namespace ostler

@@ -9,24 +9,24 @@
 
 namespace ostler {
 
-// Cuts a combo such as "Ctrl + A" at its plus signs into folded, trimmed
-// parts. Parts can be empty; an empty text has none.
+// Splits a combo such as "Ctrl + A" at each "+" into trimmed parts in lower case.
+// Parts can be empty; an empty text has no parts.
 std::vector<std::string> parseKeyCombo(std::string_view combo);
 
-// What one combo presses: `held` goes down in order around a tap of `main`
-// and comes up in the reverse order.
+// Holds the keys of one combo. The `held` keys are pressed in order, `main` is pressed
+// and released, and the `held` keys are released in reverse order.
 struct KeyCombo {
   std::vector<std::uint64_t> held;
   std::uint64_t main = 0;
 };
 
-// The key that stands for a keysym on a platform; throws when there is none.
-// `part` is the name by which the combo calls it.
+// Returns the platform's key for a keysym; throws when there is none. `part` is the
+// key's name in the combo.
 using KeyResolver = std::function<std::uint64_t(std::uint64_t keysym, const std::string& part)>;
 
-// Resolves every part of a combo, from left to right, before anything is
-// pressed. Nothing for a combo without parts; throws std::runtime_error when a
-// part has no meaning, with the name of the platform in the text.
+// Resolves every part of a combo, from left to right, before any key is pressed.
+// The result is empty for a combo without parts. Throws std::runtime_error when a part is unknown,
+// with the name of the platform in the text, or when no key remains.
 std::optional<KeyCombo> resolveKeyCombo(const std::string& combo, std::string_view platform,
                                         const KeyResolver& resolve);
 

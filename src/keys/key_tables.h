@@ -6,13 +6,13 @@
 
 namespace ostler {
 
-// X keysym values by the lower-case names that a key combo uses.
+// Maps the lower-case names that a key combo uses to X keysyms.
 using KeysymTable = std::unordered_map<std::string, std::uint64_t>;
 
-// The keys that a combo taps.
+// Contains the keys that a combo presses and releases.
 extern const KeysymTable keyNameTable;
 
-// The keys that a combo holds meanwhile, always the left-hand one of a kind.
+// Contains the modifiers that a combo holds down meanwhile. Each is the left-hand key.
 extern const KeysymTable modifierNameTable;
 
 }  // namespace ostler

@@ -6,14 +6,14 @@
 
 namespace ostler {
 
-// Folds every byte to lower case by itself; UTF-8 sequences are no units here.
+// Converts each byte to lower case on its own, without regard to UTF-8 sequences.
 std::string foldCase(std::string text);
 
-// Removes whitespace at both ends, byte by byte.
+// Removes whitespace bytes from both ends.
 std::string trimWhitespace(std::string text);
 
-// The code points of a UTF-8 text. Bytes that form none give U+FFFD; overlong
-// forms, surrogates and values above 0x10FFFF come out as they are written.
+// Decodes UTF-8. Invalid bytes give U+FFFD. Overlong sequences, surrogates and values
+// above 0x10FFFF are decoded without a check.
 std::vector<std::uint32_t> decodeUtf8(const std::string& text);
 
 }  // namespace ostler

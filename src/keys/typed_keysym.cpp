@@ -8,7 +8,6 @@
 namespace ostler {
 
 std::optional<std::uint64_t> typedKeysym(std::uint32_t codePoint) {
-  constexpr std::uint64_t unicodeForm = 0x01000000;
   switch (codePoint) {
     case '\b':
       return XK_BackSpace;
@@ -22,12 +21,12 @@ std::optional<std::uint64_t> typedKeysym(std::uint32_t codePoint) {
     default:
       break;
   }
-  if (codePoint > 0x10FFFF) return std::nullopt;
+  if (codePoint > lastCodePoint) return std::nullopt;
   if (codePoint < 0x80 && std::isprint(static_cast<int>(codePoint)) != 0) {
     const char name[] = {static_cast<char>(codePoint), '\0'};
     if (const KeySym keysym = XStringToKeysym(name); keysym != NoSymbol) return keysym;
   }
-  return unicodeForm | codePoint;
+  return unicodeKeysymBase | codePoint;
 }
 
 }  // namespace ostler

@@ -6,9 +6,9 @@
 
 namespace ostler {
 
-// Catches the X errors of the requests that are sent on one connection while it
-// lives, where Xlib's default error handler would end the process. All other
-// errors go their usual way.
+// Catches the X errors of requests that are sent on one connection while the trap
+// exists. Xlib's default error handler would end the process. All other errors
+// reach the handler as usual.
 class ErrorTrap {
 public:
   explicit ErrorTrap(Display* display);
@@ -17,7 +17,7 @@ public:
   // Waits until the server has answered all requests.
   ~ErrorTrap();
 
-  // Whether an error has arrived yet; after XSync, whether there was one.
+  // Returns whether an error has arrived so far. Call XSync first to wait for all answers.
   bool caught() const;
 
 private:

@@ -11,7 +11,7 @@
 namespace ostler {
 namespace {
 
-// Tells the Escape watcher, for as long as it lives, that Escape is our own.
+// While it exists, the Escape watcher treats a press of Escape as synthetic.
 class SyntheticEscape {
 public:
   SyntheticEscape() {
@@ -42,8 +42,8 @@ void X11Backend::key(const std::string& combo) {
 
   std::optional<SyntheticEscape> synthetic;
   const KeyCode escape = XKeysymToKeycode(xDisplay, XK_Escape);
-  // Of a key that a person holds down the server makes no second press, and the
-  // watcher would take the person's for ours.
+  // When the user holds Escape down, the server generates no second press, and the
+  // watcher would take the user's press for the synthetic one.
   if (escape != 0 && escape == keys->main && !isDown(xDisplay, escape)) synthetic.emplace();
 
   tapKeyCombo(*keys, [this](std::uint64_t keycode, bool pressed) {

@@ -37,7 +37,7 @@ void X11Backend::mouseMove(double x, double y) {
 }
 
 void X11Backend::dragTo(double x, double y) {
-  constexpr int screenOfPointer = -1;
+  constexpr int screenOfPointer = -1;  // as XTestFakeMotionEvent defines it
   XTestFakeMotionEvent(xDisplay, screenOfPointer, toPixel(x), toPixel(y), 0);
   XSync(xDisplay, False);
 }
@@ -50,8 +50,8 @@ void X11Backend::turnWheel(unsigned button, int clicks) {
 }
 
 void X11Backend::scroll(double x, double y, int dx, int dy) {
-  // The core protocol turns the wheel by buttons of its own.
-  constexpr unsigned up = 4, down = 5, left = 6, right = 7;
+  // In X a wheel step is a click of one of these buttons.
+  constexpr unsigned up = Button4, down = Button5, left = 6, right = 7;
   mouseMove(x, y);
   sleepFor(waits::afterMove);
   turnWheel(dx < 0 ? left : right, dx);

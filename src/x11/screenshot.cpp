@@ -11,19 +11,19 @@
 namespace ostler {
 namespace {
 
-// Without the memory for a reply libxcb gives up the connection, and Xlib the
-// process. Xlib's own copy of the reply may fail.
+// When libxcb cannot allocate a reply it closes the connection, and Xlib then ends
+// the process. This checks first that the memory is there. If Xlib's own copy of the
+// reply cannot be allocated, XGetImage just returns null.
 void requireMemoryForReply(Size screen) {
   constexpr std::size_t pixelBytes = 4, header = 4096;
   const auto pixels = static_cast<std::size_t>(screen.width) * static_cast<std::size_t>(screen.height);
-  // Volatile, or the compiler leaves out what is not used.
+  // Volatile keeps the compiler from removing the unused allocation.
   void* volatile block = std::malloc(pixels * pixelBytes + header);
   if (block == nullptr) throw std::bad_alloc();
   std::free(block);
 }
 
-// Null when the server refuses, as it does once the screen has become smaller
-// than it was.
+// Returns null when the server refuses, for example because the screen has become smaller.
 ImageOwner readWindow(Display* display, Window window, Size size) {
   const ErrorTrap trap(display);
   return ImageOwner(XGetImage(display, window, 0, 0, static_cast<unsigned>(size.width),

@@ -4,6 +4,8 @@
 #include <span>
 #include <stdexcept>
 
+#include "keys/typed_keysym.h"
+
 namespace ostler {
 namespace {
 
@@ -15,19 +17,18 @@ bool isEmpty(std::span<const KeySym> row) {
   return std::ranges::all_of(row, [](KeySym symbol) { return symbol == NoSymbol; });
 }
 
-// True for what a process leaves behind that a signal ends while it types. The
-// server repeats the first column in the columns of other groups. Keysyms above
-// the Unicode form are those of multimedia keys.
+// A process that a signal ends while it types leaves a Unicode keysym in the first
+// column of a row. The server repeats it in the columns of other groups. Keysyms
+// above that range belong to multimedia keys.
 bool isLeftBehind(std::span<const KeySym> row) {
-  constexpr KeySym unicodeForm = 0x01000000, lastOfUnicodeForm = 0x0110FFFF;
   const KeySym first = row.front();
-  return first >= unicodeForm && first <= lastOfUnicodeForm &&
+  return first >= unicodeKeysymBase && first <= (unicodeKeysymBase | lastCodePoint) &&
          std::ranges::all_of(row, [=](KeySym symbol) { return symbol == NoSymbol || symbol == first; });
 }
 
-// Every change of the map sends the connection MappingNotify events, which
-// nobody reads and which would pile up for ever. They are taken as far as they
-// are here already, so that no request is made for them.
+// The server sends MappingNotify events for each change of the map. Nothing reads
+// them on this connection, so they would fill the queue. This discards the ones that
+// have arrived and sends no request.
 void discardQueuedEvents(Display* display) {
   XEvent event;
   while (XEventsQueued(display, QueuedAlready) > 0) XNextEvent(display, &event);

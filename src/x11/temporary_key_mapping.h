@@ -6,12 +6,12 @@
 
 namespace ostler {
 
-// Maps a spare keycode to one keysym; the destructor empties the row. A keycode
-// without symbols is spare; where there is none, one that an interrupted process
-// left mapped to a character.
+// Maps a spare keycode to one keysym; the destructor clears the mapping. A keycode
+// without keysyms is spare. If there is none, a keycode that an interrupted process
+// left mapped to a character is used.
 class TemporaryKeyMapping {
 public:
-  // Throws std::runtime_error when the keyboard map has no spare row.
+  // Throws std::runtime_error when the keyboard map has no spare keycode.
   TemporaryKeyMapping(Display* display, KeySym keysym);
   TemporaryKeyMapping(const TemporaryKeyMapping&) = delete;
   TemporaryKeyMapping& operator=(const TemporaryKeyMapping&) = delete;

@@ -8,8 +8,8 @@
 
 namespace ostler {
 
-// The pixels of a part of a captured image, each channel scaled from the width
-// of its mask to 8 bits. The part lies within the image.
+// Converts a part of a captured image, within its edges, to packed RGB. Each channel is
+// scaled from the width of its mask to 8 bits.
 RgbImage toRgb(XImage* image, const Rect& part);
 
 }  // namespace ostler

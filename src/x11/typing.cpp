@@ -27,9 +27,10 @@ unsigned activeGroup(Display* display) {
   return state.group;
 }
 
-// The key that produces a keysym in the first group with Shift at most. Column 2
-// and up belong to other groups and levels, whose modifiers are not applied, yet
-// an even one counts as unshifted.
+// Finds the key that produces a keysym in the first group, with or without Shift. The
+// keysym may also stand in a column from 2 on, which belongs to another group or
+// level. An even column counts as unshifted, an odd one as shifted, and no other
+// modifier is pressed.
 std::optional<MappedKey> findInFirstGroup(Display* display, KeySym keysym) {
   const KeyCode keycode = XKeysymToKeycode(display, keysym);
   if (keycode == 0) return std::nullopt;
@@ -42,8 +43,9 @@ std::optional<MappedKey> findInFirstGroup(Display* display, KeySym keysym) {
   return MappedKey{keycode, (column - row.get()) % 2 == 1};
 }
 
-// The core map does not tell groups from levels, so the XKB map is asked what a
-// client will make of each key. It wraps the group for a key that has fewer.
+// The core keyboard map does not distinguish groups from levels, so this searches
+// with the XKB function by which clients interpret a key. For a key with fewer
+// groups that function wraps the group number.
 std::optional<MappedKey> findInGroup(Display* display, KeySym keysym, unsigned group) {
   int minKeycode = 0, maxKeycode = 0;
   XDisplayKeycodes(display, &minKeycode, &maxKeycode);
@@ -64,12 +66,9 @@ std::optional<MappedKey> findMappedKey(Display* display, KeySym keysym, unsigned
   return group == XkbGroup1Index ? findInFirstGroup(display, keysym) : findInGroup(display, keysym, group);
 }
 
-// A letter alone in its row becomes a key with both cases, the lower one first.
-// The server leaves the Unicode form alone.
-KeySym withoutCase(KeySym keysym) {
-  constexpr KeySym unicodeForm = 0x01000000;
-  return keysym <= XK_asciitilde ? unicodeForm | keysym : keysym;
-}
+// When a letter is the only keysym of a key, the server adds the other case and puts
+// the lower case first. It does not do this for Unicode keysyms.
+KeySym withoutCase(KeySym keysym) { return keysym <= XK_asciitilde ? unicodeKeysymBase | keysym : keysym; }
 
 }  // namespace
 
@@ -91,12 +90,12 @@ void X11Backend::typeKeysym(KeySym keysym, KeyCode shiftKeycode, unsigned group)
     spare.emplace(xDisplay, group == XkbGroup1Index ? keysym : withoutCase(keysym));
     tap(spare->keycode, 0);
   }
-  // The spare key keeps its symbol meanwhile: a client looks it up when it
-  // handles the event.
+  // The spare keycode stays mapped during the wait, because a client looks up the
+  // keysym when it handles the event.
   sleepFor(waits::afterCharacter);
 }
 
-// Taps a key, with Shift held around it unless `shiftKeycode` is 0.
+// Presses and releases a key, with Shift held meanwhile unless `shiftKeycode` is 0.
 void X11Backend::tap(KeyCode keycode, KeyCode shiftKeycode) {
   if (shiftKeycode != 0) XTestFakeKeyEvent(xDisplay, shiftKeycode, True, 0);
   XTestFakeKeyEvent(xDisplay, keycode, True, 0);

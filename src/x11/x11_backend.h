@@ -5,8 +5,8 @@
 
 namespace ostler {
 
-// Drives an X server through XTEST. The connection belongs to the thread that
-// calls; protocol errors and a lost server take Xlib's default path.
+// Sends input to an X server through XTEST. One thread at a time may call it.
+// Protocol errors and the loss of the server are left to Xlib's default handlers.
 class X11Backend : public PointingBackend {
 public:
   X11Backend();

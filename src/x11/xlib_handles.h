@@ -5,24 +5,19 @@
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 
+#include "base/owner.h"
+
 namespace ostler {
 
-// Owners of what Xlib hands out.
+// These types own what Xlib returns.
 
-struct DisplayCloser {
-  void operator()(Display* display) const { XCloseDisplay(display); }
-};
-using DisplayConnection = std::unique_ptr<Display, DisplayCloser>;
+using DisplayConnection = Owner<Display, XCloseDisplay>;
 
-struct ImageDestroyer {
-  void operator()(XImage* image) const { XDestroyImage(image); }
-};
-using ImageOwner = std::unique_ptr<XImage, ImageDestroyer>;
+// XDestroyImage is a macro.
+inline void destroyImage(XImage* image) { XDestroyImage(image); }
+using ImageOwner = Owner<XImage, destroyImage>;
 
-struct XDataFreer {
-  void operator()(void* data) const { XFree(data); }
-};
 template <typename T>
-using XData = std::unique_ptr<T[], XDataFreer>;
+using XData = std::unique_ptr<T[], Deleter<XFree>>;
 
 }  // namespace ostler

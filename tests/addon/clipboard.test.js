@@ -3,60 +3,51 @@
 
 const assert = require('node:assert');
 const { execFileSync, spawn } = require('node:child_process');
-const { once } = require('node:events');
 const fs = require('node:fs');
 const path = require('node:path');
 const { after, before, it } = require('node:test');
-const { program } = require('../support/children');
+const { endWithOutput, program } = require('../support/children');
 const { startHost } = require('../support/host');
 const { waitUntil } = require('../support/wait');
-const { startXvfb } = require('../support/xvfb');
+const { startWitness, startX11 } = require('../support/x11');
 
-let server, host, programs;
-before(async () => {
-  server = await startXvfb();
-  host = await startHost(server.env);
-  // For PATH: one directory without xclip, one with an xclip that gives up at once.
-  programs = ['none', 'failing'].map((name) => path.join(server.env.XDG_RUNTIME_DIR, name));
-  programs.forEach((directory) => fs.mkdirSync(directory));
-  fs.writeFileSync(path.join(programs[1], 'xclip'), '#!/bin/sh\necho no >&2\nexit 1\n', { mode: 0o755 });
-});
-after(() => host.stop().finally(server.stop));
+let x11;
+before(async () => { x11 = await startX11(); });
+after(() => x11.stop());
 
-const getClipboard = () => host.run((addon) => addon.getClipboard());
-const setClipboard = (...values) => host.run((addon, args) => addon.setClipboard(...args), values);
+const getClipboard = () => x11.call('getClipboard');
+const setClipboard = (...values) => x11.call('setClipboard', ...values);
 const alphabet = (length) => 'abcdefghijklmnopqrstuvwxyz'.repeat(length / 26 + 1).slice(0, length);
 // xclip takes the selection over a little after the call.
 const becomes = (text, read = getClipboard) => waitUntil(
   async () => await read() === text, async () => (await read()).slice(0, 99));
 
-it('reads what an owner stores, whatever its type, and nothing from one that does not answer', async () => {
-  assert.strictEqual(await getClipboard(), '', 'nobody owns it');
+it('reads an empty text without an owner and without a display', async () => {
+  assert.strictEqual(await getClipboard(), '');
+  const host = await startHost({ ...x11.env, DISPLAY: '' });
+  assert.strictEqual(await host.call('getClipboard'), '');
+  await host.stop();
+});
+
+it('reads what an owner stores, whatever its type, and nothing from one that fails', async () => {
   const most = 4 << 20;
   const cases = [
-    ['UTF8_STRING 8 5', 'abcde'], ['UTF8_STRING 8 0', ''], ['STRING 8 3', 'abc'], ['INTEGER 32 2', 'a\0'],
-    ['INCR 32 1', ''], [`UTF8_STRING 8 ${most}`, alphabet(most)], [`UTF8_STRING 8 ${most + 9}`, alphabet(most)],
-    ['refuse', ''], ['dies', ''], ['destroys', ''], ['silent', ''],
+    ['UTF8_STRING 5', 'abcde'], ['UTF8_STRING 0', ''], ['STRING 3', 'abc'], ['INCR 1', ''],
+    [`UTF8_STRING ${most}`, alphabet(most)], [`UTF8_STRING ${most + 9}`, alphabet(most)],
+    ['refuse 0', ''], ['die 0', ''], ['destroy 0', ''], ['ignore 0', ''],
   ];
-  for (const [options, expected] of cases) {
-    const owner = spawn(program('selection_owner'), options.split(' '), { env: server.env });
-    await once(owner.stdout, 'data');
+  for (const [answer, expected] of cases) {
+    const owner = await startWitness(x11.env, 'owner', ...answer.split(' '));
     const started = Date.now();
-    assert.ok(await getClipboard() === expected, options);
-    if (options === 'silent') assert.ok(Date.now() - started >= 1990);
-    if (owner.exitCode === null) {
-      owner.kill();
-      await once(owner, 'exit');
-    }
+    assert.ok(await getClipboard() === expected, `an owner that answers with ${answer}`);
+    if (answer === 'ignore 0') assert.ok(Date.now() - started >= 1990, 'it waits 2 s');
+    await owner.stop();
   }
-  const stranded = await startHost({ ...server.env, DISPLAY: '' });
-  assert.strictEqual(await stranded.run((addon) => addon.getClipboard()), '');
-  await stranded.stop();
 });
 
 it('hands every text on unchanged', async () => {
   const read = () => execFileSync('xclip', ['-selection', 'clipboard', '-o'],
-    { env: server.env, encoding: 'utf8', maxBuffer: 1e8 });
+    { env: x11.env, encoding: 'utf8', maxBuffer: 1e8 });
   const texts = ['Grüße, Ж中😀', `"double" 'single' $(id) \`id\` \\ ; | & > %s\n\n`, alphabet(4 << 20)];
   for (const text of texts) {
     assert.strictEqual(await setClipboard(text), undefined);
@@ -69,18 +60,23 @@ it('hands every text on unchanged', async () => {
   await setClipboard(large);
   await becomes(large, read);
   assert.strictEqual(await getClipboard(), '', 'longer than 4 MiB');
-  assert.strictEqual(fs.readFileSync(`/proc/${host.pid}/task/${host.pid}/children`, 'latin1'), '');
+  const { pid } = x11.host;
+  assert.strictEqual(fs.readFileSync(`/proc/${pid}/task/${pid}/children`, 'latin1'), '', 'no child is left');
 });
 
 it('keeps the output of a host that shares its descriptors from xclip', async () => {
-  for (const [written, PATH] of [['from a plain\0host'], ['no xclip', programs[0]], [alphabet(900000), programs[1]]]) {
-    const child = spawn(program('plain_host'), [process.env.OSTLER_ADDON],
-      { env: { ...server.env, PATH: PATH ?? server.env.PATH } });
-    let output = '';
-    for (const stream of child.stdio.slice(1)) stream.on('data', (data) => { output += data; });
+  // For PATH: one directory without xclip, one with an xclip that fails at once.
+  const [none, failing] = ['none', 'failing'].map((name) => path.join(x11.env.XDG_RUNTIME_DIR, name));
+  for (const directory of [none, failing]) fs.mkdirSync(directory);
+  fs.writeFileSync(path.join(failing, 'xclip'), '#!/bin/sh\necho no >&2\nexit 1\n', { mode: 0o755 });
+  const cases = [
+    ['xclip', 'from a plain\0host'], ['no xclip', 'text', none], ['an xclip that fails', alphabet(900000), failing],
+  ];
+  for (const [name, written, PATH = x11.env.PATH] of cases) {
+    const child = spawn(program('native_host'), ['clipboard'], { env: { ...x11.env, PATH } });
     child.stdin.on('error', () => {}).end(written);
-    // "close" comes when nobody, xclip included, holds its output any more.
-    assert.deepStrictEqual([...await once(child, 'close'), output], [0, null, 'done\n']);
-    if (!PATH) await becomes(written);
+    // The end comes when nobody, xclip included, holds its output any more.
+    assert.deepStrictEqual(await endWithOutput(child), { end: 0, output: 'done\n' }, name);
+    if (name === 'xclip') await becomes(written);
   }
 });

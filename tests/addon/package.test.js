@@ -1,28 +1,28 @@
 'use strict';
-// The package as a host sees it.
+// The package and its shared object as a host sees them.
 
 const assert = require('node:assert/strict');
 const { execFileSync } = require('node:child_process');
 const fs = require('node:fs');
 const path = require('node:path');
-const { test } = require('node:test');
-const typescript = require('typescript');
+const { it } = require('node:test');
 const { temporaryDirectory } = require('../support/children');
+const { withDesktop } = require('../support/desktop');
 const { startHost } = require('../support/host');
 
 const root = path.join(__dirname, '..', '..');
-const isRelease = process.env.OSTLER_ADDON === path.join(root, 'build', 'ostler.node');
+const { OSTLER_ADDON } = process.env;
+const isRelease = OSTLER_ADDON === `${root}/build/ostler.node`;
+const outputOf = (...command) => execFileSync(command[0], command.slice(1), { cwd: root, encoding: 'utf8' });
 
 // The members of an interface in index.d.ts, in their order.
 function declaredMembers(name) {
-  const source = fs.readFileSync(path.join(root, 'index.d.ts'), 'utf8');
-  const tree = typescript.createSourceFile('index.d.ts', source, typescript.ScriptTarget.Latest);
-  const [namespace] = tree.statements.filter(typescript.isModuleDeclaration);
-  const [found] = namespace.body.statements.filter((node) => node.name.text === name);
-  return found.members.map((member) => member.name.text);
+  const source = fs.readFileSync(`${root}/index.d.ts`, 'utf8');
+  const [body] = RegExp(`interface ${name} \\{[^]*?\n  \\}`).exec(source);
+  return [...body.matchAll(/^    (\w+)[(:]/gm)].map(([, member]) => member);
 }
 
-test('the declarations name the methods that the addon has, in the order in which it has them', async () => {
+it('declares the methods that the addon has, in the same order', async () => {
   const host = await startHost(process.env);
   assert.deepEqual(declaredMembers('Ostler'), await host.run((addon) => Object.keys(addon)));
   const module = fs.readFileSync(path.join(root, 'index.d.mts'), 'utf8');
@@ -32,7 +32,7 @@ test('the declarations name the methods that the addon has, in the order in whic
   await host.stop();
 });
 
-test('require and import give the addon itself, import also its methods', { skip: !isRelease }, () => {
+it('gives the addon itself to require and import, and its methods to import', { skip: !isRelease }, () => {
   // A package can load itself by its name.
   const script = `import * as imported from 'ostler'; import { createRequire } from 'node:module';
     const require = createRequire(process.cwd() + '/index.js');
@@ -40,8 +40,7 @@ test('require and import give the addon itself, import also its methods', { skip
     const { default: ostler, ...methods } = imported;
     const isSame = require('node:util').isDeepStrictEqual(methods, { ...addon });
     console.log(ostler === addon, require('ostler') === addon, isSame)`;
-  const output = execFileSync(process.execPath, ['--input-type=module', '-e', script], { cwd: root, encoding: 'utf8' });
-  assert.equal(output, 'true true true\n');
+  assert.equal(outputOf(process.execPath, '--input-type=module', '-e', script), 'true true true\n');
 });
 
 // The package without a build of the clone; `prebuilt` stands in for the addon.
@@ -71,7 +70,7 @@ function failureOfLoading(directory, preparation = '') {
   return JSON.parse(execFileSync(process.execPath, ['-e', script], { cwd: directory, encoding: 'utf8' }));
 }
 
-test('loading says what to do when it fails', () => {
+it('says what to do when it cannot be loaded', () => {
   const rows = [
     ["set(process, 'platform', 'darwin')", 'ostler runs on Linux only, not on darwin.', /Cannot find module/],
     ["set(process, 'arch', 'riscv64')",
@@ -94,10 +93,42 @@ test('loading says what to do when it fails', () => {
   }
 });
 
-test('loading names the library that the linker does not find', { skip: !isRelease }, () => {
+it('names the library that the linker does not find', { skip: !isRelease }, () => {
   const addon = fs.readFileSync(process.env.OSTLER_ADDON, 'latin1');
   const directory = installPackage(Buffer.from(addon.replace('libXtst.so.6', 'libXtst.so.7'), 'latin1'));
   const [message, cause] = failureOfLoading(directory);
   assert.equal(message, 'ostler needs libXtst.so.7: install the package that contains it.');
   assert.match(cause, /^libXtst\.so\.7: /);
 });
+
+it('exports the two entry points and the 29 driver functions alone', () => {
+  const names = outputOf('nm', '-DC', '--defined-only', OSTLER_ADDON).trim().split('\n')
+    .map((line) => line.split(' ')[2].split('(')[0]).filter((name) => !/^__?[a-z]+san_/.test(name));
+  const drivers = names.filter((name) => /^driver[A-Z]/.test(name));
+  assert.equal(new Set(drivers).size, 29);
+  assert.deepEqual(names.filter((name) => !drivers.includes(name)).sort(),
+    ['napi_register_module_v1', 'node_api_module_get_api_version_v1']);
+});
+
+it('loads where the libraries of Wayland sessions are missing', () => {
+  assert.doesNotMatch(outputOf('readelf', '-d', OSTLER_ADDON), /lib(glib|gobject|gio|pipewire|ei)\b/);
+  assert.doesNotMatch(outputOf('nm', '-D', '--undefined-only', OSTLER_ADDON), /\b(g|pw|ei)_/);
+});
+
+it('does without a libei that lacks functions, and names what another library lacks', withDesktop({}, async ({
+  env, record,
+}) => {
+  const other = outputOf('/sbin/ldconfig', '-p').match(/libeis\.so\.1 .* => (.*)/)[1];
+  const startHostWith = (name, more) => {
+    const directory = temporaryDirectory();
+    fs.symlinkSync(other, path.join(directory, name));
+    return startHost({ ...env, LD_LIBRARY_PATH: directory, ...more });
+  };
+  // The host itself uses the library that is found as libei.
+  const withoutEi = await startHostWith('libei.so.1', { LD_PRELOAD: other });
+  await withoutEi.call('move', 3, 4);
+  assert.match(record().at(-1), /NotifyPointerMotionAbsolute/);
+  const withoutPipeWire = await startHostWith('libpipewire-0.3.so.0');
+  await assert.rejects(withoutPipeWire.call('display'), { message: /libpipewire-0.3.so.0: undefined symbol: pw_/ });
+  await Promise.all([withoutEi.stop(), withoutPipeWire.stop()]);
+}));

@@ -2,11 +2,9 @@
 // A Wayland session from its first call to the end of its host.
 
 const assert = require('node:assert');
-const { spawn } = require('node:child_process');
-const { once } = require('node:events');
 const { describe, it } = require('node:test');
 const { startDesktop } = require('../support/desktop');
-const { hostEnvironment } = require('../support/host');
+const { runScript } = require('../support/host');
 const { decodePng } = require('../support/png');
 const { waitUntil } = require('../support/wait');
 
@@ -128,13 +126,9 @@ describe('the end of the process', () => {
   for (const [name, [script, code, output = /^$/]] of Object.entries(ends)) {
     it(`${name} closes the session`, async () => {
       const desktop = await startDesktop();
-      const child = spawn(process.execPath, ['-e', `const addon = () => require(process.env.OSTLER_ADDON); ${script}`],
-        { env: hostEnvironment(desktop.env) });
-      let text = '';
-      for (const stream of [child.stdout, child.stderr]) stream.on('data', (data) => { text += data; });
-      const [status, signal] = await once(child, 'close');
-      assert.deepStrictEqual([status, signal], [code, null]);
-      assert.match(text, output);
+      const result = await runScript(`const addon = () => require(process.env.OSTLER_ADDON); ${script}`, desktop.env);
+      assert.strictEqual(result.end, code);
+      assert.match(result.output, output);
       assert.ok(closed(desktop.record()));
       await desktop.stop();
     });

@@ -11,8 +11,7 @@ const { version } = require('../../package.json');
 const { endOf, temporaryDirectory } = require('../support/children');
 const { decodePng } = require('../support/png');
 const { waitUntil } = require('../support/wait');
-const { startWitness, textOf } = require('../support/witness');
-const { startXvfb } = require('../support/xvfb');
+const { startWitness, startXvfb, textOf } = require('../support/x11');
 
 const directory = temporaryDirectory();
 const file = (name) => path.join(directory, name);

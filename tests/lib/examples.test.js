@@ -11,7 +11,7 @@ const { setTimeout: sleep } = require('node:timers/promises');
 const { endOf, temporaryDirectory } = require('../support/children');
 const { decodePng } = require('../support/png');
 const { waitUntil } = require('../support/wait');
-const { startXvfb } = require('../support/xvfb');
+const { startXvfb } = require('../support/x11');
 
 const root = path.join(__dirname, '..', '..');
 const directory = temporaryDirectory();

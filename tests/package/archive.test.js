@@ -10,8 +10,7 @@ const { test } = require('node:test');
 const { temporaryDirectory } = require('../support/children');
 const { startHost } = require('../support/host');
 const { decodePng } = require('../support/png');
-const { startWitness, textOf } = require('../support/witness');
-const { startXvfb } = require('../support/xvfb');
+const { startWitness, startXvfb, textOf } = require('../support/x11');
 
 const { OSTLER_ARCHIVE: archive, OSTLER_ROOTS: roots, OSTLER_TOOLS, OSTLER_UNSHARE: unshare } = process.env;
 const tools = path.join(OSTLER_TOOLS, 'node_modules');

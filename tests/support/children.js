@@ -19,6 +19,17 @@ function endOf(child) {
   return once(child, 'exit').finally(() => running.delete(child));
 }
 
+// Resolves at the end of a child to its exit code, or its signal, and all that it printed.
+async function endWithOutput(child) {
+  let output = '';
+  const closed = [child.stdout, child.stderr].map((stream) => {
+    stream.on('data', (data) => { output += data; });
+    return once(stream, 'close');
+  });
+  const [[code, signal]] = await Promise.all([endOf(child), ...closed]);
+  return { end: signal ?? code, output };
+}
+
 const directories = [];
 process.once('exit', () => directories.forEach((name) => fs.rmSync(name, { recursive: true, force: true })));
 for (const signal of ['SIGINT', 'SIGTERM', 'SIGHUP']) process.once(signal, () => process.exit(1));
@@ -35,4 +46,4 @@ const bound = (...command) => ['setpriv', ['--pdeathsig', 'KILL', ...command]];
 // The path of a program of the tests.
 const program = (name) => path.join(process.env.OSTLER_TEST_PROGRAMS, name);
 
-module.exports = { bound, endOf, program, temporaryDirectory };
+module.exports = { bound, endOf, endWithOutput, program, temporaryDirectory };

@@ -98,4 +98,10 @@ Exec=/usr/bin/python3 -B "${path.join(__dirname, 'portal.py')}" "${directory}"\n
   return desktop;
 }
 
-module.exports = { makeSession, startDesktop };
+// A test with a desktop of its own, and a host there.
+const withDesktop = (script, test, picture) => async () => {
+  const desktop = await startDesktop(script, picture);
+  await desktop.startHost().then((host) => test(desktop, host)).finally(desktop.stop);
+};
+
+module.exports = { makeSession, startDesktop, withDesktop };

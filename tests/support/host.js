@@ -3,10 +3,10 @@
 // (output, exit code, signals, memory) is part of what the tests look at.
 
 const assert = require('node:assert');
-const { fork } = require('node:child_process');
+const { fork, spawn } = require('node:child_process');
 const { once } = require('node:events');
 const path = require('node:path');
-const { endOf } = require('./children');
+const { endWithOutput } = require('./children');
 
 // Node has no sanitizer in it, so the runtime of the addon's comes first; Node's
 // own memory at its end is not looked at.
@@ -21,18 +21,11 @@ const hostEnvironment = (env) => {
 async function startHost(env) {
   const child = fork(path.join(__dirname, 'host_main.js'),
     { env: hostEnvironment(env), silent: true, serialization: 'advanced', execArgv: ['--expose-gc'] });
-  let output = '';
-  const closed = [child.stdout, child.stderr].map((stream) => {
-    stream.on('data', (data) => { output += data; });
-    return once(stream, 'close');
-  });
-  const ended = Promise.all([endOf(child), ...closed]).then(([[code, signal]]) => ({ code, signal }));
-  const answer = () => new Promise((resolve, reject) => {
-    const onMessage = (message) => { child.off('exit', onExit); resolve(message); };
-    const onExit = (code, signal) => reject(new Error(`the host ended: ${signal ?? code}: ${output}`));
-    child.once('message', onMessage);
-    child.once('exit', onExit);
-  });
+  const ended = endWithOutput(child);
+  const answer = () => Promise.race([
+    once(child, 'message').then(([message]) => message),
+    ended.then(({ end, output }) => { throw new Error(`the host ended: ${end}: ${output}`); }),
+  ]);
   await answer();
   async function run(task, ...values) {
     child.send({ source: String(task), values });
@@ -48,9 +41,20 @@ async function startHost(env) {
     // printed anything.
     async stop() {
       child.disconnect();
-      assert.deepStrictEqual({ ...await ended, output }, { code: 0, signal: null, output: '' });
+      assert.deepStrictEqual(await ended, { end: 0, output: '' });
     },
   };
 }
 
-module.exports = { hostEnvironment, startHost };
+// Runs a script as a host. At each line that it prints `atLine` is called, then it gets a line.
+function runScript(source, env, atLine) {
+  const child = spawn(process.execPath, ['-e', source],
+    { env: hostEnvironment(env), timeout: 60000, killSignal: 'SIGKILL' });
+  child.stdout.on('data', async () => {
+    await atLine();
+    child.stdin.on('error', () => {}).write('\n');
+  });
+  return endWithOutput(child);
+}
+
+module.exports = { runScript, startHost };

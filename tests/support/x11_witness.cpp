@@ -3,16 +3,22 @@
 // JSON. A line on its input makes it print {"kind":"synced"} once all that the
 // server had for it by then is out. A key's "age" is how many milliseconds after
 // the server had sent it its symbol had been looked up.
-//   x11_witness fill    first makes every keycode without a symbol a multimedia key, and takes Page Up's away
-//   x11_witness state   prints the keyboard map, the keys and buttons that are down
+//   x11_witness state   prints which buttons and keys are down
+//   x11_witness owner ANSWER...   owns CLIPBOARD instead, and answers each request with
+//     TYPE LENGTH   a text of that type and length, a to z over and over
+//     refuse 0      a refusal
+//     ignore 0      nothing
+//     die 0         its own end
+//     destroy 0     the end of the window that asked
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <iterator>
 #include <memory>
+#include <string>
 
-#include <X11/XF86keysym.h>
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 #include <X11/keysym.h>
@@ -29,38 +35,16 @@ unsigned long codePointOf(KeySym keysym) {
   return 0;
 }
 
+// The keys as a bit each, the buttons as a number.
 void printState(Display* display) {
-  int first = 0, last = 0, columns = 0;
-  XDisplayKeycodes(display, &first, &last);
-  KeySym* map = XGetKeyboardMapping(display, static_cast<KeyCode>(first), last - first + 1, &columns);
-  std::printf("{\"columns\":%d,\"map\":\"", columns);
-  for (int i = 0; i < (last - first + 1) * columns; ++i) std::printf("%lx ", map[i]);
-  XFree(map);
   char keys[32];
   XQueryKeymap(display, keys);
-  std::printf("\",\"keysDown\":[");
-  const char* separator = "";
-  for (int key = 0; key < 256; ++key) {
-    if ((keys[key / 8] >> (key % 8) & 1) == 0) continue;
-    std::printf("%s%d", separator, key);
-    separator = ",";
-  }
   Window root, child;
   int rootX, rootY, x, y;
   unsigned mask = 0;
   XQueryPointer(display, DefaultRootWindow(display), &root, &child, &rootX, &rootY, &x, &y, &mask);
-  std::printf("],\"buttonsDown\":%u}\n", mask >> 8 & 31);
-}
-
-void fillKeyboardMap(Display* display) {
-  int first = 0, last = 0, columns = 0;
-  XDisplayKeycodes(display, &first, &last);
-  KeySym* map = XGetKeyboardMapping(display, static_cast<KeyCode>(first), last - first + 1, &columns);
-  for (int i = 0; i < (last - first + 1) * columns; ++i) {
-    if (map[i] == XK_Page_Up || (map[i] == NoSymbol && i % columns == 0)) map[i] = XF86XK_AudioMute;
-  }
-  XChangeKeyboardMapping(display, first, columns, map, last - first + 1);
-  XFree(map);
+  std::printf("%u ", mask >> 8 & 31);
+  for (const char byte : keys) std::printf("%02x", static_cast<unsigned char>(byte));
 }
 
 void paintBars(Display* display, Window window, int width, int height) {
@@ -89,20 +73,45 @@ unsigned ageOf(Time time) {
 }
 
 void printEvent(XEvent& event) {
-  if (event.type == MappingNotify) {
-    XRefreshKeyboardMapping(&event.xmapping);
-  } else if (event.type == KeyPress || event.type == KeyRelease) {
-    char text[32];
-    KeySym keysym = NoSymbol;
-    XLookupString(&event.xkey, text, sizeof text, &keysym, nullptr);
-    std::printf("{\"kind\":\"key\",\"down\":%d,\"keysym\":%lu,\"codePoint\":%lu,\"age\":%u}\n",
-                event.type == KeyPress, keysym, codePointOf(keysym), ageOf(event.xkey.time));
-  } else if (event.type == ButtonPress || event.type == ButtonRelease) {
-    std::printf("{\"kind\":\"button\",\"down\":%d,\"button\":%u,\"x\":%d,\"y\":%d,\"t\":%lu}\n",
-                event.type == ButtonPress, event.xbutton.button, event.xbutton.x_root, event.xbutton.y_root,
-                event.xbutton.time);
-  } else if (event.type == MotionNotify) {
-    std::printf("{\"kind\":\"motion\",\"x\":%d,\"y\":%d}\n", event.xmotion.x_root, event.xmotion.y_root);
+  if (event.type == MappingNotify) XRefreshKeyboardMapping(&event.xmapping);
+  if (event.type < KeyPress || event.type > MotionNotify) return;
+  KeySym keysym = NoSymbol;
+  char text[32];
+  if (event.type <= KeyRelease) XLookupString(&event.xkey, text, sizeof text, &keysym, nullptr);
+  const char* const kinds[] = {"key", "key", "button", "button", "motion"};
+  // Events of keys and of the pointer's motion have these fields at the same places.
+  const XButtonEvent& input = event.xbutton;
+  std::printf("{\"kind\":\"%s\",\"down\":%d,\"keysym\":%lu,\"codePoint\":%lu,\"button\":%u,",
+              kinds[event.type - KeyPress], event.type == KeyPress || event.type == ButtonPress, keysym,
+              codePointOf(keysym), input.button);
+  std::printf("\"x\":%d,\"y\":%d,\"t\":%lu,\"age\":%u}\n", input.x_root, input.y_root, input.time,
+              ageOf(input.time));
+}
+
+void ownClipboard(Display* display, char** answer) {
+  const Window window = XCreateSimpleWindow(display, DefaultRootWindow(display), 0, 0, 1, 1, 0, 0, 0);
+  XSetSelectionOwner(display, XInternAtom(display, "CLIPBOARD", False), window, CurrentTime);
+  XSync(display, False);
+  std::printf("{\"kind\":\"ready\"}\n");
+  const std::string kind = answer[0];
+  std::string text;
+  for (int i = 0; i < std::atoi(answer[1]); ++i) text += static_cast<char>('a' + i % 26);
+  for (XEvent event;;) {
+    XNextEvent(display, &event);
+    if (event.type != SelectionRequest || kind == "ignore") continue;
+    if (kind == "die") return;
+    const XSelectionRequestEvent& request = event.xselectionrequest;
+    if (kind == "destroy") XDestroyWindow(display, request.requestor);
+    XEvent notice{};
+    notice.xselection = {
+        SelectionNotify,  0,           True, display, request.requestor, request.selection, request.target,
+        request.property, request.time};
+    if (kind == "refuse") notice.xselection.property = None;
+    XChangeProperty(display, request.requestor, request.property, XInternAtom(display, answer[0], False), 8,
+                    PropModeReplace, reinterpret_cast<const unsigned char*>(text.data()),
+                    static_cast<int>(text.size()));
+    XSendEvent(display, request.requestor, False, 0, &notice);
+    XFlush(display);
   }
 }
 
@@ -117,16 +126,18 @@ int main(int count, char** arguments) {
     printState(display);
     return 0;
   }
-  if (count > 1 && std::strcmp(arguments[1], "fill") == 0) fillKeyboardMap(display);
+  if (count > 3 && std::strcmp(arguments[1], "owner") == 0) {
+    ownClipboard(display, arguments + 2);
+    return 0;
+  }
   const int width = DisplayWidth(display, DefaultScreen(display));
   const int height = DisplayHeight(display, DefaultScreen(display));
-  XSetWindowAttributes attributes{};
-  attributes.override_redirect = True;
-  attributes.event_mask =
-      KeyPressMask | KeyReleaseMask | ButtonPressMask | ButtonReleaseMask | PointerMotionMask | ExposureMask;
-  Window window = XCreateWindow(display, DefaultRootWindow(display), 0, 0, static_cast<unsigned>(width),
-                                static_cast<unsigned>(height), 0, CopyFromParent, InputOutput, CopyFromParent,
-                                CWOverrideRedirect | CWEventMask, &attributes);
+  const Window window =
+      XCreateSimpleWindow(display, DefaultRootWindow(display), 0, 0, static_cast<unsigned>(width),
+                          static_cast<unsigned>(height), 0, 0, 0);
+  XSelectInput(
+      display, window,
+      KeyPressMask | KeyReleaseMask | ButtonPressMask | ButtonReleaseMask | PointerMotionMask | ExposureMask);
   XMapRaised(display, window);
   XEvent exposed;
   XWindowEvent(display, window, ExposureMask, &exposed);

@@ -48,29 +48,6 @@ TEST(StreamFormat, AsksForBuffersOfTheSizeOfAFrame) {
   }
 }
 
-TEST(StreamFormat, IgnoresWhatIsNotRawVideo) {
-  const auto parse = [](std::uint32_t type, std::uint32_t subtype, bool sized) {
-    PodRoom room;
-    spa_pod_builder builder;
-    spa_pod_builder_init(&builder, room.bytes.data(), sizeof room.bytes);
-    spa_pod_frame frame;
-    spa_pod_builder_push_object(&builder, &frame, SPA_TYPE_OBJECT_Format, SPA_PARAM_Format);
-    spa_pod_builder_add(&builder, SPA_FORMAT_mediaType, SPA_POD_Id(type), SPA_FORMAT_mediaSubtype,
-                        SPA_POD_Id(subtype), SPA_FORMAT_VIDEO_format, SPA_POD_Id(SPA_VIDEO_FORMAT_RGBA), 0);
-    const spa_rectangle size{1920, 1080};
-    if (sized) spa_pod_builder_add(&builder, SPA_FORMAT_VIDEO_size, SPA_POD_Rectangle(&size), 0);
-    return parseFormat(static_cast<spa_pod*>(spa_pod_builder_pop(&builder, &frame)));
-  };
-  EXPECT_EQ(parse(SPA_MEDIA_TYPE_video, SPA_MEDIA_SUBTYPE_raw, true),
-            (StreamFormat{SPA_VIDEO_FORMAT_RGBA, 1920, 1080}));
-  EXPECT_EQ(parse(SPA_MEDIA_TYPE_video, SPA_MEDIA_SUBTYPE_raw, false),
-            (StreamFormat{SPA_VIDEO_FORMAT_RGBA, 0, 0}));
-  EXPECT_FALSE(parse(SPA_MEDIA_TYPE_video, SPA_MEDIA_SUBTYPE_h264, true));
-  EXPECT_FALSE(parse(SPA_MEDIA_TYPE_image, SPA_MEDIA_SUBTYPE_raw, true));
-  const spa_pod_int number{{sizeof(std::int32_t), SPA_TYPE_Int}, 1, 0};
-  EXPECT_FALSE(parseFormat(&number.pod));
-}
-
 // A buffer as a server gives it, 3 x 2 pixels in tight rows, with both kinds of
 // metadata. The memory is exactly as long as it says, so that AddressSanitizer
 // sees a read past it.

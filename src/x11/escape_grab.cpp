@@ -1,7 +1,6 @@
-#include "services/escape_grab.h"
+#include "x11/escape_grab.h"
 
 #include <cstdlib>
-#include <memory>
 #include <utility>
 
 #include <X11/keysym.h>
@@ -9,19 +8,13 @@
 #include "x11/error_trap.h"
 
 namespace ostler {
-namespace {
-
-struct Freer {
-  void operator()(void* data) const { std::free(data); }
-};
-
-}  // namespace
 
 XcbConnection connectWhenAnswered(const char* displayName) {
   XcbConnection connection(xcb_connect(displayName, nullptr));
   if (xcb_connection_has_error(connection.get()) != 0) return nullptr;
   const auto cookie = xcb_get_input_focus(connection.get());
-  const std::unique_ptr<void, Freer> reply(xcb_get_input_focus_reply(connection.get(), cookie, nullptr));
+  const Owner<xcb_get_input_focus_reply_t, std::free> reply(
+      xcb_get_input_focus_reply(connection.get(), cookie, nullptr));
   return reply != nullptr ? std::move(connection) : nullptr;
 }
 

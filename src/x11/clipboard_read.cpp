@@ -2,20 +2,20 @@
 #include <string>
 
 #include "backend/waits.h"
-#include "driver/driver.h"
+#include "x11/clipboard.h"
 #include "x11/error_trap.h"
 #include "x11/xlib_handles.h"
 
 namespace ostler {
 namespace {
 
-// How often the connection is looked at for an event, and the wait in between.
-struct Patience {
+// Limits the wait for an event. Each pass takes one event or makes one pause.
+struct WaitBudget {
   int passes;
   std::chrono::milliseconds pause;
 };
-constexpr Patience forAnswer{200, std::chrono::milliseconds(10)};
-constexpr Patience forPiece{2000, std::chrono::milliseconds(1)};
+constexpr WaitBudget budgetForAnswer{200, std::chrono::milliseconds(10)};
+constexpr WaitBudget budgetForPiece{2000, std::chrono::milliseconds(1)};
 
 constexpr std::size_t longestText = 4 << 20;
 
@@ -25,8 +25,8 @@ struct Property {
   bool complete = false;
 };
 
-// The window that asks for the selection. It lives on a connection of its own,
-// so the answer cannot get between other events.
+// Owns the window that requests the selection. Its connection has no other use, so every
+// event on it concerns the request.
 class Requestor {
 public:
   Requestor(Display* display, Atom answerProperty)
@@ -37,12 +37,13 @@ public:
   Requestor& operator=(const Requestor&) = delete;
   ~Requestor() { XDestroyWindow(xDisplay, window); }
 
-  // Whether the owner says within 2 s that the property holds the answer.
+  // Returns whether the owner reports within 2 s that it has stored the text in the
+  // property.
   bool ask(Atom selection, Atom target) const {
     XConvertSelection(xDisplay, selection, target, property, window, CurrentTime);
     XFlush(xDisplay);
     Atom answer = None;
-    waitFor(forAnswer, [&](const XEvent& event) {
+    waitFor(budgetForAnswer, [&](const XEvent& event) {
       if (event.type != SelectionNotify) return false;
       answer = event.xselection.property;
       return true;
@@ -50,8 +51,8 @@ public:
     return answer != None;
   }
 
-  // Whatever the owner stored counts as text, one byte for each item. A text that
-  // is too long is cut.
+  // Returns the text that the owner stored, of whatever type, one byte for each
+  // item. A text that is stored at once is cut at the longest length.
   std::string take() const {
     const Property answer = read();
     const bool inPieces = answer.type == XInternAtom(xDisplay, "INCR", False);
@@ -61,14 +62,14 @@ public:
   }
 
 private:
-  // The owner stores the next piece whenever the property has been deleted; an
-  // empty one is the last. An empty text when it stops before, or exceeds the
-  // longest text.
+  // Each time the property is deleted, the owner stores the next piece; an empty
+  // piece ends the text. Returns an empty text when the owner stops before that,
+  // or when the text is too long.
   std::string takePieces() const {
     std::string text;
     for (;;) {
       Property piece;
-      const bool arrived = waitFor(forPiece, [&](const XEvent& event) {
+      const bool arrived = waitFor(budgetForPiece, [&](const XEvent& event) {
         if (event.type != PropertyNotify || event.xproperty.state != PropertyNewValue) return false;
         piece = read();
         return piece.type != None;
@@ -80,16 +81,17 @@ private:
     }
   }
 
-  // Whether an event arrived that `accept` returned true for.
+  // Reads events until `accept` returns true for one. Returns false when the budget is
+  // used up.
   template <typename Accept>
-  bool waitFor(Patience patience, Accept accept) const {
-    for (int passes = 0; passes < patience.passes; ++passes) {
+  bool waitFor(WaitBudget budget, Accept accept) const {
+    for (int passes = 0; passes < budget.passes; ++passes) {
       if (XPending(xDisplay) > 0) {
         XEvent event;
         XNextEvent(xDisplay, &event);
         if (accept(event)) return true;
       } else {
-        sleepFor(patience.pause);
+        sleepFor(budget.pause);
       }
     }
     return false;
@@ -114,10 +116,9 @@ private:
 };
 
 }  // namespace
-}  // namespace ostler
 
-std::string driverGetClipboard() {
-  const ostler::DisplayConnection connection(XOpenDisplay(nullptr));
+std::string readClipboard() {
+  const DisplayConnection connection(XOpenDisplay(nullptr));
   if (connection == nullptr) return {};
   Display* const display = connection.get();
   const Atom clipboard = XInternAtom(display, "CLIPBOARD", False);
@@ -126,7 +127,9 @@ std::string driverGetClipboard() {
   if (XGetSelectionOwner(display, clipboard) == None) return {};
 
   // Another client may destroy the requestor's window.
-  const ostler::ErrorTrap trap(display);
-  const ostler::Requestor requestor(display, property);
+  const ErrorTrap trap(display);
+  const Requestor requestor(display, property);
   return requestor.ask(clipboard, utf8) ? requestor.take() : std::string();
 }
+
+}  // namespace ostler

@@ -1,4 +1,4 @@
-#include "driver/exit_guard.h"
+#include "base/exit_guard.h"
 
 #include <cstdlib>
 
@@ -7,8 +7,9 @@
 namespace ostler {
 namespace {
 
-// exit() destroys the thread-local objects of its thread before it runs the
-// handlers of the process. So does the end of a thread, but no guard lives then.
+// exit() destroys the calling thread's thread-local objects before it runs the exit
+// handlers of the process. A thread that ends normally destroys them too, but has
+// no guard at that time.
 struct Sentinel {
   ~Sentinel() {
     if (liveGuards > 0 && !onMainThread) _exit(EXIT_FAILURE);
