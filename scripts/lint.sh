@@ -7,7 +7,7 @@ set -eu
 cd "$(dirname "$0")/.."
 
 sh scripts/ready.sh
-sources=$(find src tests bench -name '*.cpp' -o -name '*.h' | sort)
+sources=$(find src tests bench -name node_modules -prune -o \( -name '*.cpp' -o -name '*.h' \) -print | sort)
 # shellcheck disable=SC2086
 if [ "${1:-}" = fix ]; then
   clang-format -i $sources
