@@ -1,8 +1,11 @@
 // What a PipeWire server may send: formats, and buffers with pictures.
 
+#include <chrono>
 #include <limits>
+#include <memory>
 #include <optional>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -14,6 +17,7 @@
 #include <spa/param/video/format-utils.h>
 #include <spa/pod/builder.h>
 
+#include "wayland/stream/capture_state.h"
 #include "wayland/stream/frame_intake.h"
 #include "wayland/stream/stream_format.h"
 #include "wayland/stream/unpack.h"
@@ -172,6 +176,26 @@ TEST(FrameIntake, TakesRowsAndCursorFromWhereTheyAre) {
     EXPECT_EQ(intake.frame->format, buffer.format) << name;
     EXPECT_EQ(intake.cursor, cursor) << name;
   }
+}
+
+// As a PipeWire 1.4 server does when the other end of the stream goes.
+TEST(CaptureState, FailsOnceTheFormatHasBeenClearedForAWhile) {
+  CaptureState state;
+  const auto isRunning = [&] {
+    try {
+      state.waitForFirstFrame(std::chrono::steady_clock::now());
+      return true;
+    } catch (const std::runtime_error&) {
+      return false;
+    }
+  };
+  state.store(std::make_shared<const Frame>(), std::nullopt);
+  state.loseFormat();
+  EXPECT_TRUE(isRunning());
+  std::this_thread::sleep_for(std::chrono::milliseconds(1100));
+  EXPECT_FALSE(isRunning());
+  state.setFormat({});
+  EXPECT_TRUE(isRunning());
 }
 
 // Sizes around the number of pixels that a vectorised loop takes at a time.
