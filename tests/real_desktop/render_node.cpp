@@ -176,7 +176,6 @@ int drmGetDevice2(int, std::uint32_t, drmDevicePtr* device) {
   *device = describe();
   return 0;
 }
-int drmGetDevice(int descriptor, drmDevicePtr* device) { return drmGetDevice2(descriptor, 0, device); }
 int drmGetDeviceFromDevId(dev_t, std::uint32_t flags, drmDevicePtr* device) {
   return drmGetDevice2(-1, flags, device);
 }
