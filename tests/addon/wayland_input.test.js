@@ -165,8 +165,8 @@ it('types by the keymap of the keyboard and the layout in use', async () => {
   const kde = 'KeyboardLayouts.getLayout ()', settings = "Settings.ReadAll (['org.gnome.desktop.input-sources'],)";
   const keyboards = {
     us: [['type', 'zA+', [...key(44), ...shifted(30), asked(0x2b), ...shifted(13)]], ['type', 'ä', refusal(0x10000e4)]],
-    de: [['type', 'yß€~', [...key(44), ...key(12), ...altGr(...key(18)), ...altGr(...key(27))]], ['key', '/', shifted(8)],
-      ['type', '^', refusal(0x100005e)]],
+    de: [['type', 'yß€~', [...key(44), ...key(12), ...altGr(...key(18)), ...altGr(...key(27))]],
+      ['key', '/', shifted(8)], ['type', '^', refusal(0x100005e)]],
     fr: [['type', '1é', [...shifted(2), ...key(3)]], ['key', 'shift+1', ['key 42 1', ...key(2), 'key 42 0']]],
     ru: [['type', 'п', key(34)], ['type', 'a', refusal(0x61)], ['key', 'ctrl+c', ['key 29 1', ...key(46), 'key 29 0']]],
     'us,de': [['type', 'zz', [kde, ...key(21), ...key(21)]], ['key', 'z', [kde, settings, ...key(21)]],
@@ -226,7 +226,8 @@ it('moves on the monitor that the stream shows, and across the edge between two'
   const cases = [
     ['mapping id', monitors('=one', '=two'), "'size': <(1280, 720)>, 'mapping_id': <'two'>", second],
     ['position', monitors(), "'size': <(1280, 720)>, 'position': <(1280, 0)>, 'mapping_id': <'none'>", second],
-    ['first monitor', monitors(), "'size': <(1280, 720)>, 'position': <(0, 0)>", [[[1280, 9], ['motion 1279.99988 9']]]],
+    ['first monitor', monitors(), "'size': <(1280, 720)>, 'position': <(0, 0)>",
+      [[[1280, 9], ['motion 1279.99988 9']]]],
     ['both monitors', monitors(), "'size': <(2560, 720)>", [[[100, 100], ['motion 100 100']],
       [[1300, 100], ['motion 1920 360', 'motion 1300 100', 'motion 640 360']]]],
   ];
