@@ -28,10 +28,11 @@ fi
 echo 'ostler: checking the code with clang-tidy, which takes some minutes'
 cmake --preset release >/dev/null
 # A file of rules, so that ninja runs the checks in parallel and counts them.
+# render_node.cpp has headers of the KDE desktop's, which test_desktop.sh builds.
 {
   echo 'rule tidy'
   echo '  command = clang-tidy -p . --quiet $in >$out 2>&1 || { grep -v "warnings* generated" $out; exit 1; }'
-  for source in $(find src tests -name '*.cpp' | sort); do echo "build tidy/$source: tidy ../$source"; done
+  for source in $(find src tests -name '*.cpp' ! -name render_node.cpp | sort); do echo "build tidy/$source: tidy ../$source"; done
 } >build/lint.ninja
 rm -rf build/tidy
 bash scripts/ninja.sh 'clang-tidy' -C build -f lint.ninja -k 0

@@ -1,17 +1,34 @@
 #!/bin/sh
-# Runs the tests of tests/real_desktop on a GNOME desktop without a screen,
-# which the first run builds as a directory of its own (see docs/test-desktop.md).
+# Runs the tests of tests/real_desktop on desktops without a screen, gnome and
+# kde unless one is named, which the first run builds as directories of their own
+# (see docs/test-desktop.md): test_desktop.sh [gnome | kde]
 # Where that cannot be, says what is missing and exits with 77.
 set -eu
 cd "$(dirname "$0")/.."
-root=${OSTLER_DESKTOP_ROOT:-${XDG_CACHE_HOME:-$HOME/.cache}/ostler/gnome}
+case "${1:-all}" in
+  all) desktops='gnome kde' ;;
+  gnome | kde) desktops=$1 ;;
+  *) echo "usage: $0 [gnome | kde]" >&2; exit 2 ;;
+esac
+roots=${OSTLER_DESKTOP_ROOTS:-${XDG_CACHE_HOME:-$HOME/.cache}/ostler}
 
 missing() { echo "ostler: no desktop to test on: $1" >&2; exit 77; }
 
 # In a namespace of process ids nothing outlives the tests, however they end.
 namespace='unshare --mount --pid --fork --kill-child --mount-proc'
 
-build_root() {
+packages='dbus libglib2.0-bin python3-dbusmock pipewire wireplumber xdg-desktop-portal libgl1-mesa-dri libegl-mesa0
+  fonts-dejavu-core gir1.2-gtk-4.0 python3-gi-cairo'
+packages_of() {
+  case $1 in
+    gnome) echo gnome-shell mutter-common-bin xdg-desktop-portal-gnome adwaita-icon-theme ;;
+    # plasma-workspace has what the portal's dialog is made of. The headers are for render_node.cpp.
+    kde) echo kwin-wayland plasma-workspace breeze breeze-cursor-theme qt6-wayland libkscreen-bin \
+      xdg-desktop-portal-kde libdrm-dev ;;
+  esac
+}
+
+build_root() { # build_root DESKTOP ROOT
   . /etc/os-release
   case "${ID:-}-${VERSION_ID:-}" in
     debian-12 | debian-13) ;;
@@ -25,10 +42,10 @@ build_root() {
   command -v debootstrap >/dev/null || DEBIAN_FRONTEND=noninteractive apt-get -q -o DPkg::Lock::Timeout=600 \
     install -y --no-install-recommends debootstrap </dev/null || missing 'debootstrap cannot be installed'
 
-  echo "ostler: building a GNOME desktop in $root (1.3 GB)"
-  rm -rf "$root.part"
-  mkdir -p "$root.part"
-  debootstrap --variant=minbase trixie "$root.part" "$(mirror)"
+  echo "ostler: building a $1 desktop in $2 (gnome: 1.3 GB, kde: 1.8 GB)"
+  rm -rf "$2.part"
+  mkdir -p "$2.part"
+  debootstrap --variant=minbase trixie "$2.part" "$(mirror)"
   # The packages' set-up wants /proc and /dev.
   $namespace sh -euc '
     cd "$1"
@@ -36,17 +53,27 @@ build_root() {
     mount --rbind /dev dev
     cp /etc/resolv.conf etc/
     export DEBIAN_FRONTEND=noninteractive
-    chroot . apt-get -q install -y --no-install-recommends dbus libglib2.0-bin python3-dbusmock pipewire wireplumber \
-      gnome-shell mutter-common-bin xdg-desktop-portal xdg-desktop-portal-gnome libgl1-mesa-dri libegl-mesa0 \
-      adwaita-icon-theme fonts-dejavu-core gir1.2-gtk-4.0 python3-gi-cairo
-    chroot . apt-get clean' - "$root.part" </dev/null
-  mv "$root.part" "$root"
+    chroot . apt-get -q install -y --no-install-recommends $2
+    chroot . apt-get clean' - "$2.part" "$packages $(packages_of "$1")" </dev/null
+  mv "$2.part" "$2"
 }
 
 [ "$(id -u)" -eq 0 ] || missing 'run it as root'
 $namespace true 2>/dev/null || missing 'this system allows no new namespaces (unshare)'
-[ -d "$root" ] || build_root
+for desktop in $desktops; do
+  [ -d "$roots/$desktop" ] || build_root "$desktop" "$roots/$desktop"
+done
 
 sh scripts/build.sh release ostler
-export OSTLER_DESKTOP_ROOT="$root" OSTLER_ADDON="$PWD/build/ostler.node"
-$namespace sh -c 'node tests/real_desktop/real_desktop.test.js; exit $?'
+export OSTLER_ADDON="$PWD/build/ostler.node" OSTLER_RENDER_NODE="$PWD/build/render_node.so" OSTLER_DESKTOP OSTLER_DESKTOP_ROOT
+status=0
+for OSTLER_DESKTOP in $desktops; do
+  OSTLER_DESKTOP_ROOT=$roots/$OSTLER_DESKTOP
+  if [ "$OSTLER_DESKTOP" = kde ]; then
+    c++ -std=c++20 -O2 -shared -fPIC -isystem "$OSTLER_DESKTOP_ROOT/usr/include/libdrm" \
+      -idirafter "$OSTLER_DESKTOP_ROOT/usr/include" -o "$OSTLER_RENDER_NODE" tests/real_desktop/render_node.cpp
+  fi
+  echo "ostler: tests on $OSTLER_DESKTOP"
+  $namespace sh -c 'node tests/real_desktop/real_desktop.test.js; exit $?' || status=$?
+done
+exit $status

@@ -1,5 +1,9 @@
+#include <algorithm>
+
+#include <X11/keysym.h>
+#include <linux/input-event-codes.h>
+
 #include "keys/combo.h"
-#include "wayland/eis/evdev_keys.h"
 #include "wayland/wayland_backend.h"
 
 namespace ostler {
@@ -10,13 +14,36 @@ void WaylandBackend::key(const std::string& combo) {
   if (!keys) return;
 
   eis.beginOperation();
-  tapKeyCombo(*keys, [this](std::uint64_t keysym, bool pressed) {
-    if (!eis.hasKeyboard()) {
-      portalInput.key(keysym, pressed);
-    } else if (const std::uint32_t code = keysymToEvdev(keysym)) {
-      eis.key(code, pressed);
-    }
+  send(
+      InputKind::keyboard, [&] { tapThroughEis(*keys); },
+      [&] {
+        tapKeyCombo(*keys, [this](std::uint64_t keysym, bool pressed) { portalInput.key(keysym, pressed); });
+      });
+}
+
+void WaylandBackend::tapThroughEis(const KeyCombo& keys) {
+  const bool shiftHeld = std::find(keys.held.begin(), keys.held.end(), XK_Shift_L) != keys.held.end();
+  tapKeyCombo(keys, [&](std::uint64_t keysym, bool pressed) {
+    auto key = eis.findKey(keysym);
+    // Shortcuts such as Ctrl+C are for the key of a US keyboard where the layout has no such letter.
+    if (!key) key = EvdevKey{.code = keysymToEvdev(keysym)};
+    if (key->code == 0) return;
+    if (shiftHeld) key->shift = false;
+    pressed ? press(*key) : release(*key);
   });
+}
+
+void WaylandBackend::press(const EvdevKey& key) {
+  // Shift makes another key of AltGr on some layouts, so it comes second.
+  if (key.altGr != 0) eis.key(key.altGr, true);
+  if (key.shift) eis.key(KEY_LEFTSHIFT, true);
+  eis.key(key.code, true);
+}
+
+void WaylandBackend::release(const EvdevKey& key) {
+  eis.key(key.code, false);
+  if (key.shift) eis.key(KEY_LEFTSHIFT, false);
+  if (key.altGr != 0) eis.key(key.altGr, false);
 }
 
 }  // namespace ostler

@@ -38,12 +38,15 @@ void WaylandBackend::dragTo(double x, double y) {
   const Size limits = display();
   const double targetX = clampTo(limits.width, x), targetY = clampTo(limits.height, y);
   capture.setLastPointer({rounded(targetX), rounded(targetY)});
-  eis.hasPointer() ? eis.moveTo(targetX, targetY) : portalInput.moveTo(targetX, targetY);
+  send(
+      InputKind::pointer, [&] { eis.moveTo(targetX, targetY); },
+      [&] { portalInput.moveTo(targetX, targetY); });
 }
 
 void WaylandBackend::sendButton(Button button, bool pressed) {
   const std::uint32_t code = buttonCode(button);
-  eis.hasButton() ? eis.button(code, pressed) : portalInput.button(code, pressed);
+  send(
+      InputKind::button, [&] { eis.button(code, pressed); }, [&] { portalInput.button(code, pressed); });
 }
 
 void WaylandBackend::scroll(double x, double y, int dx, int dy) {
@@ -51,7 +54,8 @@ void WaylandBackend::scroll(double x, double y, int dx, int dy) {
   sleepFor(waits::afterMove);
   // A positive dy scrolls up here, while on X11 it scrolls down.
   const std::int64_t down = -static_cast<std::int64_t>(dy);
-  eis.hasScroll() ? eis.scroll(dx, down) : portalInput.scroll(dx, down);
+  send(
+      InputKind::scroll, [&] { eis.scroll(dx, down); }, [&] { portalInput.scroll(dx, down); });
 }
 
 }  // namespace ostler

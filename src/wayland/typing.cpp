@@ -1,5 +1,3 @@
-#include <linux/input-event-codes.h>
-
 #include "backend/escape_flags.h"
 #include "backend/waits.h"
 #include "keys/text.h"
@@ -8,15 +6,6 @@
 #include "wayland/wayland_backend.h"
 
 namespace ostler {
-namespace {
-
-// The key of an ASCII character that typedKeysym() gives in the Unicode form.
-// Beyond ASCII a code point would be taken for the keysym of another key.
-std::optional<EvdevKey> findAsciiKey(std::uint32_t codePoint) {
-  return codePoint < 0x80 ? findEvdevKey(codePoint) : std::nullopt;
-}
-
-}  // namespace
 
 void WaylandBackend::type(const std::string& text) {
   eis.beginOperation();
@@ -24,39 +13,39 @@ void WaylandBackend::type(const std::string& text) {
     if (escapePressed) return;
     const auto keysym = typedKeysym(codePoint);
     if (!keysym) continue;
-    typeCodePoint(codePoint, *keysym);
+    send(
+        InputKind::keyboard, [&] { typeThroughEis(*keysym); }, [&] { typeThroughPortal(*keysym); });
     sleepFor(waits::afterCharacter);
   }
 }
 
-void WaylandBackend::typeCodePoint(std::uint32_t codePoint, std::uint64_t keysym) {
-  const bool hasEis = eis.hasKeyboard();
-  if (const auto key = hasEis ? findEvdevKey(keysym) : std::nullopt) {
+void WaylandBackend::typeThroughEis(std::uint64_t keysym) {
+  const auto key = eis.findKey(keysym);
+  // Letters, digits and the editing keys; all else is for the portal to type.
+  const bool isPlain = findEvdevKey(keysym).has_value();
+  if (key && portalRefusesKeyboard && !isPlain) portalInput.requireKeyboard();
+  if (key && (isPlain || portalRefusesKeyboard)) {
     tap(*key);
     return;
   }
-  const auto asciiKey = hasEis ? findAsciiKey(codePoint) : std::nullopt;
-  if (asciiKey && portalRefusesKeyboard) {
-    portalInput.requireKeyboard();
-    tap(*asciiKey);
-    return;
-  }
+  // A character that no key gives is left to the portal as well: its error says so.
   try {
-    portalInput.key(keysym, true);
+    typeThroughPortal(keysym);
   } catch (const PortalInputRefusal&) {
-    if (!asciiKey) throw;
+    if (!key) throw;
     portalRefusesKeyboard = true;
-    tap(*asciiKey);
-    return;
+    tap(*key);
   }
+}
+
+void WaylandBackend::typeThroughPortal(std::uint64_t keysym) {
+  portalInput.key(keysym, true);
   portalInput.key(keysym, false);
 }
 
-void WaylandBackend::tap(EvdevKey key) {
-  if (key.shift) eis.key(KEY_LEFTSHIFT, true);
-  eis.key(key.code, true);
-  eis.key(key.code, false);
-  if (key.shift) eis.key(KEY_LEFTSHIFT, false);
+void WaylandBackend::tap(const EvdevKey& key) {
+  press(key);
+  release(key);
 }
 
 }  // namespace ostler

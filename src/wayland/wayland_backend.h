@@ -1,9 +1,11 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 
 #include "backend/pointing_backend.h"
+#include "keys/combo.h"
 #include "wayland/eis/eis_input.h"
 #include "wayland/eis/evdev_keys.h"
 #include "wayland/portal/portal_input.h"
@@ -34,10 +36,18 @@ private:
   void waitForFirstFrame();
   // Throws when the portal session has ended.
   void requireSession();
+  // Sends an event through EIS where that has a device for it, and otherwise
+  // through the portal.
+  void send(InputKind kind, const std::function<void()>& throughEis,
+            const std::function<void()>& throughPortal);
   void sendButton(Button button, bool pressed) override;
   void dragTo(double x, double y) override;
-  void typeCodePoint(std::uint32_t codePoint, std::uint64_t keysym);
-  void tap(EvdevKey key);
+  void tapThroughEis(const KeyCombo& keys);
+  void typeThroughEis(std::uint64_t keysym);
+  void typeThroughPortal(std::uint64_t keysym);
+  void tap(const EvdevKey& key);
+  void press(const EvdevKey& key);
+  void release(const EvdevKey& key);
 
   // In the order of construction, so that they go in the reverse order: the
   // stream before the state that it writes to, all of them before the session.
@@ -47,7 +57,7 @@ private:
   EisInput eis;
   std::optional<CaptureStream> stream;
 
-  bool portalRefusesKeyboard = false;
+  bool portalRefusesKeyboard = false;  // beside EIS
 };
 
 }  // namespace ostler

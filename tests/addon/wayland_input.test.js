@@ -21,13 +21,17 @@ async function openSession(script) {
       // What went before a move has arrived when the move has. Where there is
       // none, all has: the portal answers when it has written a call down.
       const marked = await call('move', 3, 4).then(() => true, () => false);
-      const marks = /^eis \d motion (3|32) 4$|Absolute \('\/session\/\d', \{\}, \d+, 3.0, 4.0\)/;
+      const marks = /^eis \d motion (3|32|1283) 4$|Absolute \('\/session\/\d', \{\}, \d+, 3.0, 4.0\)/;
       const lines = await desktop.recordWhen(
         (record) => !marked || record.slice(seen).some((line) => marks.test(line)));
       const fresh = lines.slice(seen).filter((line) => !marks.test(line)).map((line) => line.replace(/^eis \d /, '')
         .replace(/^RemoteDesktop\.Notify(\w+) \('\/session\/1', \{\}, (.*)\)$/, '$1 $2'));
       seen = lines.length;
       return error ? [...fresh, error] : fresh;
+    },
+    async act(...commands) {
+      await desktop.act(...commands);
+      seen = desktop.record().length;
     },
     stop: desktop.stop,
   };
@@ -140,6 +144,97 @@ it('uses the portal for what EIS has no device for, and asks for permission ther
       const lines = (await session.sent(method, ...values)).map(
         (line) => line.replace(/^PointerMotionAbsolute \d+, /, 'motion '));
       assert.deepStrictEqual(lines, expected[method], `${JSON.stringify(script)} ${method}`);
+    }
+    await session.stop();
+  }
+});
+
+it('types by the keymap of the keyboard and the layout in use', async () => {
+  const sources = (key, ...names) => `'${key}': <[${names.map((name) => `('xkb', '${name}')`)}]>`;
+  const gnome = `{'org.gnome.desktop.input-sources': {${sources('sources', 'us', 'de')}, ${
+    sources('mru-sources', 'fr', 'de', 'us')}}}`;
+  const session = await openSession({
+    ConnectToEIS: { eis: ['keyboard#us', 'pointer,button,scroll'] },
+    NotifyKeyboardKeysym: { error: refused },
+    getLayout: [{ reply: '(uint32 1,)' }, ...Array(2).fill({ error: ['org.test.No', 'no'] })],
+    ReadAll: [{ reply: `(${gnome},)` }],
+  });
+  const altGr = (...events) => ['key 100 1', ...events, 'key 100 0'];
+  const asked = (codePoint) => `KeyboardKeysym ${0x1000000 + codePoint}, 1`;
+  const refusal = (keysym) => [`KeyboardKeysym ${keysym}, 1`, failure('KeyboardKeysym', refused.join(': '))];
+  const kde = 'KeyboardLayouts.getLayout ()', settings = "Settings.ReadAll (['org.gnome.desktop.input-sources'],)";
+  const keyboards = {
+    us: [['type', 'zA+', [...key(44), ...shifted(30), asked(0x2b), ...shifted(13)]], ['type', 'ä', refusal(0x10000e4)]],
+    de: [['type', 'yß€~', [...key(44), ...key(12), ...altGr(...key(18)), ...altGr(...key(27))]],
+      ['key', '/', shifted(8)], ['type', '^', refusal(0x100005e)]],
+    fr: [['type', '1é', [...shifted(2), ...key(3)]], ['key', 'shift+1', ['key 42 1', ...key(2), 'key 42 0']]],
+    ru: [['type', 'п', key(34)], ['type', 'a', refusal(0x61)], ['key', 'ctrl+c', ['key 29 1', ...key(46), 'key 29 0']]],
+    'us,de': [['type', 'zz', [kde, ...key(21), ...key(21)]], ['key', 'z', [kde, settings, ...key(21)]],
+      ['key', 'z', [kde, settings, ...key(44)]]],
+  };
+  let device = 0;
+  for (const [layouts, rows] of Object.entries(keyboards)) {
+    if (layouts !== 'us') {
+      await session.act(['remove', device], ['add', `keyboard#${layouts}`]);
+      device = device === 0 ? 2 : device + 1;  // 1 is the pointer
+      assert.deepStrictEqual(await session.sent('mouseUp', 0, 0), ['start', 'button 272 0']);
+    }
+    for (const [method, text, expected] of rows) {
+      assert.deepStrictEqual(await session.sent(method, text), expected, `${layouts}: ${method} ${text}`);
+    }
+  }
+  await session.act(['group', 1]);
+  assert.deepStrictEqual(await session.sent('key', 'z'), key(21), 'the compositor tells the group');
+  await session.stop();
+});
+
+it('fills an empty slot when the portal refuses, and waits for a device that was removed', async () => {
+  const pointerRefused = ['org.freedesktop.DBus.Error.Failed', 'Session is not allowed to call NotifyPointer methods'];
+  const session = await openSession({
+    ConnectToEIS: { eis: ['pointer,button', 'keyboard!late'] },
+    NotifyKeyboardKeysym: [{ error: refused }], NotifyPointerAxisDiscrete: { error: pointerRefused },
+  });
+  const gone = (kind) => [`Wayland input device is no longer available: ${kind}`];
+  const steps = [
+    ['late keyboard', [], 'key', 'ctrl+a', ['KeyboardKeysym 65507, 1', 'start', 'key 29 1', ...key(30), 'key 29 0']],
+    ['after it', [], 'type', 'a', key(30)],
+    ['no scroll device', [], 'scroll', 9, 9, 1, 0,
+      ['motion 9 9', 'PointerAxisDiscrete 1, 1', failure('PointerAxisDiscrete', pointerRefused.join(': '))]],
+    ['late scroll device', [['add', 'scroll']], 'scroll', 9, 9, 1, 0,
+      ['motion 9 9', 'PointerAxisDiscrete 1, 1', 'start', 'scroll 120 0']],
+    ['removed keyboard', [['remove', 1]], 'type', 'a', gone('keyboard')],
+    ['replaced keyboard', [['add', 'keyboard']], 'type', 'a', ['start', ...key(30)]],
+    ['second keyboard', [['add', 'keyboard'], ['remove', 3]], 'key', 'a', ['start', ...key(30)]],
+    ['removed scroll device', [['remove', 2]], 'scroll', 9, 9, 1, 0, ['motion 9 9', ...gone('scroll')]],
+    ['removed button', [['remove', 0], ['add', 'pointer']], 'mouseDown', 9, 9,
+      ['start', 'motion 9 9', ...gone('button')]],
+    ['removed pointer', [['remove', 5]], 'move', 9, 9, gone('pointer')],
+    ['replaced pointer', [['add', 'pointer,button']], 'mouseDown', 9, 9, ['start', 'motion 9 9', 'button 272 1']],
+  ];
+  for (const [name, commands, method, ...values] of steps) {
+    const expected = values.pop();
+    if (commands.length > 0) await session.act(...commands);
+    assert.deepStrictEqual(await session.sent(method, ...values), expected, name);
+  }
+  await session.stop();
+});
+
+it('moves on the monitor that the stream shows, and across the edge between two', async () => {
+  const monitors = (...ids) => `pointer@1280,720,0,0${ids[0] ?? ''}@1280,720,1280,0${ids[1] ?? ''}`;
+  const start = (properties) => ({ response: `(uint32 0, {'streams': <[(uint32 NODE, {${properties}})]>})` });
+  const second = [[[5, 6.5], ['motion 1285 6.5']], [[1280, 720], ['motion 2559.99976 719.999939']]];
+  const cases = [
+    ['mapping id', monitors('=one', '=two'), "'size': <(1280, 720)>, 'mapping_id': <'two'>", second],
+    ['position', monitors(), "'size': <(1280, 720)>, 'position': <(1280, 0)>, 'mapping_id': <'none'>", second],
+    ['first monitor', monitors(), "'size': <(1280, 720)>, 'position': <(0, 0)>",
+      [[[1280, 9], ['motion 1279.99988 9']]]],
+    ['both monitors', monitors(), "'size': <(2560, 720)>", [[[100, 100], ['motion 100 100']],
+      [[1300, 100], ['motion 1920 360', 'motion 1300 100', 'motion 640 360']]]],
+  ];
+  for (const [name, device, properties, moves] of cases) {
+    const session = await openSession({ ConnectToEIS: { eis: [device, 'button'] }, Start: start(properties) });
+    for (const [[x, y], expected] of moves) {
+      assert.deepStrictEqual(await session.sent('move', x, y), expected, `${name} ${x},${y}`);
     }
     await session.stop();
   }

@@ -107,6 +107,9 @@ it('throws once the session has ended', async () => {
     await shot(host);
     end(desktop);
     assert.strictEqual(await screenshotFailure(host), 'The Wayland portal session has ended.', name);
+    for (const input of [['move', 1, 1], ['mouseUp', 0, 0], ['key', 'a'], ['type', 'a']]) {
+      await assert.rejects(host.call(...input), { message: 'The Wayland portal session has ended.' }, `${name}: ${input}`);
+    }
     assert.strictEqual((await host.call('display')).width, 1280, name);
     await desktop.stop();
   }

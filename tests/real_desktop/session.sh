@@ -1,34 +1,77 @@
 #!/bin/bash
-# A GNOME desktop without a screen or GPU:
-#   session.sh ROOT RUN WIDTHxHEIGHT SCALE
+# A desktop without a screen or GPU:
+#   session.sh gnome|kde ROOT RUN WIDTHxHEIGHT SCALE MONITORS
 # Its programs come from the file system ROOT, its sockets and logs go to the
 # empty directory RUN. It says "ready" when it is there, runs each line of its
 # input as a command, with "${inside[@]}" before a program of the desktop's, and
-# ends with its input.
+# ends with its input. $compositor is a process id.
 set -euo pipefail
-if [ $# = 4 ]; then exec unshare --mount "$0" "$@" unshared; fi
-root=$1 run=$2 size=$3 scale=$4
+if [ $# = 6 ]; then exec unshare --mount "$0" "$@" unshared; fi
+desktop=$1 root=$2 run=$3 size=$4 scale=$5 monitors=$6
 
 mount -t proc proc "$root/proc"
 mount --rbind /sys "$root/sys"
 mount --rbind /dev "$root/dev"
 mount -t tmpfs tmpfs "$root/run"
-mkdir -p "$root/run/dbus" "$root/run/desktop"
+mkdir -p "$root/run/dbus" "$root/run/desktop" "$run/config"
 mount --bind "$run" "$root/run/desktop"
 
-# A click on a switch counts at the end of its animation otherwise.
-mkdir -p "$run/config/glib-2.0/settings"
-printf '[org/gnome/desktop/interface]\nenable-animations=false\n' >"$run/config/glib-2.0/settings/keyfile"
 inside=(chroot "$root" /usr/bin/env -i PATH=/usr/bin:/bin:/usr/sbin:/sbin HOME=/root LANG=C.UTF-8
-  LIBGL_ALWAYS_SOFTWARE=1 GTK_A11Y=none GSETTINGS_BACKEND=keyfile XDG_CONFIG_HOME=/run/desktop/config
-  XDG_RUNTIME_DIR=/run/desktop XDG_SESSION_TYPE=wayland XDG_CURRENT_DESKTOP=GNOME WAYLAND_DISPLAY=wayland-0
+  LIBGL_ALWAYS_SOFTWARE=1 QT_QUICK_BACKEND=software GTK_A11Y=none GSK_RENDERER=cairo GSETTINGS_BACKEND=keyfile
+  XDG_CONFIG_HOME=/run/desktop/config XDG_RUNTIME_DIR=/run/desktop XDG_SESSION_TYPE=wayland
+  XDG_CURRENT_DESKTOP="${desktop^^}" WAYLAND_DISPLAY=wayland-0
   DBUS_SESSION_BUS_ADDRESS=unix:path=/run/desktop/bus)
 until_process() { # until_process CONDITION...: waits for it while the latest process runs
   until "$@"; do kill -0 $!; sleep 0.1; done
 }
-owned() { # whether a name is owned on the session's bus
-  local call=org.freedesktop.DBus.NameHasOwner
-  "${inside[@]}" gdbus call --session -d org.freedesktop.DBus -o / -m $call "$1" 2>&1 | grep -q true
+bus() { # bus METHOD VALUE...: calls a method of the session's bus
+  "${inside[@]}" gdbus call --session -d org.freedesktop.DBus -o / -m "org.freedesktop.DBus.$1" "${@:2}" 2>&1
+}
+owned() { bus NameHasOwner "$1" | grep -q true; }
+kill_owner() { kill -KILL "$(bus GetConnectionUnixProcessID "$1" | grep -o '[0-9]*,' | tr -d ,)"; }
+configure() { # configure FILE LINE...
+  local file=$run/config/$1
+  mkdir -p "${file%/*}"
+  shift
+  printf '%s\n' "$@" >"$file"
+}
+
+start_gnome() {
+  # A click on a switch counts at the end of its animation otherwise.
+  configure glib-2.0/settings/keyfile '[org/gnome/desktop/interface]' enable-animations=false
+  "${inside[@]}" python3 -m dbusmock --system --template logind >&2 &
+  # shellcheck disable=SC2046
+  "${inside[@]}" gnome-shell --headless --unsafe-mode --no-x11 --wayland-display wayland-0 \
+    $(yes -- "--virtual-monitor $size" | head -n "$monitors") >&2 &
+  compositor=$!
+  until_process owned org.gnome.Shell
+}
+scale_gnome() {
+  local i places=() left=0
+  for ((i = 0; i < monitors; i++)); do
+    places+=(--logical-monitor --monitor "Meta-$i" --scale "$1" --x "$left" --y 0)
+    [ $i != 0 ] || places+=(--primary)
+    left=$((left + $(printf '%.0f' "$(bc <<<"${size%x*} / $1")")))
+  done
+  "${inside[@]}" gdctl set "${places[@]}" >&2
+}
+
+start_kde() {
+  configure kwinrc '[Plugins]' overviewEnabled=false windowviewEnabled=false shakecursorEnabled=false
+  configure kdeglobals '[KDE]' AnimationDurationFactor=0
+  configure kxkbrc '[Layout]' Use=true LayoutList=us
+  cp "$OSTLER_RENDER_NODE" "$run/render_node.so"
+  mknod "$root/run/render" c 1 3
+  "${inside[@]}" LD_PRELOAD=/run/desktop/render_node.so RENDER_NODE=/run/render GBM_ALWAYS_SOFTWARE=1 KWIN_COMPOSE=O2 \
+    KWIN_WAYLAND_NO_PERMISSION_CHECKS=1 kwin_wayland --virtual --width "${size%x*}" --height "${size#*x}" \
+    --output-count "$monitors" --no-lockscreen --no-global-shortcuts --no-kactivities --socket wayland-0 >&2 &
+  compositor=$!
+  until_process owned org.kde.KWin
+  until_process test -S "$run/wayland-0"
+}
+scale_kde() {
+  local i
+  for ((i = 1; i <= monitors; i++)); do "${inside[@]}" kscreen-doctor "output.$i.scale.$1" >&2; done
 }
 
 exec 2>"$run/log"
@@ -36,19 +79,14 @@ trap 'kill $(jobs -p)' EXIT
 "${inside[@]}" dbus-daemon --system --nofork --nopidfile >&2 &
 "${inside[@]}" dbus-daemon --session --nofork --address=unix:path=/run/desktop/bus >&2 &
 until_process test -S "$root/run/dbus/system_bus_socket"
-"${inside[@]}" python3 -m dbusmock --system --template logind >&2 &
 "${inside[@]}" pipewire >&2 &
 until_process test -S "$run/pipewire-0"
 "${inside[@]}" wireplumber >&2 &
-"${inside[@]}" gnome-shell --headless --virtual-monitor "$size" --unsafe-mode --no-x11 \
-  --wayland-display wayland-0 >&2 &
-shell=$!
-until_process owned org.gnome.Shell
-"${inside[@]}" /usr/libexec/xdg-desktop-portal-gnome >&2 &
-until_process owned org.freedesktop.impl.portal.desktop.gnome
-"${inside[@]}" /usr/libexec/xdg-desktop-portal >&2 &
-until_process owned org.freedesktop.portal.Desktop
-[ "$scale" = 1 ] || "${inside[@]}" gdctl set --logical-monitor --primary --scale "$scale" --monitor Meta-0 >&2
+"start_$desktop"
+[ "$scale" = 1 ] || "scale_$desktop" "$scale"
+for service in "impl.portal.desktop.$desktop" portal.Desktop; do
+  bus StartServiceByName "org.freedesktop.$service" 0 >&2
+done
 echo ready
 
 set +e

@@ -66,6 +66,13 @@ Exec=/usr/bin/python3 -B "${path.join(__dirname, 'portal.py')}" "${directory}"\n
     killPipeWire: () => daemon.kill(),
     // The process of the portal and of its EIS server.
     portal: () => Number(fs.readFileSync(inside('portal.pid'), 'utf8')),
+    // Has the EIS server add and remove devices (see Channel.act).
+    async act(...commands) {
+      const before = desktop.record().length;
+      fs.writeFileSync(inside('eis.json'), JSON.stringify(commands));
+      process.kill(desktop.portal(), 'SIGUSR2');
+      await desktop.recordWhen((record) => record.slice(before).includes('eis acted'));
+    },
     // With it the record begins anew.
     setScript(steps) {
       fs.writeFileSync(inside('record'), '');

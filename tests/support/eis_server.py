@@ -1,10 +1,12 @@
 # A compositor's input socket that writes down what arrives.
 #
-# A device is "pointer,button,scroll,keyboard", in any choice, then "@width,height,x,y"
-# if it has a region, then "!late" when it is announced only after the others have
-# started. There is a line for each frame: the number of the device, the
+# A device is "pointer,button,scroll,keyboard", in any choice, then "#us,de" if it
+# has a keymap of these layouts, "@width,height,x,y" for each region, with "=id" if
+# that has a mapping id, then "!late" when it is announced only after the others
+# have started. There is a line for each frame: the number of the device, the
 # events.
 import ctypes
+import os
 
 from gi.repository import GLib
 
@@ -23,6 +25,18 @@ def eis(function, *arguments, result=ctypes.c_void_p):
     function = getattr(library, 'eis_' + function)
     function.restype = result
     return function(*(ctypes.c_void_p(a) if isinstance(a, int) else a for a in arguments))
+
+
+def keymap_file(layouts):
+    xkb = ctypes.CDLL('libxkbcommon.so.0')
+    for name in ('context_new', 'keymap_new_from_names', 'keymap_get_as_string'):
+        getattr(xkb, 'xkb_' + name).restype = ctypes.c_void_p
+    names = (ctypes.c_char_p * 5)(None, None, layouts.encode(), None, None)
+    keymap = xkb.xkb_keymap_new_from_names(ctypes.c_void_p(xkb.xkb_context_new(0)), names, 0)
+    text = ctypes.string_at(xkb.xkb_keymap_get_as_string(ctypes.c_void_p(keymap), 1)) + b'\0'
+    file = os.memfd_create('keymap')
+    os.write(file, text)
+    return file, len(text)
 
 
 class Channel:
@@ -69,16 +83,37 @@ class Channel:
             self.write_down('eis %d%s' % (number, self.frame))
             self.frame = ''
 
+    def act(self, commands):
+        for command, value in commands:
+            if command == 'add':
+                self.waiting.append(value)
+                self.announce(eis('device_get_seat', self.devices[0]), late=False)
+            elif command == 'remove':
+                eis('device_remove', self.devices[value])
+            elif command == 'group':
+                eis('device_keyboard_send_xkb_modifiers', self.devices[-1], *map(ctypes.c_uint32, (0, 0, 0, value)))
+        self.write_down('eis acted')
+
     def announce(self, seat, late):
         now = [text for text in self.waiting if text.endswith('!late') == late]
         self.waiting = [text for text in self.waiting if text not in now]
-        for words, _, area in (text.replace('!late', '').partition('@') for text in now):
+        for text in now:
+            words, *areas = text.replace('!late', '').split('@')
+            words, _, layouts = words.partition('#')
             device = eis('seat_new_device', seat)
             for word in words.split(','):
                 eis('device_configure_capability', device, CAPABILITIES[word])
-            if area:
+            if layouts:
+                file, size = keymap_file(layouts)
+                xkb = (ctypes.c_int(1), ctypes.c_int(file), ctypes.c_size_t(size))
+                eis('keymap_add', eis('device_new_keymap', device, *xkb))
+                os.close(file)
+            for area in areas:
+                area, _, mapping_id = area.partition('=')
                 region = eis('device_new_region', device)
                 width, height, x, y = map(int, area.split(','))
+                if mapping_id:
+                    eis('region_set_mapping_id', region, mapping_id.encode())
                 eis('region_set_size', region, width, height)
                 eis('region_set_offset', region, x, y)
                 eis('region_add', region)

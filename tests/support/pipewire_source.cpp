@@ -7,8 +7,8 @@
 // negotiated first. After "cursor X Y" the pointer moves there in buffers that
 // hold nothing else, and black pixels, as KWin sends them. After "still N" the
 // picture is sent once at each start of the stream from the Nth on. After "fail
-// TEXT" the stream that came last gets errors instead. Prints its node's number after the first line; ends
-// with its input.
+// TEXT" the stream that came last gets errors instead. Prints its node's number
+// after the first line; ends with its input.
 
 #include <cerrno>
 #include <chrono>

@@ -21,6 +21,8 @@
 #                the client has sent something
 #
 # SIGUSR1 closes the session, as the user's "stop" does.
+# SIGUSR2 makes the EIS server do what DIRECTORY/eis.json says (see Channel.act). A
+# script with "getLayout" makes it KDE's keyboard service as well.
 #
 # DIRECTORY/record has a line for each call, "Interface.Method ARGUMENTS"; the EIS
 # server adds its own. Tokens are written #1, #2... in order of appearance. A new
@@ -41,6 +43,7 @@ desktop = '/org/freedesktop/portal/desktop'
 bus = Gio.bus_get_sync(Gio.BusType.SESSION)
 kept = []  # EIS channels
 
+full = lambda name: 'org.%s.%s' % ('freedesktop' if '.' in name else 'kde', name)
 INTERFACES = {
     'DBus.Properties': {'Get': 's s'},
     'portal.RemoteDesktop': {
@@ -49,11 +52,14 @@ INTERFACES = {
         'NotifyPointerAxisDiscrete': 'o a{sv} u i', 'NotifyKeyboardKeysym': 'o a{sv} i u'},
     'portal.ScreenCast': {'SelectSources': 'o a{sv}', 'OpenPipeWireRemote': 'o a{sv}'},
     'portal.Session': {'Close': ''},
+    'portal.Settings': {'ReadAll': 'as'},
+    'KeyboardLayouts': {'getLayout': ''},
 }
-XML = '<node>%s</node>' % ''.join('<interface name="org.freedesktop.%s">%s</interface>' % (name, ''.join(
+XML = '<node>%s</node>' % ''.join('<interface name="%s">%s</interface>' % (full(name), ''.join(
     '<method name="%s">%s</method>' % (method, ''.join('<arg type="%s" direction="in"/>' % t for t in types.split()))
     for method, types in methods.items())) for name, methods in INTERFACES.items())
-REPLIES = {'AvailableSourceTypes': '(<uint32 7>,)', 'AvailableCursorModes': '(<uint32 7>,)'}
+REPLIES = {'AvailableSourceTypes': '(<uint32 7>,)', 'AvailableCursorModes': '(<uint32 7>,)',
+           'ReadAll': '(@a{sa{sv}} {},)'}
 RESPONSES = {
     'CreateSession': "(uint32 0, {'session_handle': <'SESSION'>})",
     'SelectDevices': '(uint32 0, @a{sv} {})',
@@ -170,8 +176,17 @@ def close_session():
 GLib.unix_signal_add(GLib.PRIORITY_DEFAULT, signal.SIGUSR1, close_session)
 with open(os.path.join(directory, 'portal.pid'), 'w') as pid:
     pid.write(str(os.getpid()))
-for served in [desktop, *('/session/%d' % number for number in range(1, 20))]:
+def act():
+    with open(os.path.join(directory, 'eis.json')) as commands:
+        kept[-1].act(json.load(commands))
+    return True
+
+
+GLib.unix_signal_add(GLib.PRIORITY_DEFAULT, signal.SIGUSR2, act)
+for served in [desktop, '/Layouts', *('/session/%d' % number for number in range(1, 20))]:
     for interface in Gio.DBusNodeInfo.new_for_xml(XML).interfaces:
         bus.register_object(served, interface, called, None, None)
 Gio.bus_own_name_on_connection(bus, 'org.freedesktop.portal.Desktop', Gio.BusNameOwnerFlags.NONE, None, None)
+if 'getLayout' in script.steps:
+    Gio.bus_own_name_on_connection(bus, 'org.kde.keyboard', Gio.BusNameOwnerFlags.NONE, None, None)
 GLib.MainLoop().run()

@@ -1,8 +1,11 @@
 // What a PipeWire server may send: formats, and buffers with pictures.
 
+#include <chrono>
 #include <limits>
+#include <memory>
 #include <optional>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -172,6 +175,26 @@ TEST(CaptureState, ReusesTheStorageOfAFrameThatNobodyShares) {
   EXPECT_EQ(store(3), first);
   EXPECT_EQ(store(4), second);
   EXPECT_EQ(state.latestFrame()->bytes[0], 4);
+}
+
+// As a PipeWire 1.4 server does when the other end of the stream goes.
+TEST(CaptureState, FailsOnceTheFormatHasBeenClearedForAWhile) {
+  CaptureState state;
+  const auto isRunning = [&] {
+    try {
+      state.waitForFirstFrame(std::chrono::steady_clock::now());
+      return true;
+    } catch (const std::runtime_error&) {
+      return false;
+    }
+  };
+  state.store(Frame{}, std::nullopt);
+  state.loseFormat();
+  EXPECT_TRUE(isRunning());
+  std::this_thread::sleep_for(std::chrono::milliseconds(1100));
+  EXPECT_FALSE(isRunning());
+  state.setFormat({});
+  EXPECT_TRUE(isRunning());
 }
 
 // Widths around the number of pixels that a vectorised loop takes at a time.

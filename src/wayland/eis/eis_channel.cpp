@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <utility>
 
@@ -32,6 +33,7 @@ using std::chrono::milliseconds;
 
 constexpr milliseconds setUpLimit{5000};
 constexpr milliseconds longestPoll{500};
+constexpr milliseconds replacementLimit{500};  // for a device that is announced late or replaced
 
 bool hungUp(int socket) {
   pollfd state{socket, 0, 0};
@@ -96,11 +98,12 @@ EisChannel::EisChannel(FileDescriptor socket) {
   ServerWait server;
   if (!connectEis(std::move(socket), server)) return;
   bool done = false;
-  while (!done && server.wait(ei_get_fd(eiContext.get()), eisFd.get(), handshaken)) {
-    ei_dispatch(eiContext.get());
-    while (const EiEvent event{ei_get_event(eiContext.get())}) handle(event.get(), done);
-  }
+  while (!done && server.wait(ei_get_fd(eiContext.get()), eisFd.get(), handshaken)) done = dispatch();
+  settingUp = false;
   if (!handshaken) abandon();
+  // A server that announces nothing is no session that ends.
+  const auto all = slots();
+  if (std::none_of(all.begin(), all.end(), std::mem_fn(&EisSlot::isFilled))) disconnected = false;
 }
 
 bool EisChannel::connectEis(FileDescriptor socket, ServerWait& server) {
@@ -124,36 +127,104 @@ bool EisChannel::connectEis(FileDescriptor socket, ServerWait& server) {
   return true;
 }
 
-void EisChannel::handle(ei_event* event, bool& done) {
+void EisChannel::read() {
+  if (eiContext == nullptr) return;
+  pollfd readable{ei_get_fd(eiContext.get()), POLLIN, 0};
+  while (!disconnected && poll(&readable, 1, 0) > 0) dispatch();
+}
+
+bool EisChannel::waitForDevice(EisSlot& slot) {
+  const Clock::time_point deadline = Clock::now() + replacementLimit;
+  while (eiContext != nullptr) {
+    read();
+    if (!slot.isFilled() || slot.removed) takeDevice(slot);
+    if (slot.isFilled() && !slot.removed) return true;
+    const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
+    if (disconnected || left <= milliseconds(0)) return false;
+    pollfd readable{ei_get_fd(eiContext.get()), POLLIN, 0};
+    poll(&readable, 1, static_cast<int>(left.count()));
+  }
+  return false;
+}
+
+// Whether the set-up is done with what has come.
+bool EisChannel::dispatch() {
+  bool done = false;
+  ei_dispatch(eiContext.get());
+  while (const EiEvent event{ei_get_event(eiContext.get())}) done = handle(event.get()) || done;
+  return done;
+}
+
+bool EisChannel::handle(ei_event* event) {
   handshaken = true;  // no event comes before that
+  ei_device* const device = ei_event_get_device(event);
   switch (ei_event_get_type(event)) {
     case EI_EVENT_DISCONNECT:
-      done = true;
-      break;
+      disconnected = true;
+      return true;
     case EI_EVENT_SEAT_ADDED:
       ei_seat_bind_capabilities(ei_event_get_seat(event), EI_DEVICE_CAP_POINTER_ABSOLUTE,
                                 EI_DEVICE_CAP_BUTTON, EI_DEVICE_CAP_SCROLL, EI_DEVICE_CAP_KEYBOARD, nullptr);
-      break;
+      return false;
     case EI_EVENT_DEVICE_ADDED:
-      fillSlots(ei_event_get_device(event));
-      break;
+      if (settingUp) fillSlots(device);
+      return false;
     case EI_EVENT_DEVICE_RESUMED:
-      ei_device_start_emulating(ei_event_get_device(event), 0);
-      if (eiPointer != nullptr && eiButton != nullptr) done = true;
-      break;
+      resumedDevices.emplace_back(ei_device_ref(device));
+      if (settingUp) ei_device_start_emulating(device, 0);
+      for (EisSlot* slot : slots()) {
+        if (slot->removed) takeDevice(*slot);
+        if (slot->device.get() == device) ei_device_start_emulating(device, 0);
+      }
+      return eiPointer.isFilled() && eiButton.isFilled();
+    case EI_EVENT_DEVICE_PAUSED:
+      forget(device);
+      return false;
+    case EI_EVENT_DEVICE_REMOVED:
+      forget(device);
+      noteRemoval(device);
+      return false;
+    case EI_EVENT_KEYBOARD_MODIFIERS:
+      if (device == eiKeyboard.device.get()) group = ei_event_keyboard_get_xkb_group(event);
+      return false;
     default:
-      break;
+      return false;
   }
 }
 
 void EisChannel::fillSlots(ei_device* device) {
-  const auto fill = [&](EiDevice& slot, ei_device_capability capability) {
-    if (slot == nullptr && ei_device_has_capability(device, capability)) slot.reset(ei_device_ref(device));
-  };
-  fill(eiPointer, EI_DEVICE_CAP_POINTER_ABSOLUTE);
-  fill(eiButton, EI_DEVICE_CAP_BUTTON);
-  fill(eiScroll, EI_DEVICE_CAP_SCROLL);
-  fill(eiKeyboard, EI_DEVICE_CAP_KEYBOARD);
+  for (EisSlot* slot : slots()) {
+    if (!slot->isFilled() && ei_device_has_capability(device, slot->capability)) {
+      slot->device.reset(ei_device_ref(device));
+    }
+  }
+}
+
+// GNOME 48 replaces the keyboard when the user switches layouts and takes the
+// pointer away for good when the scale changes; KDE Plasma 6.3 replaces the
+// pointer then, and the keyboard when the list of layouts changes. What is sent
+// through a removed device vanishes without an error.
+void EisChannel::noteRemoval(ei_device* device) {
+  for (EisSlot* slot : slots()) {
+    if (slot->device.get() != device) continue;
+    slot->removed = true;
+    takeDevice(*slot);
+  }
+}
+
+void EisChannel::takeDevice(EisSlot& slot) {
+  for (const EiDevice& device : resumedDevices) {
+    if (!ei_device_has_capability(device.get(), slot.capability)) continue;
+    slot.device.reset(ei_device_ref(device.get()));
+    slot.removed = false;
+    ei_device_start_emulating(device.get(), 0);  // nothing if it is done already
+    if (&slot == &eiKeyboard) group.reset();
+    return;
+  }
+}
+
+void EisChannel::forget(ei_device* device) {
+  std::erase_if(resumedDevices, [device](const EiDevice& resumed) { return resumed.get() == device; });
 }
 
 // Gives up a context that would crash when released. Its descriptors are

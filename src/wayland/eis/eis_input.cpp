@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <cmath>
-#include <limits>
 
 #include <poll.h>
 
@@ -27,7 +25,7 @@ void finishFrame(ei_device* device) {
 }  // namespace
 
 void EisInput::moveTo(double x, double y) {
-  pendingMotion = Position{static_cast<float>(x), static_cast<float>(y)};
+  pendingMotion = EisPosition{static_cast<float>(x), static_cast<float>(y)};
   if (admitBeginning()) sendPendingMotion();
 }
 
@@ -36,7 +34,7 @@ void EisInput::button(std::uint32_t code, bool pressed) {
   // What is dragged is dropped where the host asked for, not where the pointer
   // was when the compositor stopped reading.
   if (!pressed) sendPendingMotion();
-  ei_device* const device = channel.eiButton.get();
+  ei_device* const device = channel.eiButton.device.get();
   ei_device_button_button(device, code, pressed);
   finishFrame(device);
 }
@@ -46,49 +44,48 @@ void EisInput::scroll(std::int64_t right, std::int64_t down) {
   const auto amount = [](std::int64_t steps) {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(steps) * wheelStep);
   };
-  ei_device* const device = channel.eiScroll.get();
+  ei_device* const device = channel.eiScroll.device.get();
   ei_device_scroll_discrete(device, amount(right), amount(down));
   finishFrame(device);
 }
 
 void EisInput::key(std::uint32_t code, bool pressed) {
   if (!admit(code, pressed)) return;
-  ei_device* const device = channel.eiKeyboard.get();
+  ei_device* const device = channel.eiKeyboard.device.get();
   ei_device_keyboard_key(device, code, pressed);
   finishFrame(device);
 }
 
 void EisInput::sendPendingMotion() {
   if (!pendingMotion) return;
-  ei_device* const device = channel.eiPointer.get();
-  const Position sent = insideRegions(*pendingMotion);
+  const PointerRegions regions(channel.eiPointer.device.get(), stream);
+  const EisPosition target = regions.place(*pendingMotion);
   pendingMotion.reset();
-  ei_device_pointer_motion_absolute(device, sent.x, sent.y);
-  finishFrame(device);
+  // Before the first motion the pointer is taken to be at the stream's corner.
+  const EisPosition from = lastPlace ? *lastPlace : regions.place({0, 0});
+  if (const auto stop = regions.stopBetween(from, target)) sendMotion(*stop);
+  sendMotion(target);
 }
 
-// libei (to 1.4 at least) silently drops a motion that lies in none of the
-// device's regions, and a region ends before its far edge, so a move to the
-// right or bottom edge of the desktop would be lost. Such a point is moved to
-// the nearest one inside a region: the last that a float can tell from the edge.
-EisInput::Position EisInput::insideRegions(Position target) const {
-  Position nearest = target;
-  float nearestDistance = std::numeric_limits<float>::infinity();
-  for (std::size_t i = 0; ei_region* region = ei_device_get_region(channel.eiPointer.get(), i); ++i) {
-    if (ei_region_contains(region, target.x, target.y)) return target;
-    const auto left = static_cast<float>(ei_region_get_x(region));
-    const auto top = static_cast<float>(ei_region_get_y(region));
-    const float right = left + static_cast<float>(ei_region_get_width(region));
-    const float bottom = top + static_cast<float>(ei_region_get_height(region));
-    if (left == right || top == bottom) continue;
-    const Position candidate{std::clamp(target.x, left, std::nextafter(right, 0.0f)),
-                             std::clamp(target.y, top, std::nextafter(bottom, 0.0f))};
-    const float distance = std::hypot(candidate.x - target.x, candidate.y - target.y);
-    if (distance >= nearestDistance) continue;
-    nearestDistance = distance;
-    nearest = candidate;
+void EisInput::sendMotion(EisPosition place) {
+  ei_device* const device = channel.eiPointer.device.get();
+  ei_device_pointer_motion_absolute(device, place.x, place.y);
+  finishFrame(device);
+  lastPlace = place;
+}
+
+EisSlot& EisInput::slot(InputKind kind) {
+  switch (kind) {
+    case InputKind::pointer:
+      return channel.eiPointer;
+    case InputKind::button:
+      return channel.eiButton;
+    case InputKind::scroll:
+      return channel.eiScroll;
+    case InputKind::keyboard:
+      break;
   }
-  return nearest;
+  return channel.eiKeyboard;
 }
 
 // Whether the press or release of a key or button is to be sent.

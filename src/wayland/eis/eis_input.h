@@ -1,34 +1,54 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <set>
 #include <utility>
 
 #include "wayland/eis/eis_channel.h"
+#include "wayland/eis/keyboard_layout.h"
+#include "wayland/eis/pointer_regions.h"
 
 namespace ostler {
 
+enum class InputKind { pointer, button, scroll, keyboard };
+
 // Sends input events through the compositor's EIS socket, each in a frame of
-// its own. An event needs a device: ask the matching has...() first.
+// its own. An event needs a device of its kind: ask hasDevice() first.
 //
 // While the compositor does not read, a press, a motion or a scroll is dropped
 // after a wait, and so is what follows in the same operation. A release is
 // dropped only if its press was: otherwise the key would stay down.
 class EisInput {
 public:
-  // As EisChannel.
-  explicit EisInput(FileDescriptor socket) : channel(std::move(socket)) {}
+  // As EisChannel. Motions are relative to the stream; `askLayoutGroup` is for
+  // KeyboardLayout.
+  EisInput(FileDescriptor socket, StreamPlace streamPlace, std::function<std::size_t()> askLayoutGroup)
+      : channel(std::move(socket)), stream(std::move(streamPlace)), layout(std::move(askLayoutGroup)) {}
 
-  bool hasPointer() const { return channel.eiPointer != nullptr; }
-  bool hasButton() const { return channel.eiButton != nullptr; }
-  bool hasScroll() const { return channel.eiScroll != nullptr; }
-  bool hasKeyboard() const { return channel.eiKeyboard != nullptr; }
+  // Whether events of the kind go through EIS.
+  bool hasDevice(InputKind kind) { return slot(kind).isFilled(); }
+  // The compositor has taken the device away, and replaced it by none so far.
+  bool isDeviceRemoved(InputKind kind) { return slot(kind).removed; }
+  // See EisChannel, also for the next two.
+  bool waitForDevice(InputKind kind) { return channel.waitForDevice(slot(kind)); }
+  void readChannel() { channel.read(); }
+  bool isDisconnected() const { return channel.isDisconnected(); }
 
   // Call it before the first event of each operation of the host, and not
   // within one: a click makes no sense without its motion.
-  void beginOperation() { dropping = false; }
+  void beginOperation() {
+    dropping = false;
+    layout.expectSwitch();
+  }
+
+  // The key of the keyboard that gives a keysym.
+  std::optional<EvdevKey> findKey(std::uint64_t keysym) {
+    return layout.find(keysym, channel.eiKeyboard.device.get(), channel.keyboardGroup());
+  }
 
   // A target outside all regions of the pointer is moved to the nearest point inside one.
   void moveTo(double x, double y);
@@ -39,22 +59,20 @@ public:
   void key(std::uint32_t code, bool pressed);
 
 private:
-  // In floats, as the wire carries it.
-  struct Position {
-    float x;
-    float y;
-  };
-
   bool admit(std::uint32_t code, bool pressed);
   bool admitBeginning();
   bool waitForRoom();
-  Position insideRegions(Position target) const;
   void sendPendingMotion();
+  void sendMotion(EisPosition place);
+  EisSlot& slot(InputKind kind);
 
   EisChannel channel;
-  bool stalled = false;                   // the compositor did not read in time, and has not since
-  bool dropping = false;                  // an event of this operation was dropped
-  std::optional<Position> pendingMotion;  // the last motion, if it was dropped
+  const StreamPlace stream;
+  KeyboardLayout layout;
+  bool stalled = false;                      // the compositor did not read in time, and has not since
+  bool dropping = false;                     // an event of this operation was dropped
+  std::optional<EisPosition> pendingMotion;  // the last motion, if it was dropped
+  std::optional<EisPosition> lastPlace;      // on the desktop, of the last motion that was sent
   // Keys and buttons by their codes, which differ.
   std::set<std::uint32_t> heldDown;
   std::map<std::uint32_t, int> droppedPresses;

@@ -63,14 +63,14 @@ constexpr PunctuationKey punctuationKeys[] = {
 
 std::unordered_map<std::uint64_t, EvdevKey> makeTable() {
   std::unordered_map<std::uint64_t, EvdevKey> table;
-  for (const NamedKey& key : namedKeys) table[key.keysym] = {key.code, false};
+  for (const NamedKey& key : namedKeys) table[key.keysym] = {.code = key.code};
   for (std::uint32_t i = 0; i < 10; ++i) {
-    table[XK_F1 + i] = {KEY_F1 + i, false};  // up to F10; F11 is elsewhere
-    table[static_cast<unsigned char>(shiftedDigits[i])] = {digitCodes[i], true};
+    table[XK_F1 + i] = {.code = KEY_F1 + i};  // up to F10; F11 is elsewhere
+    table[static_cast<unsigned char>(shiftedDigits[i])] = {.code = digitCodes[i], .shift = true};
   }
   for (const PunctuationKey& key : punctuationKeys) {
-    table[static_cast<unsigned char>(key.plain)] = {key.code, false};
-    table[static_cast<unsigned char>(key.shifted)] = {key.code, true};
+    table[static_cast<unsigned char>(key.plain)] = {.code = key.code};
+    table[static_cast<unsigned char>(key.shifted)] = {.code = key.code, .shift = true};
   }
   return table;
 }
@@ -78,12 +78,19 @@ std::unordered_map<std::uint64_t, EvdevKey> makeTable() {
 }  // namespace
 
 std::optional<EvdevKey> findEvdevKey(std::uint64_t keysym) {
-  if (keysym >= XK_a && keysym <= XK_z) return EvdevKey{letterCodes[keysym - XK_a], false};
-  if (keysym >= XK_A && keysym <= XK_Z) return EvdevKey{letterCodes[keysym - XK_A], true};
-  if (keysym >= XK_0 && keysym <= XK_9) return EvdevKey{digitCodes[keysym - XK_0], false};
+  if (keysym >= XK_a && keysym <= XK_z) return EvdevKey{.code = letterCodes[keysym - XK_a]};
+  if (keysym >= XK_A && keysym <= XK_Z) return EvdevKey{.code = letterCodes[keysym - XK_A], .shift = true};
+  if (keysym >= XK_0 && keysym <= XK_9) return EvdevKey{.code = digitCodes[keysym - XK_0]};
   static const std::unordered_map<std::uint64_t, EvdevKey> table = makeTable();
   const auto row = table.find(keysym);
   return row != table.end() ? std::optional(row->second) : std::nullopt;
+}
+
+std::optional<EvdevKey> findUsKey(std::uint64_t keysym) {
+  // Beyond ASCII a code point would be taken for the keysym of another key.
+  constexpr std::uint64_t unicodeForm = 0x01000000;
+  const bool isAscii = keysym >= unicodeForm && keysym < unicodeForm + 0x80;
+  return findEvdevKey(isAscii ? keysym - unicodeForm : keysym);
 }
 
 std::uint32_t keysymToEvdev(std::uint64_t keysym) { return findEvdevKey(keysym).value_or(EvdevKey{}).code; }

@@ -5,17 +5,20 @@
 
 namespace ostler {
 
-// A key of a US keyboard by its Linux evdev code, and whether Shift is held
-// for the character in question.
+// A key by its Linux evdev code, and what is held for the character in question.
 struct EvdevKey {
   std::uint32_t code = 0;
   bool shift = false;
+  std::uint32_t altGr = 0;  // the code of the AltGr key, 0 when that is not held
 };
 
 // The key that carries an X keysym on a US layout, with Shift or without.
 std::optional<EvdevKey> findEvdevKey(std::uint64_t keysym);
 
-// The code of that key, 0 when there is none.
+// The same, and for the Unicode form of an ASCII character, too.
+std::optional<EvdevKey> findUsKey(std::uint64_t keysym);
+
+// The code of the key of findEvdevKey(), 0 when there is none.
 std::uint32_t keysymToEvdev(std::uint64_t keysym);
 
 }  // namespace ostler

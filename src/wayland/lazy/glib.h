@@ -45,6 +45,7 @@
   apply(g_variant_builder_init) \
   apply(g_variant_get) \
   apply(g_variant_get_child) \
+  apply(g_variant_get_child_value) \
   apply(g_variant_get_uint32) \
   apply(g_variant_get_variant) \
   apply(g_variant_is_object_path) \
@@ -55,6 +56,7 @@
   apply(g_variant_new) \
   apply(g_variant_new_boolean) \
   apply(g_variant_new_string) \
+  apply(g_variant_new_strv) \
   apply(g_variant_new_uint32) \
   apply(g_variant_ref_sink) \
   apply(g_variant_type_checked_) \

@@ -12,6 +12,7 @@
   apply(ei_device_frame) \
   apply(ei_device_get_region) \
   apply(ei_device_has_capability) \
+  apply(ei_device_keyboard_get_keymap) \
   apply(ei_device_keyboard_key) \
   apply(ei_device_pointer_motion_absolute) \
   apply(ei_device_ref) \
@@ -22,13 +23,18 @@
   apply(ei_event_get_device) \
   apply(ei_event_get_seat) \
   apply(ei_event_get_type) \
+  apply(ei_event_keyboard_get_xkb_group) \
   apply(ei_event_unref) \
   apply(ei_get_event) \
   apply(ei_get_fd) \
+  apply(ei_keymap_get_fd) \
+  apply(ei_keymap_get_size) \
+  apply(ei_keymap_get_type) \
   apply(ei_log_set_handler) \
   apply(ei_new_sender) \
   apply(ei_region_contains) \
   apply(ei_region_get_height) \
+  apply(ei_region_get_mapping_id) \
   apply(ei_region_get_width) \
   apply(ei_region_get_x) \
   apply(ei_region_get_y) \

@@ -11,6 +11,7 @@
 #include "wayland/lazy/glib.h"
 #include "wayland/lazy/libei.h"
 #include "wayland/lazy/pipewire.h"
+#include "wayland/lazy/xkbcommon.h"
 
 namespace ostler {
 
@@ -18,6 +19,7 @@ namespace ostler {
 OSTLER_GLIB_FUNCTIONS(DEFINE)
 OSTLER_PIPEWIRE_FUNCTIONS(DEFINE)
 OSTLER_LIBEI_FUNCTIONS(DEFINE)
+OSTLER_XKBCOMMON_FUNCTIONS(DEFINE)
 
 namespace {
 
@@ -30,8 +32,10 @@ struct LazyFunction {
 constexpr LazyFunction glibFunctions[] = {OSTLER_GLIB_FUNCTIONS(ROW)};
 constexpr LazyFunction pipeWireFunctions[] = {OSTLER_PIPEWIRE_FUNCTIONS(ROW)};
 constexpr LazyFunction libeiFunctions[] = {OSTLER_LIBEI_FUNCTIONS(ROW)};
+constexpr LazyFunction xkbcommonFunctions[] = {OSTLER_XKBCOMMON_FUNCTIONS(ROW)};
 
 bool libeiLoaded = false;
+bool xkbcommonLoaded = false;
 
 // Finds functions of other libraries that the library in the file needs, too.
 // Returns nothing on success, otherwise the loader's words.
@@ -62,8 +66,11 @@ void loadWaylandLibraries() {
   require("libgio-2.0.so.0", glibFunctions);  // which needs GLib and GObject
   require("libpipewire-0.3.so.0", pipeWireFunctions);
   libeiLoaded = !load("libei.so.1", libeiFunctions);
+  xkbcommonLoaded = !load("libxkbcommon.so.0", xkbcommonFunctions);
 }
 
 bool isLibeiLoaded() { return libeiLoaded; }
+
+bool isXkbcommonLoaded() { return xkbcommonLoaded; }
 
 }  // namespace ostler

@@ -71,6 +71,7 @@ std::uint32_t chooseCursorMode(std::uint32_t available) {
 struct StreamInfo {
   std::uint32_t nodeId = 0;
   std::optional<Size> logicalSize;
+  StreamPlace place;
 };
 
 StreamInfo readFirstStream(GVariant* response) {
@@ -87,6 +88,11 @@ StreamInfo readFirstStream(GVariant* response) {
   }
   Size size;
   if (g_variant_lookup(properties.get(), "size", "(ii)", &size.width, &size.height)) info.logicalSize = size;
+  Point position;
+  if (g_variant_lookup(properties.get(), "position", "(ii)", &position.x, &position.y))
+    info.place.position = position;
+  const char* mappingId = "";
+  if (g_variant_lookup(properties.get(), "mapping_id", "&s", &mappingId)) info.place.mappingId = mappingId;
   return info;
 }
 
@@ -146,9 +152,10 @@ void PortalSession::startPortalSession() {
       portalRequest(bus, remoteDesktopInterface, "Start",
                     g_variant_new("(osa{sv})", sessionHandle.c_str(), "", &options.builder));
   g_variant_lookup(response.get(), "devices", "u", &grantedDevices);
-  const StreamInfo stream = readFirstStream(response.get());
+  StreamInfo stream = readFirstStream(response.get());
   nodeId = stream.nodeId;
   logicalSize = stream.logicalSize;
+  streamPlace = std::move(stream.place);
 }
 
 void PortalSession::requireOpen() {

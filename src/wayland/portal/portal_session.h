@@ -8,6 +8,7 @@
 #include "base/geometry.h"
 #include "wayland/portal/glib_handles.h"
 #include "wayland/portal/session_end.h"
+#include "wayland/portal/stream_place.h"
 
 namespace ostler {
 
@@ -35,6 +36,7 @@ public:
   std::uint32_t grantedDevices = 0;  // 1 keyboard, 2 pointer
   std::uint32_t nodeId = 0;          // of the stream, in PipeWire
   std::optional<Size> logicalSize;   // of the stream, where the portal tells it
+  StreamPlace streamPlace;
 
 private:
   explicit PortalSession(BusConnection bus);

@@ -5,17 +5,29 @@
 #include <utility>
 
 namespace ostler {
+namespace {
+
+// After a format has been cleared the next one of a change comes sooner.
+constexpr std::chrono::seconds longestChange{1};
+
+}  // namespace
 
 void CaptureState::setFormat(const StreamFormat& format) {
   const MutexLock lock(frameMutex);
   videoFormat = format.videoFormat;
   frameWidth = format.width;
   frameHeight = format.height;
+  formatLost.reset();
   // A logical size from the portal stays; one taken from the stream stays at
   // the first, so that the pointer's coordinates keep their meaning.
   if (logicalWidth > 0 && logicalHeight > 0) return;
   logicalWidth = format.width;
   logicalHeight = format.height;
+}
+
+void CaptureState::loseFormat() {
+  const MutexLock lock(frameMutex);
+  if (!formatLost) formatLost = std::chrono::steady_clock::now();
 }
 
 StreamFormat CaptureState::format() const {
@@ -96,6 +108,11 @@ void CaptureState::waitForFirstFrame(std::chrono::steady_clock::time_point deadl
   waitForNews(deadline);
   const MutexLock lock(frameMutex);
   if (streamFailed) throw std::runtime_error("Wayland ScreenCast stream failed: " + streamError);
+  // A GNOME 48 desktop whose scale changes, and any compositor that ends, leaves
+  // a stream that is paused, without a format or an error.
+  if (frameReady && formatLost && std::chrono::steady_clock::now() - *formatLost > longestChange) {
+    throw std::runtime_error("Wayland ScreenCast stream failed: the desktop has ended it");
+  }
   if (!frameReady) throw std::runtime_error("Timed out waiting for the Wayland ScreenCast stream.");
 }
 

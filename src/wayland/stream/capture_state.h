@@ -26,6 +26,8 @@ public:
   // The storage of a replaced frame that nobody shares any more, for the next
   // frame. Empty when there is none.
   PixelBytes takeStorage();
+  // Until the next format.
+  void loseFormat();
   // For good: no frame that follows makes up for it.
   void failStream(const char* error) noexcept;
 
@@ -35,7 +37,8 @@ public:
   // Waits for a frame or the stream's failure, and returns whether one has come.
   bool waitForNews(std::chrono::steady_clock::time_point deadline);
   // Returns when there is a frame and the stream has not failed. Throws when it
-  // has, with or without a frame, and when no frame came in time.
+  // has, with or without a frame, when no frame came in time, and when the
+  // desktop has ended the stream.
   void waitForFirstFrame(std::chrono::steady_clock::time_point deadline);
   // Null before the first frame.
   std::shared_ptr<const Frame> latestFrame() const;
@@ -49,6 +52,7 @@ private:
 
   mutable Mutex frameMutex;
   std::condition_variable frameCondition;  // signalled for frameReady and streamFailed
+  std::optional<std::chrono::steady_clock::time_point> formatLost OSTLER_GUARDED_BY(frameMutex);
   bool frameReady OSTLER_GUARDED_BY(frameMutex) = false;
   bool streamFailed OSTLER_GUARDED_BY(frameMutex) = false;
   std::string streamError OSTLER_GUARDED_BY(frameMutex);

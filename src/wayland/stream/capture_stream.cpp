@@ -179,8 +179,9 @@ void CaptureStream::onCoreError(void* data, int, int, const char* message) noexc
 }
 
 void CaptureStream::onStreamParamChanged(void* data, std::uint32_t id, const spa_pod* param) noexcept {
-  if (param == nullptr || id != SPA_PARAM_Format) return;
+  if (id != SPA_PARAM_Format) return;
   auto* self = static_cast<CaptureStream*>(data);
+  if (param == nullptr) return self->state.loseFormat();
   failingTheStream(self->state, [&] { self->acceptFormat(param); });
 }
 

@@ -1,0 +1,110 @@
+#include "wayland/eis/keymap.h"
+
+#include <cstdarg>
+
+#include <linux/input-event-codes.h>
+
+#include "base/owner.h"
+#include "wayland/lazy/load.h"
+#include "wayland/lazy/xkbcommon.h"
+
+namespace ostler {
+namespace {
+
+using XkbContext = Owner<xkb_context, xkb_context_unref>;
+using XkbKeymap = Owner<xkb_keymap, xkb_keymap_unref>;
+using XkbState = Owner<xkb_state, xkb_state_unref>;
+
+constexpr std::uint32_t keycodeOffset = 8;  // of an XKB keycode to its evdev code
+// The codes above have brackets and the like that no keyboard has.
+constexpr std::uint32_t lastCode = KEY_COMPOSE;
+constexpr std::uint64_t unicodeForm = 0x01000000;
+
+void ignoreLog(xkb_context*, xkb_log_level, const char*, std::va_list) noexcept {}
+
+bool isKeypad(std::uint64_t keysym) { return keysym >= XKB_KEY_KP_Space && keysym <= XKB_KEY_KP_Equal; }
+
+// A character's keysym has a form of its own, such as XK_adiaeresis, and a
+// Unicode form; this is the latter.
+std::uint64_t unify(std::uint64_t keysym) {
+  if (keysym >= unicodeForm || isKeypad(keysym)) return keysym;
+  const std::uint32_t character = xkb_keysym_to_utf32(static_cast<xkb_keysym_t>(keysym));
+  const bool isControl = character < 0x20 || character == 0x7f;
+  return isControl ? keysym : unicodeForm | character;
+}
+
+// Presses keys as the compositor will, and looks at what each other key gives.
+class GroupState {
+public:
+  GroupState(xkb_keymap* keymap, xkb_layout_index_t group) : state(xkb_state_new(keymap)) {
+    xkb_state_update_mask(state.get(), 0, 0, 0, 0, 0, group);
+  }
+  void press(std::uint32_t code) { xkb_state_update_key(state.get(), code + keycodeOffset, XKB_KEY_DOWN); }
+  xkb_keysym_t keysym(std::uint32_t code) const {
+    return xkb_state_key_get_one_sym(state.get(), code + keycodeOffset);
+  }
+
+private:
+  XkbState state;
+};
+
+// The code of the AltGr key, 0 if the group has none.
+std::uint32_t findAltGr(xkb_keymap* keymap, xkb_layout_index_t group) {
+  const GroupState state(keymap, group);
+  if (state.keysym(KEY_RIGHTALT) == XKB_KEY_ISO_Level3_Shift) return KEY_RIGHTALT;
+  for (std::uint32_t code = 1; code <= lastCode; ++code) {
+    if (state.keysym(code) == XKB_KEY_ISO_Level3_Shift) return code;
+  }
+  return 0;
+}
+
+bool isUsKey(std::uint64_t keysym, const EvdevKey& key) {
+  const auto usKey = findUsKey(keysym);
+  return usKey && usKey->code == key.code && usKey->shift == key.shift && key.altGr == 0;
+}
+
+}  // namespace
+
+std::unique_ptr<const Keymap> Keymap::parse(const std::string& text) {
+  if (!isXkbcommonLoaded()) return nullptr;
+  const XkbContext context(xkb_context_new(
+      static_cast<xkb_context_flags>(XKB_CONTEXT_NO_DEFAULT_INCLUDES | XKB_CONTEXT_NO_ENVIRONMENT_NAMES)));
+  if (context == nullptr) return nullptr;
+  xkb_context_set_log_fn(context.get(), ignoreLog);
+  const XkbKeymap keymap(xkb_keymap_new_from_string(context.get(), text.c_str(), XKB_KEYMAP_FORMAT_TEXT_V1,
+                                                    XKB_KEYMAP_COMPILE_NO_FLAGS));
+  if (keymap == nullptr) return nullptr;
+
+  auto result = std::make_unique<Keymap>();
+  for (xkb_layout_index_t group = 0; group < xkb_keymap_num_layouts(keymap.get()); ++group) {
+    Keys& keys = result->keysOfGroup.emplace_back();
+    const auto add = [&](std::uint32_t altGr, bool shift) {
+      GroupState state(keymap.get(), group);
+      if (altGr != 0) state.press(altGr);
+      if (shift) state.press(KEY_LEFTSHIFT);
+      for (std::uint32_t code = 1; code <= lastCode; ++code) {
+        const xkb_keysym_t given = state.keysym(code);
+        if (given == XKB_KEY_NoSymbol) continue;
+        const std::uint64_t keysym = unify(given);
+        const EvdevKey key{code, shift, altGr};
+        isUsKey(keysym, key) ? keys.insert_or_assign(keysym, key) : keys.emplace(keysym, key);
+      }
+    };
+    add(0, false);
+    add(0, true);
+    if (const std::uint32_t altGr = findAltGr(keymap.get(), group)) {
+      add(altGr, false);
+      add(altGr, true);
+    }
+  }
+  return result;
+}
+
+std::optional<EvdevKey> Keymap::find(std::uint64_t keysym, std::size_t group) const {
+  if (keysOfGroup.empty()) return std::nullopt;
+  const Keys& keys = keysOfGroup[group < groups() ? group : 0];
+  const auto key = keys.find(unify(keysym));
+  return key != keys.end() ? std::optional(key->second) : std::nullopt;
+}
+
+}  // namespace ostler

@@ -1,0 +1,86 @@
+#include "wayland/eis/pointer_regions.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <limits>
+
+namespace ostler {
+namespace {
+
+float left(ei_region* region) { return static_cast<float>(ei_region_get_x(region)); }
+float top(ei_region* region) { return static_cast<float>(ei_region_get_y(region)); }
+float width(ei_region* region) { return static_cast<float>(ei_region_get_width(region)); }
+float height(ei_region* region) { return static_cast<float>(ei_region_get_height(region)); }
+
+bool hasMappingId(ei_region* region, const std::string& mappingId) {
+  const char* const id = ei_region_get_mapping_id(region);
+  return id != nullptr && id == mappingId;
+}
+
+bool startsAt(ei_region* region, Point position) {
+  return std::int64_t{ei_region_get_x(region)} == position.x &&
+         std::int64_t{ei_region_get_y(region)} == position.y;
+}
+
+// libei (to 1.4 at least) silently drops a motion that lies in none of the
+// device's regions, and a region ends before its far edge, so a move to the
+// right or bottom edge of the desktop would be lost. Such a point is moved to
+// the nearest one inside: the last that a float can tell from the edge.
+EisPosition nearestInside(ei_region* region, EisPosition target) {
+  if (ei_region_contains(region, target.x, target.y)) return target;
+  const float right = left(region) + width(region), bottom = top(region) + height(region);
+  return {std::clamp(target.x, left(region), std::nextafter(right, 0.0f)),
+          std::clamp(target.y, top(region), std::nextafter(bottom, 0.0f))};
+}
+
+}  // namespace
+
+PointerRegions::PointerRegions(ei_device* pointer, const StreamPlace& stream) {
+  for (std::size_t i = 0; ei_region* region = ei_device_get_region(pointer, i); ++i) {
+    if (ei_region_get_width(region) > 0 && ei_region_get_height(region) > 0) regions.push_back(region);
+  }
+  const auto select = [this](const auto& matches) {
+    std::copy_if(regions.begin(), regions.end(), std::back_inserter(ofStream), matches);
+  };
+  if (stream.mappingId) select([&](ei_region* region) { return hasMappingId(region, *stream.mappingId); });
+  if (ofStream.empty() && stream.position) {
+    select([&](ei_region* region) { return startsAt(region, *stream.position); });
+  }
+}
+
+// The portal counts from the stream's corner, EIS from the desktop's. On GNOME
+// 48 and KDE Plasma 6.3 a click on a second monitor would land on the first.
+EisPosition PointerRegions::place(EisPosition inStream) const {
+  EisPosition nearest = inStream;
+  float nearestDistance = std::numeric_limits<float>::infinity();
+  for (ei_region* region : ofStream.empty() ? regions : ofStream) {
+    EisPosition target = inStream;
+    if (!ofStream.empty()) target = {target.x + left(region), target.y + top(region)};
+    const EisPosition candidate = nearestInside(region, target);
+    const float distance = std::hypot(candidate.x - target.x, candidate.y - target.y);
+    if (distance >= nearestDistance) continue;
+    nearestDistance = distance;
+    nearest = candidate;
+  }
+  return nearest;
+}
+
+// KDE Plasma 6.3 has an edge barrier between monitors: 100 pixels (2000 in
+// corners) of a motion across it are held back, absolute motion included, so that
+// one from 100,100 to 1300,100 ends at 1279. A motion to the middle of the other
+// monitor gets through.
+std::optional<EisPosition> PointerRegions::stopBetween(EisPosition from, EisPosition to) const {
+  ei_region* const target = regionAt(to);
+  if (target == nullptr || target == regionAt(from)) return std::nullopt;
+  return EisPosition{left(target) + width(target) / 2, top(target) + height(target) / 2};
+}
+
+ei_region* PointerRegions::regionAt(EisPosition place) const {
+  const auto region = std::find_if(regions.begin(), regions.end(), [place](ei_region* candidate) {
+    return ei_region_contains(candidate, place.x, place.y);
+  });
+  return region != regions.end() ? *region : nullptr;
+}
+
+}  // namespace ostler

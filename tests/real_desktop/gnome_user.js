@@ -1,0 +1,63 @@
+'use strict';
+// The user of a GNOME desktop, played inside the shell.
+
+const { waitUntil } = require('../support/wait');
+
+module.exports = async ({ call }) => {
+  // What the compositor makes of a piece of JavaScript.
+  async function evaluate(code) {
+    const answer = await call('org.gnome.Shell', '/org/gnome/Shell', 'org.gnome.Shell.Eval', code);
+    const [, succeeded, value] = /^\((true|false), '(.*)'\)\n$/.exec(answer);
+    if (succeeded === 'false') throw new Error(`${code}: ${value}`);
+    return value && JSON.parse(value);
+  }
+  const dialog = 'global.get_window_actors()'
+    + ".find((actor) => actor.meta_window.wm_class === 'xdg-desktop-portal-gnome')";
+
+  // Clicks at places of the portal's dialog, once it is what lies there.
+  async function clickInDialog(...places) {
+    for (const [x, y] of places) {
+      const place = `const actor = ${dialog}, box = actor?.meta_window.get_frame_rect();
+        const [x, y] = [box?.x + ${x}, box?.y + ${y}];`;
+      await waitUntil(() => evaluate(`${place}
+        actor?.contains(global.stage.get_actor_at_pos(Clutter.PickMode.REACTIVE, x, y))`));
+      await evaluate(`${place}
+        user.pointer.notify_absolute_motion(GLib.get_monotonic_time(), x, y);
+        for (const state of [Clutter.ButtonState.PRESSED, Clutter.ButtonState.RELEASED])
+          user.pointer.notify_button(GLib.get_monotonic_time(), Clutter.BUTTON_PRIMARY, state); ''`);
+    }
+  }
+  const answering = (act) => async (ask) => {
+    const asked = ask();
+    asked.catch(() => {});  // until it is waited for
+    await act();
+    await waitUntil(() => evaluate(`!${dialog}`));
+    return asked;
+  };
+
+  // A seat without a pointer or a keyboard loses its first click and key, so
+  // the user's come first. The desktop opens with an overview of itself.
+  await evaluate(`globalThis.Clutter = imports.gi.Clutter; globalThis.GLib = imports.gi.GLib;
+    const seat = Clutter.get_default_backend().get_default_seat(), type = Clutter.InputDeviceType;
+    globalThis.user = { pointer: seat.create_virtual_device(type.POINTER_DEVICE),
+      keyboard: seat.create_virtual_device(type.KEYBOARD_DEVICE), sharings: new Set() };
+    global.backend.get_remote_access_controller().connect('new-handle', (_, sharing) => {
+      user.sharings.add(sharing);
+      sharing.connect('stopped', () => user.sharings.delete(sharing)); });
+    user.pointer.notify_absolute_motion(GLib.get_monotonic_time(), 1, 1);
+    for (const state of [Clutter.KeyState.PRESSED, Clutter.KeyState.RELEASED])
+      user.keyboard.notify_keyval(GLib.get_monotonic_time(), Clutter.KEY_Shift_L, state);
+    Main.messageTray.bannerBlocked = true; ''`);
+  await waitUntil(() => evaluate('Main.overview.hide(); !Main.layoutManager._startingUp && !Main.overview.visible'));
+  return {
+    // "Allow Remote Interaction", then "Share".
+    share: answering(() => clickInDialog([586, 105], [612, 23])),
+    refuse: answering(() => clickInDialog([50, 23])),
+    close: answering(async () => {
+      await waitUntil(() => evaluate(`!!${dialog}`));
+      await evaluate(`${dialog}.meta_window.delete(global.get_current_time()); ''`);
+    }),
+    endSharing: () => evaluate("user.sharings.forEach((sharing) => sharing.stop()); ''"),
+    isShared: () => evaluate('user.sharings.size > 0'),
+  };
+};

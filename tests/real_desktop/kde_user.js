@@ -1,0 +1,61 @@
+'use strict';
+// The user of a KDE Plasma desktop. Sharing was granted for good, which leaves
+// no dialog; another dialog is answered by a host of the addon, for which that holds.
+
+const { execFile } = require('node:child_process');
+const { promisify } = require('node:util');
+const { startHost } = require('../support/host');
+const { waitUntil } = require('../support/wait');
+
+const backend = 'org.freedesktop.impl.portal.desktop.kde';
+const store = 'org.freedesktop.impl.portal.PermissionStore';
+
+module.exports = async ({ call, env }) => {
+  const grant = (permission) => call(store, '/org/freedesktop/impl/portal/PermissionStore', `${store}.SetPermission`,
+    'kde-authorized', 'true', 'remote-desktop', '', `['${permission}']`);
+  async function sessions() {
+    const { stdout } = await promisify(execFile)('gdbus', ['introspect', '--session', '--recurse', '-d', backend,
+      '-o', '/org/freedesktop/portal/desktop'], { env });
+    return stdout.match(/\/org\/freedesktop\/portal\/desktop\/session\/\w+\/ostler_\w+/g) ?? [];
+  }
+  // What KWin says of the portal's dialog, while there is one.
+  async function findDialog() {
+    const answer = await call('org.kde.KWin', '/WindowsRunner', 'org.kde.krunner1.Match', 'Remote control requested');
+    const [, id] = /_(\{[^}]*\})/.exec(answer) ?? [];
+    return id && call('org.kde.KWin', '/KWin', 'org.kde.KWin.getWindowInfo', id);
+  }
+
+  // The buttons count from the bottom right corner of the dialog.
+  const answering = (act) => async (ask) => {
+    const user = await startHost(env);
+    try {
+      await user.call('display');
+      await grant('no');
+      const asked = ask();
+      asked.catch(() => {});  // until it is waited for
+      await waitUntil(findDialog);
+      await act(user);
+      await waitUntil(async () => !await findDialog());
+      return await asked;
+    } finally {
+      await grant('yes');
+      await user.stop();
+    }
+  };
+  async function cancel(user) {
+    const info = await findDialog();
+    const [x, y, width, height] = ['x', 'y', 'width', 'height']
+      .map((key) => Number(RegExp(`'${key}': <([\\d.]+)>`).exec(info)[1]));
+    await user.call('click', x + width - 51, y + height - 25, 'left', 1);
+  }
+  await grant('yes');
+  return {
+    share: (ask) => ask(),
+    refuse: answering(cancel),
+    close: answering((user) => user.call('key', 'escape')),
+    async endSharing() {
+      for (const path of await sessions()) await call(backend, path, 'org.freedesktop.impl.portal.Session.Close');
+    },
+    isShared: async () => (await sessions()).length > 0,
+  };
+};
