@@ -2,7 +2,7 @@
 # Unpacks what the addon is compiled against: sysroot.sh x64|arm64
 #
 # Debian 11's C and C++ libraries decide the oldest glibc that the addon runs on.
-# Of GLib, PipeWire and libei only headers are used, from releases whose functions
+# Of GLib, PipeWire, libei and libxkbcommon only headers are used, from releases whose functions
 # the addon calls; their libraries are loaded at run time.
 set -eu
 cd "$(dirname "$0")/../.."
@@ -11,7 +11,7 @@ cd "$(dirname "$0")/../.."
 
 debian_11='libc6 libc6-dev linux-libc-dev gcc-10-base libgcc-s1 libgcc-10-dev libstdc++6 libstdc++-10-dev
   libx11-6 libx11-dev libxcb1 libxcb1-dev libxtst6 libxtst-dev libxi-dev libxext-dev'
-debian_12='libglib2.0-dev libpipewire-0.3-dev libspa-0.2-dev'
+debian_12='libglib2.0-dev libpipewire-0.3-dev libspa-0.2-dev libxkbcommon-dev'
 debian_13='libei-dev'
 
 packages=$work/linux-$1/packages

@@ -3,8 +3,8 @@
 #include <optional>
 #include <vector>
 
+#include "base/stream_place.h"
 #include "wayland/lazy/libei.h"
-#include "wayland/portal/stream_place.h"
 
 namespace ostler {
 

@@ -7,4 +7,5 @@
 //
 // A call of a function that is not on its library's list leaves an undefined
 // symbol in the addon, which a test looks for.
+// NOLINTNEXTLINE(bugprone-macro-parentheses): no name may stand in parentheses here.
 #define OSTLER_DECLARE_LAZY(name) extern decltype(&::name) name;

@@ -6,9 +6,9 @@
 
 #include "base/file_descriptor.h"
 #include "base/geometry.h"
+#include "base/stream_place.h"
 #include "wayland/portal/glib_handles.h"
 #include "wayland/portal/session_end.h"
-#include "wayland/portal/stream_place.h"
 
 namespace ostler {
 
