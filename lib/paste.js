@@ -2,14 +2,15 @@
 
 const { sleep } = require('./wait');
 
-const longest = (1 << 20) - 1;  // bytes of a text that the clipboard gives back
-const patience = 2000;          // in milliseconds
+const longest = 4 << 20;  // bytes of a text that getClipboard can read
+// In milliseconds. One read from an owner that hangs already takes 2000.
+const patience = 5000;
 
 // Sets the clipboard and waits until it gives the text back, because xclip
 // takes it a moment after the call.
 async function setClipboardAndWait(text, { request, pause }) {
   const expected = Buffer.from(text.split('\0', 1)[0]).toString();
-  if (Buffer.byteLength(expected) > longest) throw new RangeError('The text is longer than 1 MB.');
+  if (Buffer.byteLength(expected) > longest) throw new RangeError('The text is longer than 4 MiB.');
   await request('setClipboard', text);
   const deadline = performance.now() + patience;
   while (await request('getClipboard') !== expected) {

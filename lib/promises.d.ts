@@ -116,7 +116,7 @@ export interface Desktop extends Promised<Omit<Ostler, 'lock' | 'unlock' | 'scre
    * Pastes a text: sets the clipboard, presses `combo`, and gives the clipboard its old text back; other
    * content of the clipboard is lost. Resolves after that.
    *
-   * @throws RangeError when the text is longer than 1 MB (1048575 bytes), Error when the clipboard does not take it.
+   * @throws RangeError when the text is longer than 4 MiB, Error when the clipboard does not take it.
    */
   paste(text: string, options?: PasteOptions): Promise<void>;
 
