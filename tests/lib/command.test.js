@@ -81,10 +81,10 @@ it('ends with 2 for a wrong usage and with 1 when the desktop refuses', async ()
   for (const [code, args, complaint, options] of [
     [2, [], /a command is missing/], [2, ['nonsense'], /no command "nonsense"/],
     [2, ['move', '1'], /usage: ostler move X Y/],
-    [2, ['move', '1', 'x'], /Y is a number/], [2, ['click', '1', '2', '--button', 'thumb'], /--button/],
+    [2, ['move', '1', 'x'], /Y must be a number/], [2, ['click', '1', '2', '--button', 'thumb'], /--button/],
     [2, ['screenshot', 'a.gif'], /\.png or \.jpg/], [2, ['cursor', '--color'], /--color/],
     [2, ['run'], /line 2: there is no command "watch" in/, { input: '# first\nwatch' }],
-    [2, ['run'], /line 1: ' without/, { input: "type 'a" }],
+    [2, ['run'], /line 1: unmatched '/, { input: "type 'a" }],
     [1, ['key', 'ctrl+foo'], /Unsupported key combo part/],
     [1, ['run'], /line 3: Unsupported/, { input: '\ncursor\nkey foo\nmove 0 0' }],
     [1, ['run', file('none')], /ENOENT/],
