@@ -7,7 +7,7 @@ const path = require('node:path');
 const commands = require('./subjects/commands');
 
 const name = process.argv[2];
-// The peers are installed beside this file, the addon is found from its own file.
+// The peers are installed beside this file; subjects/ostler.js loads the addon by a relative path.
 const load = createRequire(path.join(__dirname, 'subjects', 'subject.js'));
 
 const start = process.hrtime.bigint();

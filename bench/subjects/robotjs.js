@@ -1,5 +1,5 @@
 'use strict';
-// robotjs has no encoder; sharp is the usual one beside it.
+// robotjs has no encoder, so its users usually encode with sharp.
 
 module.exports = (load) => {
   const robot = load('robotjs');
@@ -9,7 +9,7 @@ module.exports = (load) => {
   let x = 0;
   const capture = (...region) => {
     const { image, width, height, byteWidth } = robot.screen.capture(...region);
-    // The bitmap is BGRA; sharp wants RGBA.
+    // The bitmap is BGRA; sharp needs RGBA.
     for (let i = 0; i < image.length; i += 4) {
       const blue = image[i];
       image[i] = image[i + 2];
