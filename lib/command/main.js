@@ -14,7 +14,7 @@ const exitCodes = { refused: 1, usage: 2 };
 const others = {
   doctor: { usage: '[--json]', about: 'says what works in this session and what to install', words: [0, 0],
     options: { json: { type: 'boolean' } } },
-  run: { usage: '[FILE]', about: 'runs a script from FILE or stdin in one session, one command per line', words: [0, 1] },
+  run: { usage: '[FILE]', about: 'runs the commands in FILE or stdin, one per line, in one session', words: [0, 1] },
 };
 const all = { ...commands, ...others };
 
