@@ -1,4 +1,4 @@
-// What a PipeWire server may send: formats, and buffers with pictures.
+// Tests the handling of formats and buffers that a PipeWire server may send.
 
 #include <limits>
 #include <optional>
@@ -47,9 +47,9 @@ TEST(StreamFormat, AsksForBuffersOfTheSizeOfAFrame) {
   }
 }
 
-// A buffer as a server gives it, 3 x 2 pixels in tight rows, with both kinds of
-// metadata. The memory is exactly as long as it says, so that AddressSanitizer
-// sees a read past it.
+// Holds a buffer as a server sends it: 3 x 2 pixels in rows without padding, with both kinds of
+// metadata. The memory has exactly the declared size, so that AddressSanitizer detects a read
+// past its end.
 struct TestBuffer {
   TestBuffer() { resize(24); }
   TestBuffer(const TestBuffer&) = delete;
@@ -78,13 +78,13 @@ struct TestBuffer {
 
 using Change = void (*)(TestBuffer&);
 
-TEST(FrameIntake, DiscardsWhatIsNoPicture) {
+TEST(FrameIntake, DiscardsBuffersWithoutAValidPicture) {
   const std::pair<const char*, Change> cases[] = {
       {"no block", [](TestBuffer& b) { b.blocks = 0; }},
       {"not mapped", [](TestBuffer& b) { b.data.data = nullptr; }},
       {"no chunk", [](TestBuffer& b) { b.data.chunk = nullptr; }},
       {"corrupted", [](TestBuffer& b) { b.header.flags = SPA_META_HEADER_FLAG_CORRUPTED | 1; }},
-      {"a cursor only", [](TestBuffer& b) { b.chunk.size = 0; }},
+      {"cursor only", [](TestBuffer& b) { b.chunk.size = 0; }},
       {"no format yet", [](TestBuffer& b) { b.format = {}; }},
       {"negative height", [](TestBuffer& b) { b.format.height = -1; }},
       {"one byte short", [](TestBuffer& b) { b.data.maxsize -= 1; }},
@@ -103,7 +103,7 @@ TEST(FrameIntake, DiscardsWhatIsNoPicture) {
   }
 }
 
-TEST(FrameIntake, TakesRowsAndCursorFromWhereTheyAre) {
+TEST(FrameIntake, ReadsRowsAndCursorAtTheirOffsets) {
   const struct {
     const char* name;
     Change change;
@@ -139,8 +139,8 @@ TEST(FrameIntake, TakesRowsAndCursorFromWhereTheyAre) {
   }
 }
 
-// Widths around the number of pixels that a vectorised loop takes at a time.
-TEST(Unpack, TakesTheColoursOfAPartInFourFormats) {
+// The widths are near multiples of the number of pixels that a vectorised loop handles at once.
+TEST(Unpack, ConvertsAPartInFourFormats) {
   for (std::uint32_t videoFormat = 0; videoFormat < 100; ++videoFormat) {
     const bool blueFirst = videoFormat == SPA_VIDEO_FORMAT_BGRx || videoFormat == SPA_VIDEO_FORMAT_BGRA;
     if (!blueFirst && videoFormat != SPA_VIDEO_FORMAT_RGBx && videoFormat != SPA_VIDEO_FORMAT_RGBA) {
