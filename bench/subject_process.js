@@ -1,6 +1,6 @@
 'use strict';
-// Runs the operations of one subject in a process of its own, so that no subject
-// warms up the memory of another: subject_process.js SUBJECT.
+// Runs the operations of one subject in its own process, so that subjects do not share warmed-up
+// memory: subject_process.js SUBJECT.
 
 const { createRequire } = require('node:module');
 const path = require('node:path');

@@ -101,7 +101,7 @@ type Promised<T> = {
 /**
  * A desktop session in a helper process. The methods are those of the addon, with the same arguments,
  * results and errors, but return promises. They run one at a time, in the order of the calls. A call rejects with a
- * {@link DesktopClosedError} when the desktop has ended or ends meanwhile.
+ * {@link DesktopClosedError} when the desktop has ended, or ends before the call does.
  *
  * The helper keeps the event loop alive until `close`.
  */

@@ -143,7 +143,7 @@ async function interruption(terminal) {
     let calls = 0;
     await Promise.race([once(user, 'message'), ended]);
     await terminal.into('stopped');
-    if (!ostler.lock(() => ++calls)) throw new Error('the watcher does not run');
+    if (!ostler.lock(() => ++calls)) throw new Error('the watcher did not start');
     try {
       const pressed = once(user, 'message');
       user.send({ after: 700 });
@@ -152,7 +152,7 @@ async function interruption(terminal) {
       const [{ at }] = await Promise.race([pressed, ended]);
       await sleep(300);  // the terminal still has to show the last characters
       const out = terminal.state.fields.stopped.length;
-      if (out === 0 || !text.startsWith(terminal.state.fields.stopped)) throw new Error('the text is not a beginning');
+      if (out === 0 || !text.startsWith(terminal.state.fields.stopped)) throw new Error('the terminal got another text');
       if (out === text.length) throw new Error('nothing stopped the text');
       if (calls !== 1) throw new Error(`the callback ran ${calls} times`);
       const result = `${out} of ${text.length} characters got out, stopped ${stopped - at} ms after the press`;
