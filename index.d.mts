@@ -1,4 +1,4 @@
-// What an ECMAScript module sees: the addon as the default, and its methods by name.
+// Declares what an ECMAScript module imports: the addon as the default export, and its methods by name.
 import ostler = require('./index.js');
 export default ostler;
 export type Capabilities = ostler.Capabilities;

@@ -11,12 +11,12 @@
  *   pixels. Fractions are allowed.
  * - Arguments are not checked. A missing argument, or one of the wrong type, counts as 0,
  *   as the empty string or as an empty list. For example, `click(10, 20)` moves the pointer
- *   and clicks zero times. Integers lose their fraction; a string ends at U+0000.
+ *   and clicks zero times. An integer argument loses its fraction; a string ends at U+0000.
  * - A failure is thrown as a plain `Error` without a `code`. Its `message` says which step
  *   failed.
  * - The first call that needs the desktop connects to it. This can fail, and on Wayland it
- *   shows a dialog. While the dialog is open, sources of GLib's default main context run; a
- *   call that one of them makes throws. After a failure the next call tries again, except
+ *   shows a dialog. While the dialog is open, sources of GLib's default main context run; if
+ *   one of them calls the addon, that call throws. After a failure the next call tries again, except
  *   when no session was found, which is final. After a success the connection stays open
  *   until the process ends.
  */
@@ -76,7 +76,7 @@ declare namespace ostler {
      * from press to release, 50 ms between clicks.
      *
      * @param button "left", "middle" or "right", in upper or lower case. Any other text is the left one.
-     * @param count How many clicks: 1, or 2 for a double click. With 0 or less the pointer only moves.
+     * @param count Number of clicks: 1, or 2 for a double click. With 0 or less the pointer only moves.
      * @throws Error when there is no desktop. On Wayland also when the user has not permitted
      *   the use of the pointer, or when the portal refuses the request.
      */

@@ -1,13 +1,13 @@
 'use strict';
 
-// The packages of the libraries on Debian and Ubuntu, Fedora, and Arch.
+// The packages that contain each library: on Debian and Ubuntu, on Fedora, and on Arch.
 const packages = {
   'libX11.so.6': ['libx11-6', 'libX11', 'libx11'],
   'libXtst.so.6': ['libxtst6', 'libXtst', 'libxtst'],
   'libxcb.so.1': ['libxcb1', 'libxcb', 'libxcb'],
 };
 
-// The build of a clone, otherwise the package's. Bundlers find literal paths only.
+// Loads the build of a clone, or else the prebuilt addon. Bundlers find only literal paths.
 function load() {
   try {
     return require('./build/ostler.node');
@@ -24,7 +24,7 @@ function load() {
 function isMusl() {
   const { report } = process;
   if (!report?.getReport) return false;
-  // A report with the network in it looks up the names of all peers.
+  // With the network included, a report would look up the host name of every peer.
   const { excludeNetwork } = report;
   report.excludeNetwork = true;
   const { header } = report.getReport();
@@ -32,7 +32,7 @@ function isMusl() {
   return !header.glibcVersionRuntime;
 }
 
-// What to do about an error of load().
+// Returns a message that says what to do about an error of load().
 function remedy({ code, message }) {
   if (process.platform !== 'linux') return `ostler runs on Linux only, not on ${process.platform}.`;
   if (!['x64', 'arm64'].includes(process.arch)) {
@@ -51,8 +51,9 @@ function remedy({ code, message }) {
   return `ostler cannot be loaded: ${message}`;
 }
 
-// Does not throw itself: up to version 20, Node also reports an error of a CommonJS module that
-// index.mjs imports as uncaught, which ends the process although the host has caught it.
+// This module exports the error instead of throwing it. When a CommonJS module that index.mjs
+// imports throws, Node up to version 20 also reports the error as uncaught, which would end the
+// process although the host has caught it.
 try {
   exports.addon = load();
 } catch (error) {

@@ -1,6 +1,6 @@
 'use strict';
-// What is timed: the name that tables show, how often one round carries it out,
-// and whether it makes a picture, whose size in bytes is reported too.
+// The operations that are timed: the name that tables show, how often one round runs the
+// operation, and whether it makes a picture, whose size in bytes is also reported.
 
 module.exports = {
   noop: { label: 'call without effect', count: 10000 },

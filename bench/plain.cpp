@@ -1,7 +1,7 @@
-// What the addon is compared with: a plain program that makes the same calls of
-// Xlib, libjpeg and libpng, written the straightforward way. It reads lines of an
-// operation and a count, carries the operation out that often, and answers with
-// the nanoseconds that it took and the bytes of the last picture.
+// A plain program with which the addon is compared. It makes the same calls of Xlib,
+// libjpeg and libpng in the straightforward way. Each line of its input has an operation
+// and a count. It runs the operation that many times, and prints the nanoseconds that
+// this took and the size of the last picture in bytes.
 
 #include <chrono>
 #include <csetjmp>
@@ -88,7 +88,7 @@ class Program {
 public:
   explicit Program(Display* opened) : display(opened), root(DefaultRootWindow(opened)) {}
 
-  // The bytes of the picture that the operation makes, 0 for one that makes none.
+  // Returns the size in bytes of the picture that the operation makes, or 0 if it makes none.
   std::size_t run(const std::string& operation) {
     const auto found = operations.find(operation);
     if (found == operations.end()) std::exit(2);

@@ -10,8 +10,8 @@
 
 namespace ostler {
 
-// The pixels of a captured image as the conversion is defined, with a division
-// for each channel: what toRgb() has to be equal to, and faster than.
+// Converts an image in the straightforward way, with a division for each channel.
+// toRgb() has to return the same bytes, faster.
 inline RgbImage referenceToRgb(XImage* image) {
   RgbImage result(image->width, image->height);
   const std::uint64_t masks[] = {image->red_mask, image->green_mask, image->blue_mask};

@@ -1,5 +1,5 @@
 'use strict';
-// The results as a table for a terminal and as a chart.
+// Formats the results as a table for a terminal and as a chart.
 
 const operations = require('./operations');
 
@@ -8,15 +8,15 @@ const milliseconds = (nanoseconds) => {
   return value.toFixed(value < 0.1 ? 4 : value < 10 ? 2 : 1);
 };
 
-// Lines of columns that are padded to the same width.
+// Formats rows as lines in which each column is padded to the same width.
 function aligned(rows) {
   const widths = rows[0].map((_, column) => Math.max(...rows.map((row) => row[column].length)));
   return rows.map((row) => row.map(
     (cell, column) => (column === 0 ? cell.padEnd(widths[column]) : cell.padStart(widths[column]))).join('  ')).join('\n');
 }
 
-// One row an operation and one column a subject: the median in milliseconds, how
-// it compares with the plain program's, and the bytes of a picture.
+// Makes a table with a row for each operation and a column for each subject. A cell shows the
+// median time, its ratio to the plain program's, and the size of the picture.
 function table({ results, subjects }) {
   const cell = (operation, subject) => {
     const result = results[operation]?.[subject];
@@ -30,7 +30,7 @@ function table({ results, subjects }) {
 
 const escapeXml = (text) => text.replace(/[<>&"]/g, (character) => `&#${character.charCodeAt(0)};`);
 
-// Bars of the time that each subject takes for a picture, as ratios to the plain program.
+// Makes an SVG with a bar for each subject's time per picture, relative to the plain program's.
 function chart({ results, subjects, description }) {
   const shown = Object.keys(results).filter((name) => operations[name].picture && results[name]['plain program']);
   const colours = ['#0b7285', '#868e96', '#e8590c', '#ae3ec9', '#2b8a3e', '#c92a2a', '#5f3dc4'];

@@ -1,8 +1,8 @@
 'use strict';
 // Times the addon, a plain C++ program that makes the same calls and, with
 // --peers, other packages and programs on one X server: run.js [--peers]
-// [--rounds N] [--smoke]. In each round every subject has its turn at every
-// operation, so that whatever else the machine does meets them all alike.
+// [--rounds N] [--smoke]. In each round every subject runs every operation, so
+// that other load on the machine affects all subjects alike.
 
 const { execFileSync } = require('node:child_process');
 const fs = require('node:fs');
@@ -30,7 +30,7 @@ async function measure(subjects, env) {
     for (const [operation, { count }] of Object.entries(operations)) {
       for (const subject of subjects) {
         if (!subject.operations.includes(operation)) continue;
-        // A module is loaded once in a process.
+        // A process loads a module only once, so each round needs a new process.
         const fresh = operation === 'require' && await startSubject(subject.name, env);
         const { nanoseconds, bytes } = await (fresh || subject).time(operation, options.smoke ? 1 : count);
         if (fresh) await fresh.stop();
@@ -55,14 +55,14 @@ function summarize(samples) {
   return results;
 }
 
-// The image code by itself, in milliseconds by the name of the benchmark.
+// Times the image code alone. Returns milliseconds by the name of the benchmark.
 function timeImageCode() {
   const output = execFileSync(path.join(programs, 'ostler_bench'), ['--benchmark_format=json'],
     { encoding: 'utf8', stdio: ['ignore', 'pipe', 'ignore'] });
   return Object.fromEntries(JSON.parse(output).benchmarks.map(({ name, real_time: time }) => [name, time]));
 }
 
-// What the process has grown to after many screenshots, in megabytes.
+// Returns the memory of a process before and after many screenshots, in megabytes.
 async function memoryAfterScreenshots(env) {
   const subject = await startSubject('ostler', env);
   const { memory: before } = await subject.time('jpeg', 50);
@@ -79,7 +79,7 @@ async function main() {
     for (const name of options.peers ? peers : []) subjects.push(await startSubject(name, screen.env));
     const results = summarize(await measure(subjects, screen.env));
     if (options.smoke) return console.log(table({ results, subjects: subjects.map(({ name }) => name) }));
-    console.error('ostler: memory after 1,000 screenshots, and the image code by itself');
+    console.error('ostler: measuring memory after 1,000 screenshots, and the image code alone');
     const memory = await memoryAfterScreenshots(screen.env);
     const imageCode = timeImageCode();
     const summary = {

@@ -1,5 +1,5 @@
 'use strict';
-// An X server of the benchmark's own with a realistic picture on it.
+// Starts an X server for the benchmark, which shows a realistic picture.
 
 const { spawn } = require('node:child_process');
 const { once } = require('node:events');
@@ -7,8 +7,8 @@ const fs = require('node:fs');
 const os = require('node:os');
 const path = require('node:path');
 
-// Resolves to the environment of its clients and a function that stops it. The
-// server and the picture end with this process even if that is killed.
+// Resolves to the environment for the server's clients and a function that stops the server.
+// The server and the picture end when this process does, even if it is killed.
 async function startScreen(programs) {
   const runtime = fs.mkdtempSync(path.join(os.tmpdir(), 'ostler-bench-'));
   const bound = (...command) => ['--pdeathsig', 'KILL', ...command];

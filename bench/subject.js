@@ -1,12 +1,12 @@
 'use strict';
-// The processes that carry out operations, behind one interface.
+// Starts the processes that run the operations, and gives them one interface.
 
 const { fork, spawn } = require('node:child_process');
 const { once } = require('node:events');
 const path = require('node:path');
 const readline = require('node:readline');
 
-// The first message or line of a child, or an error if it ends before.
+// Resolves to the next message or line of a child. Rejects if the child exits before.
 async function answerOf(child, arrival) {
   const ended = new AbortController();
   try {
@@ -17,8 +17,8 @@ async function answerOf(child, arrival) {
   }
 }
 
-// A subject in JavaScript. `operations` lists what it can do, `time` carries an
-// operation out and gives { nanoseconds, bytes, memory } for one of `count`.
+// Starts a subject in JavaScript. `operations` lists what it can do. `time` runs an operation
+// `count` times and resolves to { nanoseconds, bytes, memory }, with the mean time.
 async function startSubject(name, env) {
   const child = fork(path.join(__dirname, 'subject_process.js'), [name],
     { env, serialization: 'advanced', stdio: ['ignore', 'ignore', 'ignore', 'ipc'] });
@@ -40,7 +40,7 @@ async function startSubject(name, env) {
   };
 }
 
-// The plain program, which answers to lines.
+// Starts the plain program, which reads and prints lines.
 function startPlainProgram(programs, env) {
   const child = spawn(path.join(programs, 'plain'), { env, stdio: ['pipe', 'pipe', 'inherit'] });
   const lines = readline.createInterface(child.stdout);

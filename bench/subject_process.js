@@ -1,13 +1,13 @@
 'use strict';
-// Runs the operations of one subject in a process of its own, so that no subject
-// warms up the memory of another: subject_process.js SUBJECT.
+// Runs the operations of one subject in its own process, so that subjects do not share warmed-up
+// memory: subject_process.js SUBJECT.
 
 const { createRequire } = require('node:module');
 const path = require('node:path');
 const commands = require('./subjects/commands');
 
 const name = process.argv[2];
-// The peers are installed beside this file, the addon is found from its own file.
+// The peers are installed beside this file; subjects/ostler.js loads the addon by a relative path.
 const load = createRequire(path.join(__dirname, 'subjects', 'subject.js'));
 
 const start = process.hrtime.bigint();

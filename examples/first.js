@@ -3,7 +3,7 @@ const fs = require('node:fs');
 const ostler = require('ostler');
 
 const { width, height } = ostler.display();
-ostler.click(width / 2, height / 2, 'left', 1);  // focus what is in the middle
+ostler.click(width / 2, height / 2, 'left', 1);  // focuses the window in the middle
 ostler.type('Hello, desktop!');
 ostler.key('ctrl+a');
 const png = ostler.screenshot('', null, [], 0, 0, 0, 0, 0, 0, -1);

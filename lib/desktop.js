@@ -8,12 +8,12 @@ const { Limit, settlesWithin, sleep } = require('./wait');
 
 const asyncDispose = Symbol.asyncDispose ?? Symbol.for('Symbol.asyncDispose');
 
-// In milliseconds.
-const closePatience = 3000;  // for the end of a session
-const typePatience = 100;    // for the end of an aborted `type`
-const callPatience = 3000;   // for the end of any other call that was aborted
+// How long to wait before the helper is killed, in milliseconds.
+const closePatience = 3000;  // when the session is closed
+const typePatience = 100;    // when `type` is aborted
+const callPatience = 3000;   // when any other call is aborted
 
-// The methods that are handed to the addon as they are.
+// These methods are forwarded to the addon unchanged.
 const forwarded = ['move', 'mouseDown', 'mouseUp', 'type', 'key', 'scroll', 'cursorPosition', 'display',
   'capabilities', 'listDisplays', 'listWindows', 'getActiveWindow', 'windowAtPoint', 'activateApplication',
   'concealApplication', 'restoreApplication', 'activateWindow', 'concealWindow', 'restoreWindow', 'prepareForInput',
@@ -22,7 +22,7 @@ const forwarded = ['move', 'mouseDown', 'mouseUp', 'type', 'key', 'scroll', 'cur
 const isOptions = (value) => typeof value === 'object' && value !== null && !Array.isArray(value);
 
 function screenshotArguments({ region, format = 'png', quality = 0.8, ...rest }) {
-  if (format !== 'png' && format !== 'jpeg') throw new TypeError(`The format is "png" or "jpeg", not ${format}.`);
+  if (format !== 'png' && format !== 'jpeg') throw new TypeError(`The format must be "png" or "jpeg", not ${format}.`);
   const { width = 0, height = 0 } = rest.size ?? rest;
   const { x, y, width: columns, height: rows } = region ?? { x: 0, y: 0, width: 0, height: 0 };
   return ['', null, [], width, height, x, y, x + columns, y + rows, format === 'jpeg' ? quality : -1];
@@ -38,11 +38,11 @@ class Desktop {
 
   #helper;
   #timeout;
-  #turn = Promise.resolve();  // settles when all calls so far have ended
-  #end;                       // why the desktop ended or is ending
+  #turn = Promise.resolve();  // resolves when all earlier calls have ended
+  #end;                       // says why the desktop has ended or is ending
   #escapeListeners = new Set();
 
-  // Opened by openDesktop only.
+  // Only openDesktop calls this.
   constructor({ env = process.env, timeout } = {}) {
     this.#helper = new HelperProcess(env);
     this.#timeout = timeout;
@@ -54,7 +54,7 @@ class Desktop {
     });
   }
 
-  // Resolves when the session is open; a desktop that fails to open is gone.
+  // Resolves when the session is open. When opening fails, the helper is ended.
   static async open({ signal, ...options } = {}) {
     if (signal?.aborted) throw new AbortError(signal.reason);
     const desktop = new Desktop(options);
@@ -92,14 +92,14 @@ class Desktop {
     return this.#perform(options, (calls) => paste(text, options, calls));
   }
 
-  // Listens for presses of Escape; resolves to a function that stops that.
+  // Calls `listener` for each press of Escape. Resolves to a function that removes the listener.
   async onEscape(listener, options = {}) {
     const call = (time) => listener(time);
     await this.#perform(options, async ({ request }) => {
       if (this.#escapeListeners.size === 0 && !await request('lock')) {
         throw new Error(this.#helper.kind === 'wayland' ?
           'Escape cannot be watched on Wayland. Offer the user another way to stop.' :
-          'Escape cannot be watched: another program holds it. End that program.');
+          'Escape cannot be watched: another program holds it. Close that program.');
       }
       this.#escapeListeners.add(call);
     });
@@ -111,7 +111,7 @@ class Desktop {
     };
   }
 
-  // Gives the time of each press of Escape.
+  // Yields the time of each press of Escape.
   async *escapePresses({ signal } = {}) {
     const emitter = new EventEmitter();
     const presses = on(emitter, 'press', { signal });
@@ -124,7 +124,7 @@ class Desktop {
     }
   }
 
-  // Resolves to the first picture that differs from the one taken in the turn of this call.
+  // Resolves to the first picture that differs from the one taken when it was this call's turn.
   waitForChange(options = {}) {
     let first;
     return this.#watch(options, (picture) => {
@@ -143,7 +143,7 @@ class Desktop {
     });
   }
 
-  // Ends the session; calls that have not begun are rejected.
+  // Ends the session and rejects the calls that have not begun.
   async close() {
     if (this.#helper.running === 'type') this.#helper.abort();
     await this.#stop({ reason: 'closed' }, this.#helper.running === 'drag' ? 0 : closePatience);
@@ -158,9 +158,9 @@ class Desktop {
     return this.#perform(options, ({ request }) => request(method, ...args));
   }
 
-  // Does `work` when all calls before it have ended. It gets a function that
-  // calls a method of the addon, `request`, and `pause`, which both fail once
-  // this call is aborted; `requestAlways` does not.
+  // Runs `work` when all earlier calls have ended. `work` gets three functions: `request` calls
+  // a method of the addon and `pause` waits, and both fail once this call is aborted.
+  // `requestAlways` calls a method even then.
   async #perform({ signal, timeout = this.#timeout }, work) {
     if (this.#end) throw this.#closedError();
     const limit = new Limit({ signal, timeout });
@@ -182,7 +182,7 @@ class Desktop {
       return await limit.race(working);
     } catch (error) {
       if (begun && error === limit.error) await this.#interrupt(settled);
-      Error.captureStackTrace(error);  // with the caller's frames
+      Error.captureStackTrace(error);  // adds the caller's frames
       throw error;
     } finally {
       limit.end();
@@ -201,7 +201,7 @@ class Desktop {
     }
   }
 
-  // Ends the call that runs and was aborted. Where it cannot be ended, ends the helper.
+  // Ends the running call, which was aborted, or the helper when the call cannot be ended.
   async #interrupt(settled) {
     const endWithin = async (patience) => {
       if (!await settlesWithin(settled, patience)) await this.#stop({ reason: 'aborted' }, 0);
@@ -213,7 +213,7 @@ class Desktop {
       case 'drag':
         return endWithin(0);
       default:
-        endWithin(callPatience);  // these are short, or leave nothing pressed
+        endWithin(callPatience);  // not awaited: these calls are short or leave nothing pressed
     }
   }
 
@@ -221,7 +221,7 @@ class Desktop {
     const limit = new Limit({ signal, timeout });
     try {
       for (;;) {
-        // The same pixels make the same PNG, and others another one.
+        // Two PNGs are equal if and only if their pixels are.
         const picture = await limit.race(this.screenshot({ region }));
         if (picture !== null && isDone(picture)) return picture;
         await limit.race(sleep(interval));

@@ -3,7 +3,7 @@
 class AbortError extends Error {
   constructor(cause) {
     const timedOut = cause?.name === 'TimeoutError';
-    super(timedOut ? 'The call was aborted: its time is up.' : 'The call was aborted.', { cause });
+    super(timedOut ? 'The call timed out.' : 'The call was aborted.', { cause });
     this.name = 'AbortError';
     this.code = 'ABORT_ERR';
   }
@@ -30,7 +30,7 @@ class DesktopClosedError extends Error {
   }
 }
 
-// What the user can do about an error of the addon, by a part of its message.
+// Pairs a part of an error message of the addon with advice for the user.
 const advice = [
   ['XTest extension is not available', 'Enable the XTEST extension of the X server.'],
   ['denied the Wayland portal request', 'Call openDesktop again to ask once more.'],
@@ -38,12 +38,12 @@ const advice = [
   ['Unable to connect to the session D-Bus', 'Set DBUS_SESSION_BUS_ADDRESS to the bus of the desktop session.'],
   ['Unable to load a library that Wayland', 'Install the packages that "ostler doctor" names.'],
   ['Unable to read portal property', 'Install xdg-desktop-portal and its backend for this desktop.'],
-  ['Timed out waiting for the Wayland ScreenCast stream', 'Check that PipeWire and WirePlumber run.'],
+  ['Timed out waiting for the Wayland ScreenCast stream', 'Check that PipeWire and WirePlumber are running.'],
   ['Unable to synthesize an X11 keycode', 'Paste the text instead.'],
   ['NotifyKeyboardKeysym', 'Paste a character that the keyboard layout lacks.'],
 ];
 
-// After one of these a Wayland session gives nothing any more, and only a new process gets another.
+// After one of these errors a Wayland session is unusable, and only a new process can open another one.
 const sessionEnds = /^Wayland ScreenCast stream failed|The connection is closed|Invalid session/;
 
 function addonError(message) {

@@ -1,6 +1,6 @@
 'use strict';
-// The helper process of a desktop: loads the addon and calls it as the host
-// says, one call at a time. Ends with the channel to its host.
+// Runs in the helper process of a desktop: loads the addon and makes the calls that the host
+// requests, one at a time. Exits when the channel to the host closes.
 
 const path = require('node:path');
 const { setImmediate: nextTurn } = require('node:timers/promises');
@@ -8,12 +8,12 @@ const { Worker } = require('node:worker_threads');
 const { writePicture } = require('./picture_file');
 const { sessionKind } = require('./session');
 
-const pictures = 5;  // the descriptor
+const pictures = 5;  // the descriptor of the picture file
 
 let addon;
 let aborted = false;
 let leftIsDown = false;
-// The button of the click that runs, as an index, where the guard can read it.
+// The guard thread reads in `running` the index of the button that is being clicked.
 const buttons = ['left', 'middle', 'right'];
 const running = new Int32Array(new SharedArrayBuffer(4));
 
@@ -24,7 +24,7 @@ const operations = {
     addon = require('..');
     addon.display();
   },
-  // Types character by character, so that messages arrive between two.
+  // Types one character at a time, so that an abort message can arrive in between.
   async type(text) {
     if (typeof text !== 'string') return;
     for (const character of text.split('\0', 1)[0]) {
@@ -56,7 +56,7 @@ const operations = {
   lock: () => addon.lock(() => send({ press: Date.now() })),
 };
 
-// A host that has gone needs no answer.
+// Errors are ignored, because a host that has exited needs no answer.
 const send = (message) => process.send(message, () => {});
 
 process.on('message', async ({ method, args }) => {

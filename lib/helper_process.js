@@ -10,15 +10,15 @@ const { startRelease } = require('./release');
 const { sessionKind } = require('./session');
 const { settlesWithin } = require('./wait');
 
-// For a release, or for the start of the process that does it, in milliseconds.
+// How long to wait for the release process to start, and to finish, in milliseconds.
 const releasePatience = 1000;
 
-// The host's end of a helper process. Emits "press" for each press of Escape.
+// Controls a helper process from the host. Emits "press" for each press of Escape.
 class HelperProcess extends EventEmitter {
   #child;
   #env;
   #pictures = openPictureFile();
-  #request;  // the one that runs
+  #request;  // the request that is running
   #standby;  // the process that will release the button of a drag
   #orderly = false;
 
@@ -26,10 +26,10 @@ class HelperProcess extends EventEmitter {
     super();
     this.#env = env;
     this.kind = sessionKind(env);
-    // In a session of its own the helper gets no signal from the host's terminal.
+    // In a session of its own the helper gets no signals from the host's terminal.
     this.#child = fork(path.join(__dirname, 'helper.js'), {
       env, execArgv: [], serialization: 'advanced', detached: true,
-      stdio: ['ignore', 'ignore', 'ignore', 'ipc', 'pipe', this.#pictures],  // the pipe is the guard's
+      stdio: ['ignore', 'ignore', 'ignore', 'ipc', 'pipe', this.#pictures],  // the guard reads the pipe
     });
     this.#child.on('message', (message) => this.#receive(message));
     this.#child.stdio[4]?.on('error', () => {});
@@ -37,7 +37,7 @@ class HelperProcess extends EventEmitter {
       this.#child.once('exit', (code, signal) => resolve({ code, signal }));
       this.#child.once('error', (error) => resolve({ code: null, signal: null, error }));
     });
-    // { code, signal, error? }, when nothing is left pressed any more.
+    // Resolves to { code, signal, error? } once everything has been released.
     this.ended = exited.then(async (end) => {
       fs.closeSync(this.#pictures);
       if (this.#orderly && end.code === 0) this.#standby?.kill();
@@ -46,39 +46,39 @@ class HelperProcess extends EventEmitter {
     });
   }
 
-  // The method of the call that runs.
+  // Returns the method of the running call.
   get running() {
     return this.#request?.method;
   }
 
-  // Calls a method, one at a time. When the helper ends, `fail` has to be called.
+  // Calls a method. Only one call may run at a time. When the helper ends, call `fail`.
   request(method, ...args) {
     return new Promise((resolve, reject) => {
       const request = { method, args };
-      this.#child.send(request, () => {});  // its end tells why it failed
+      this.#child.send(request, () => {});  // the exit of the helper says why sending failed
       this.#request = { ...request, resolve, reject };
     });
   }
 
-  // Has a process ready that releases the button of a drag at once: a new one takes a while to start.
+  // Starts the process that releases the button of an aborted drag in advance, because starting takes a while.
   async prepareRelease() {
     if (this.kind !== 'x11' || this.#standby) return;
     this.#standby = startRelease(this.#env);
     await settlesWithin(once(this.#standby.stdout, 'readable'), releasePatience);
   }
 
-  // Rejects the call that runs.
+  // Rejects the running call.
   fail(error) {
     this.#request?.reject(error);
     this.#request = undefined;
   }
 
-  // Ends the running `type` at the next character.
+  // Makes the running `type` stop at the next character.
   abort() {
     this.#child.send({ method: 'abort' }, () => {});
   }
 
-  // Ends the helper, by force when it does not end within `patience` milliseconds.
+  // Ends the helper, and kills it when it does not exit within `patience` milliseconds.
   async end(patience) {
     this.#orderly = true;
     if (this.#child.connected) this.#child.disconnect();
@@ -97,7 +97,7 @@ class HelperProcess extends EventEmitter {
     else resolve(method === 'screenshot' ? readPicture(this.#pictures, value) : value);
   }
 
-  // Releases what a helper that did not end by itself may have left pressed.
+  // Releases the buttons that a helper may have left pressed when it did not exit normally.
   async #releaseAll() {
     if (this.kind !== 'x11') return;
     const release = this.#standby ?? startRelease(this.#env);

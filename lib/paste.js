@@ -2,12 +2,12 @@
 
 const { sleep } = require('./wait');
 
-const longest = 4 << 20;  // bytes of a text that getClipboard can read
-// In milliseconds. One read from an owner that hangs already takes 2000.
+const longest = 4 << 20;  // in bytes
+// In milliseconds. One read from an owner that hangs takes 2000.
 const patience = 5000;
 
-// Sets the clipboard and waits until it gives the text back, because xclip
-// takes it a moment after the call.
+// Sets the clipboard and waits until reading it returns the text, because xclip takes
+// the clipboard over shortly after the call.
 async function setClipboardAndWait(text, { request, pause }) {
   const expected = Buffer.from(text.split('\0', 1)[0]).toString();
   if (Buffer.byteLength(expected) > longest) throw new RangeError('The text is longer than 4 MiB.');
@@ -19,7 +19,7 @@ async function setClipboardAndWait(text, { request, pause }) {
   }
 }
 
-// Pastes a text by key combination, and gives the clipboard its old text back.
+// Pastes a text with a key combination, and then restores the old text of the clipboard.
 async function paste(text, { combo = 'ctrl+v', restoreAfter = 500 }, { request, requestAlways, pause }) {
   if (text === '') return;
   const old = await request('getClipboard');

@@ -5,9 +5,9 @@ const fs = require('node:fs');
 const os = require('node:os');
 const path = require('node:path');
 
-// Opens a file in memory without a name, through which the helper hands over
-// pictures: a message of some MB would take many times as long. Nothing is left
-// of it when both processes have gone, however they end.
+// Opens an unnamed file in memory, through which the helper passes pictures: a message of
+// several MB would take many times as long. The file disappears when both processes have
+// exited, even if they are killed.
 function openPictureFile(directories = ['/dev/shm', os.tmpdir()]) {
   const [directory, ...others] = directories;
   const name = path.join(directory, `ostler-${randomUUID()}`);
@@ -21,7 +21,8 @@ function openPictureFile(directories = ['/dev/shm', os.tmpdir()]) {
   }
 }
 
-// Gives what has to be sent: the picture's length, or the picture where it does not fit the file.
+// Returns what the helper sends to the host: the picture's length, or the picture itself when it
+// cannot be written to the file.
 function writePicture(descriptor, picture) {
   try {
     return fs.writeSync(descriptor, picture, 0, picture.length, 0) === picture.length ? picture.length : picture;

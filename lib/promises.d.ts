@@ -1,80 +1,80 @@
 /// <reference types="node" />
 import type { Ostler, Rect } from '../index.js';
 
-/** The last argument of every method. */
+/** Every method takes these options as its last argument. */
 export interface CallOptions {
-  /** Ends the call with an {@link AbortError} when it aborts. */
+  /** When this signal aborts, the call ends with an {@link AbortError}. */
   signal?: AbortSignal;
   /**
-   * Milliseconds, the time in the queue included, after which the call ends with an {@link AbortError}
-   * whose `cause` is a `TimeoutError`. Without it, the `timeout` of {@link openDesktop} counts.
+   * Milliseconds, including the time in the queue, after which the call ends with an {@link AbortError}
+   * whose `cause` is a `TimeoutError`. Defaults to the `timeout` of {@link openDesktop}.
    */
   timeout?: number;
 }
 
 export interface OpenOptions {
-  /** The whole environment of the helper process, by which it finds the session; `process.env` when absent. */
+  /** The whole environment of the helper process, which determines the session. Defaults to `process.env`. */
   env?: NodeJS.ProcessEnv;
-  /** Ends the opening, and with it the dialog of a Wayland session. It does nothing once the desktop is open. */
+  /** Cancels opening, and closes the dialog of a Wayland session. Has no effect once the desktop is open. */
   signal?: AbortSignal;
-  /** Milliseconds for each call that has no `timeout` of its own; no limit when absent. Opening has none. */
+  /** Milliseconds for each call that has no `timeout` of its own. Defaults to no limit. Does not limit opening. */
   timeout?: number;
 }
 
 export interface ClickOptions extends CallOptions {
   x: number;
   y: number;
-  /** "left" when absent. */
+  /** Defaults to "left". */
   button?: 'left' | 'middle' | 'right';
-  /** 1 when absent. */
+  /** Defaults to 1. */
   count?: number;
 }
 
 export interface ScreenshotOptions extends CallOptions {
-  /** A part of the desktop, in the coordinates of `display`, which is not resampled. */
+  /** The part of the desktop to show, in the coordinates of `display`. It is not resampled. */
   region?: Rect;
-  /** Size in pixels to which the picture of the whole desktop is resampled. */
+  /** The size in pixels to which a picture of the whole desktop is resampled. */
   size?: { width: number; height: number };
-  /** Like `size.width` and `size.height`. */
+  /** Same as `size.width` and `size.height`. */
   width?: number;
   height?: number;
-  /** "png" when absent. */
+  /** Defaults to "png". */
   format?: 'png' | 'jpeg';
-  /** Of a JPEG, from 0 to 1; 0.8 when absent. */
+  /** The quality of a JPEG, from 0 to 1. Defaults to 0.8. */
   quality?: number;
 }
 
 export interface PasteOptions extends CallOptions {
-  /** The key combination that pastes; "ctrl+v" when absent. Terminals take "ctrl+shift+v". */
+  /** The key combination that pastes. Defaults to "ctrl+v". Most terminals need "ctrl+shift+v". */
   combo?: string;
-  /** Milliseconds that the target has to read the clipboard before it gets its old text back; 500 when absent. */
+  /** Milliseconds to wait before the old text of the clipboard is restored. Defaults to 500. */
   restoreAfter?: number;
 }
 
 export interface WatchOptions extends CallOptions {
-  /** The part of the desktop that counts; the whole desktop when absent. */
+  /** The part of the desktop to watch. Defaults to the whole desktop. */
   region?: Rect;
-  /** Milliseconds between two pictures; 100 when absent. */
+  /** Milliseconds between two pictures. Defaults to 100. */
   interval?: number;
 }
 
 export interface StillOptions extends WatchOptions {
-  /** Milliseconds without a change; 500 when absent. */
+  /** Milliseconds without a change. Defaults to 500. */
   quiet?: number;
 }
 
-/** How a desktop ended. */
+/** Says how a desktop ended. */
 export interface DesktopEnd {
   /**
-   * "closed": `close` was called. "aborted": a call was aborted that only the helper's end could stop.
-   * "session ended": the desktop ended the Wayland session. "exited": the helper process ended by itself
-   * or was killed, on X11 also because the X server ended.
+   * "closed": `close` was called. "aborted": a call was aborted that could be stopped only by killing the
+   * helper. "session ended": the desktop ended the Wayland session. "exited": the helper process exited by
+   * itself or was killed, on X11 also because the X server ended.
    */
   reason: 'closed' | 'aborted' | 'session ended' | 'exited';
   /** The exit code of the helper process, or null when a signal ended it. */
   code: number | null;
   signal: NodeJS.Signals | null;
-  /** What ended the session, or why no helper process could be started. */
+  /** The error that ended the session, or the reason why no helper process could be started. */
   error?: Error;
 }
 
@@ -85,7 +85,7 @@ export class AbortError extends Error {
   code: 'ABORT_ERR';
 }
 
-/** The desktop has ended; `openDesktop` gives a new one. */
+/** The desktop has ended; `openDesktop` opens a new one. */
 export class DesktopClosedError extends Error {
   private constructor();
   name: 'DesktopClosedError';
@@ -100,8 +100,8 @@ type Promised<T> = {
 
 /**
  * A desktop session in a helper process. The methods are those of the addon, with the same arguments,
- * results and errors, as promises. They run one at a time, in the order of the calls. A call rejects with a
- * {@link DesktopClosedError} when the desktop has ended or ends meanwhile.
+ * results and errors, but return promises. They run one at a time, in the order of the calls. A call rejects with a
+ * {@link DesktopClosedError} when the desktop has ended, or ends before the call does.
  *
  * The helper keeps the event loop alive until `close`.
  */
@@ -113,42 +113,42 @@ export interface Desktop extends Promised<Omit<Ostler, 'lock' | 'unlock' | 'scre
   screenshot(options?: ScreenshotOptions): Promise<Buffer | null>;
 
   /**
-   * Pastes a text: sets the clipboard, presses `combo`, and gives the clipboard its old text back; other
-   * content of the clipboard is lost. Resolves after that.
+   * Pastes a text: sets the clipboard, presses `combo`, and restores the old text of the clipboard. Other
+   * content of the clipboard is lost. Resolves when the old text is restored.
    *
    * @throws RangeError when the text is longer than 4 MiB, Error when the clipboard does not take it.
    */
   paste(text: string, options?: PasteOptions): Promise<void>;
 
-  /** Resolves to the first picture, a PNG, that differs from the one taken in the turn of this call. */
+  /** Resolves to the first picture, a PNG, that differs from the one taken when it was this call's turn. */
   waitForChange(options?: WatchOptions): Promise<Buffer>;
 
-  /** Resolves to the picture, a PNG, once there was no change for `quiet` milliseconds. */
+  /** Resolves to a picture, a PNG, once nothing has changed for `quiet` milliseconds. */
   waitForStill(options?: StillOptions): Promise<Buffer>;
 
   /**
    * Lets the user interrupt: each press of Escape ends the running `type` and calls `listener` with the time of
-   * the press. No other program gets Escape meanwhile. After a press every `type` returns at once, until
-   * all listeners were removed and one is added again.
+   * the press. No other program sees Escape meanwhile. After a press every `type` returns at once, until
+   * all listeners have been removed and one is added again.
    *
    * @returns A function that removes the listener.
    * @throws Error when Escape cannot be watched: on Wayland, or while another program holds it.
    */
   onEscape(listener: (time: number) => void, options?: CallOptions): Promise<() => Promise<void>>;
 
-  /** The times of all presses of Escape, in milliseconds since 1970, for `for await`. See `onEscape`. */
+  /** Yields the time of each press of Escape, in milliseconds since 1970, to `for await`. See `onEscape`. */
   escapePresses(options?: { signal?: AbortSignal }): AsyncGenerator<number, void, undefined>;
 
   /** Resolves when the desktop has ended, whatever the reason. Never rejects. */
   readonly closed: Promise<DesktopEnd>;
 
-  /** Ends the session: releases what is pressed, rejects the calls that wait, and ends the helper process. */
+  /** Ends the session: releases what is pressed, rejects the waiting calls, and ends the helper process. */
   close(): Promise<void>;
 }
 
 /**
- * Opens a desktop session in a new helper process. Resolves when the session is open, which on Wayland is
- * after the user has answered the portal's dialog.
+ * Opens a desktop session in a new helper process. Resolves when the session is open; on Wayland, the user
+ * has to answer the portal's dialog first.
  *
  * @throws Error when there is no desktop or the user refused; AbortError when `signal` aborted.
  */

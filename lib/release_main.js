@@ -1,6 +1,6 @@
 'use strict';
-// The process of release.js. No key has to be released: the addon sends the
-// press and release of a key in one request.
+// Runs in the process that release.js starts. It releases no keys, because the addon sends
+// the press and the release of a key together.
 
 const ostler = require('..');
 
@@ -9,8 +9,8 @@ process.stdout.on('error', () => {}).write('\n');
 let button = '';
 process.stdin.on('data', (data) => { button += data; }).on('end', () => {
   ostler.mouseUp(0, 0);
-  // Of these two buttons the addon has no release alone. The server ignores the
-  // press of a button that is down.
+  // The addon can release these two buttons only with a click. The server ignores the press
+  // of a button that is down.
   if (button !== 'middle' && button !== 'right') return;
   const { x, y } = ostler.cursorPosition();
   ostler.click(x, y, button, 1);

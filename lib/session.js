@@ -3,15 +3,16 @@
 const fs = require('node:fs');
 const path = require('node:path');
 
-// The socket of a Wayland compositor, by which the addon prefers it to an X server.
+// Returns the path of a Wayland compositor's socket, if there is one. The addon then prefers
+// the compositor to an X server.
 function compositorSocket({ XDG_RUNTIME_DIR }) {
   return [XDG_RUNTIME_DIR, `/run/user/${process.getuid()}`].filter(Boolean)
     .flatMap((directory) => ['wayland-0', 'wayland-1'].map((name) => path.join(directory, name)))
     .find(fs.existsSync);
 }
 
-// The kind of session that the addon opens in an environment, by the rules of
-// src/driver/session.cpp: "wayland", "x11", or "none".
+// Returns the kind of session that the addon opens in an environment: "wayland", "x11" or
+// "none". The rules are those of src/driver/session.cpp.
 function sessionKind(env) {
   const kind = env.XDG_SESSION_TYPE?.toLowerCase() ||
     (env.WAYLAND_DISPLAY ? 'wayland' : env.DISPLAY ? 'x11' : 'unknown');

@@ -4,18 +4,19 @@ const { AbortError } = require('./errors');
 
 const sleep = (milliseconds) => new Promise((resolve) => setTimeout(resolve, milliseconds));
 
-// Whether a promise that does not reject settles within so many milliseconds.
+// Resolves to whether a promise, which must not reject, resolves within the given time.
 async function settlesWithin(promise, milliseconds) {
   let timer;
-  const late = new Promise((resolve) => { timer = setTimeout(resolve, milliseconds, false); });
+  const timeout = new Promise((resolve) => { timer = setTimeout(resolve, milliseconds, false); });
   try {
-    return await Promise.race([promise.then(() => true), late]);
+    return await Promise.race([promise.then(() => true), timeout]);
   } finally {
     clearTimeout(timer);
   }
 }
 
-// The signal and the timeout of one call. `aborted` rejects with an AbortError.
+// Holds the signal and the timeout of one call. When either of them fires, `aborted` rejects
+// with an AbortError, which is then also in `error`.
 class Limit {
   #timer;
   #signal;
@@ -32,7 +33,7 @@ class Limit {
       if (signal?.aborted) this.#onAbort();
       signal?.addEventListener('abort', this.#onAbort);
       if (timeout !== undefined && timeout !== Infinity) {
-        const timedOut = () => abort(new DOMException(`${timeout} ms are over.`, 'TimeoutError'));
+        const timedOut = () => abort(new DOMException(`${timeout} ms have passed.`, 'TimeoutError'));
         this.#timer = setTimeout(timedOut, timeout);
       }
     });

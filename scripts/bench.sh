@@ -1,7 +1,7 @@
 #!/bin/sh
-# Builds the addon and the benchmark and runs it: bench.sh [--peers] [--rounds N].
-# With --peers the packages and programs that it is compared with are installed
-# below bench/ and with apt first.
+# Builds the addon and the benchmark, and runs the benchmark: bench.sh [--peers] [--rounds N].
+# With --peers it first installs the packages and programs with which the addon is compared,
+# in bench/ and with apt.
 set -eu
 cd "$(dirname "$0")/.."
 
@@ -12,7 +12,7 @@ echo 'ostler: building in build-bench/'
 bash scripts/ninja.sh building -C build-bench bench_picture bench_plain ostler_bench
 case " $* " in
   *' --peers '*)
-    echo 'ostler: installing the peers below bench/'
+    echo 'ostler: installing the peers in bench/'
     (cd bench && npm install --no-audit --no-fund --no-package-lock </dev/null)
     sh scripts/setup.sh xdotool scrot maim
     ;;

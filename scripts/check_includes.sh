@@ -4,7 +4,7 @@
 set -eu
 cd "$(dirname "$0")/.."
 
-# A folder, then what its files may include besides their own folder.
+# Each row has a folder, then what its files may include besides their own folder.
 folders='
 addon          driver base
 driver         x11/factory.h x11/clipboard.h x11/escape_watcher.h wayland/factory.h backend keys base
@@ -20,8 +20,8 @@ keys           base
 base
 '
 
-# The start of a library header's name, then the folders and files that may include it.
-# The first row that fits counts.
+# Each row has the start of a library header's name, then the folders and files that may
+# include it. The first matching row counts.
 libraries='
 X11/keysym.h           x11 keys wayland wayland/eis
 X11/                   x11 keys/typed_keysym.cpp
@@ -53,7 +53,7 @@ grep -rnE '^[[:space:]]*#[[:space:]]*include' src | FOLDERS=$folders LIBRARIES=$
     }
   }
   function folderOf(file) { sub("/[^/]*$", "", file); return file }
-  # Whether a list of folders and files has this file or its folder.
+  # Returns whether a list of folders and files contains this file or its folder.
   function has(list, file) { return index(" " list " ", " " file " ") || index(" " list " ", " " folderOf(file) " ") }
   {
     file = $0; sub("^src/", "", file); sub(":.*", "", file)

@@ -1,8 +1,7 @@
 #!/bin/sh
-# Checks the includes, then the format with clang-format, then the code with
-# clang-tidy, then the declarations with TypeScript, and ends at the first check
-# that fails.
-# `lint.sh fix` formats the sources instead.
+# Checks the includes, the format (clang-format), the code (clang-tidy) and the declarations
+# (TypeScript), and stops at the first check that fails. `lint.sh fix` formats the sources
+# instead.
 set -eu
 cd "$(dirname "$0")/.."
 
@@ -14,21 +13,21 @@ if [ "${1:-}" = fix ]; then
   exit
 fi
 
-echo 'ostler: checking which folder includes what'
+echo 'ostler: checking the includes'
 sh scripts/check_includes.sh
 
 echo 'ostler: checking the format with clang-format'
 # shellcheck disable=SC2086
 if ! clang-format --dry-run --Werror $sources; then
   echo "ostler: version 14 decides the format; this is $(clang-format --version)." >&2
-  echo 'ostler: run `sh scripts/lint.sh fix`. If two versions disagree, write the line so that both keep it.' >&2
+  echo 'ostler: run `sh scripts/lint.sh fix`. If two versions disagree, write the line so that neither changes it.' >&2
   exit 1
 fi
 
 echo 'ostler: checking the code with clang-tidy, which takes some minutes'
 cmake --preset release >/dev/null
-# A file of rules, so that ninja runs the checks in parallel and counts them.
-# render_node.cpp has headers of the KDE desktop's, which test_desktop.sh builds.
+# ninja runs the checks in parallel and shows how many are done.
+# render_node.cpp needs headers of the KDE desktop that test_desktop.sh builds.
 {
   echo 'rule tidy'
   echo '  command = clang-tidy -p . --quiet $in >$out 2>&1 || { grep -v "warnings* generated" $out; exit 1; }'

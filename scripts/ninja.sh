@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs ninja and shows how far it has got: ninja.sh WHAT [ARGUMENT OF NINJA...]
-# A terminal gets ninja's own line, a log file a line every 10 s.
+# Runs ninja and shows its progress: ninja.sh WHAT [ARGUMENT OF NINJA...]
+# A terminal shows ninja's own status line; a log file gets a line every 10 s.
 set -euo pipefail
 what=$1
 shift

@@ -1,7 +1,7 @@
 #!/bin/sh
 # Installs the system packages that building, testing and the demo need, on
-# Debian 12, Debian 13 and Ubuntu 24.04. Does nothing when all are there; on
-# any other system it lists what is needed and stops. Arguments are further packages.
+# Debian 12, Debian 13 and Ubuntu 24.04. Does nothing when all are installed.
+# On any other system it lists the packages and fails. The arguments are further packages.
 set -eu
 
 build='g++ cmake ninja-build pkg-config libx11-dev libxtst-dev libjpeg-dev libpng-dev libglib2.0-dev libpipewire-0.3-dev libxkbcommon-dev'
@@ -17,10 +17,10 @@ packages="$build $run $test $lint $bench $ei $extra"
 case "${ID:-}-${VERSION_ID:-}" in
   debian-12 | debian-13 | ubuntu-24.04) ;;
   *)
-    echo "ostler: no set-up for ${PRETTY_NAME:-this system}. It needs what these Debian packages hold:" >&2
+    echo "ostler: ${PRETTY_NAME:-this system} is not supported by setup. Install the equivalents of these Debian packages:" >&2
     # shellcheck disable=SC2086
     printf '  %s\n' $packages >&2
-    echo 'ostler: once they are there, OSTLER_SETUP=no lets every command go on without set-up' >&2
+    echo 'ostler: then set OSTLER_SETUP=no, so that commands skip setup' >&2
     exit 1
     ;;
 esac
@@ -43,10 +43,10 @@ if [ "$(id -u)" -ne 0 ]; then
 fi
 echo "ostler: installing$lacking"
 apt() { $as_root env DEBIAN_FRONTEND=noninteractive apt-get -q -o DPkg::Lock::Timeout=600 "$@" </dev/null; }
-apt update || echo 'ostler: going on with the package lists that are there' >&2
+apt update || echo 'ostler: continuing with the existing package lists' >&2
 
-# Debian 12 has no libei. Debian 13's packages run on it unchanged; they are
-# fetched with lists of their own, so that nothing else comes from there.
+# Debian 12 has no libei, but Debian 13's packages of it run there unchanged. They are
+# downloaded with separate package lists, so that nothing else comes from Debian 13.
 libei_for_debian_12() {
   mirror=$(apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' 'Component: main' 'Codename: bookworm' | head -n 1)
   [ -n "$mirror" ] || { echo 'ostler: no Debian 12 package source is set up, so libei cannot be fetched' >&2; exit 1; }

@@ -1,5 +1,5 @@
 'use strict';
-// Command-line programs, each call of which is a process of its own.
+// Command-line programs. Each call starts a process.
 
 const { execFileSync } = require('node:child_process');
 const fs = require('node:fs');
@@ -8,7 +8,7 @@ const path = require('node:path');
 
 const run = (command, ...args) => { execFileSync(command, args, { stdio: 'ignore' }); };
 
-// Runs a program that writes a picture to the file that `args` ends with.
+// Runs a program that writes a picture to the file named by its last argument.
 function picture(extension, command, ...args) {
   const file = path.join(os.tmpdir(), `ostler-bench-${process.pid}.${extension}`);
   try {

@@ -1,5 +1,5 @@
 'use strict';
-// robotjs has no encoder; sharp is the usual one beside it.
+// robotjs has no encoder, so its users usually encode with sharp.
 
 module.exports = (load) => {
   const robot = load('robotjs');
@@ -9,7 +9,7 @@ module.exports = (load) => {
   let x = 0;
   const capture = (...region) => {
     const { image, width, height, byteWidth } = robot.screen.capture(...region);
-    // The bitmap is BGRA with an alpha of 0; sharp wants RGBA and would make it black.
+    // The bitmap is BGRA with an alpha of 0; sharp needs RGBA, and such pixels would be black.
     for (let i = 0; i < image.length; i += 4) {
       const blue = image[i];
       image[i] = image[i + 2];

@@ -1,7 +1,7 @@
 'use strict';
-// The program in the demo's terminal: it shows what reaches it from pointer and
-// keyboard, and reports it to the tour over the socket that is its first argument. It
-// knows nothing of the addon, as any program that a user runs.
+// Runs in the demo's terminal. It shows the pointer and keyboard input that it receives, and
+// reports the input to the tour over the socket named by its first argument. Like any other
+// program that a user runs, it knows nothing of the addon.
 
 const net = require('node:net');
 
@@ -20,8 +20,8 @@ const state = {
 };
 let mouseWanted = true;
 let focus = 'typed';
-let last = null;  // where the line being drawn has got to, in pixels
-let clicked = '';  // the cell of the click before
+let last = null;  // the end of the line that is being drawn, in pixels
+let clicked = '';  // the button and cell of the previous click
 const dots = new Map();
 
 const out = (text) => process.stdout.write(text);
@@ -29,7 +29,7 @@ const put = (row, column, text) => out(`\x1b[${row};${column}H${text}${PLAIN}`);
 const tour = net.connect(process.argv[2]);
 const tell = () => tour.write(`${JSON.stringify(state)}\n`);
 
-// A cell holds 2 by 4 braille dots.
+// Draws one dot. A cell has 2 by 4 braille dots.
 function plot(x, y, colour) {
   const width = state.cell.width / 2, height = state.cell.height / 4;
   const dotX = Math.floor(x / width), dotY = Math.floor(y / height);
@@ -87,7 +87,7 @@ function erase() {
   showField(focus);
 }
 
-// Shows two lines at most.
+// Shows at most two lines of a field.
 function showField(name) {
   const width = COLUMNS - FIELD_LEFT;
   const characters = [...state.fields[name]];
@@ -106,7 +106,7 @@ function press(combo) {
   put(PRESSED_ROW, FIELD_LEFT, state.pressed.join('  '));
 }
 
-// What a terminal sends, from the longest form to the shortest.
+// The sequences that a terminal sends. Longer forms come before their beginnings.
 const GRAMMAR = [
   [/^\x1b\[<(\d+);(\d+);(\d+)([Mm])/, (code, x, y, end) => pointer(Number(code), Number(x), Number(y), end === 'M')],
   [/^\x1b\[200~([^]*?)\x1b\[201~/, (pasted) => [...pasted].forEach(text)],
@@ -138,8 +138,8 @@ function read(data) {
   tell();
 }
 
-// The tour's wishes: where text goes next, a note, or the mouse for itself, so
-// that the terminal selects text as it does for a user.
+// Carries out an order of the tour: changes the field that receives text, shows a note, or
+// switches mouse reports. Without reports the terminal selects text as it does for a user.
 function obey({ into, note, mouse }) {
   if (into) {
     focus = into;
@@ -147,7 +147,7 @@ function obey({ into, note, mouse }) {
     showField(into);
   }
   if (note) put(NOTE_ROW, FIELD_LEFT, `${DIM}${note}\x1b[K`);
-  // The terminal answers the question behind it when it has done so.
+  // The terminal answers the status query at the end when it has switched.
   if (mouse !== undefined) out(`\x1b[?1003${(mouseWanted = mouse) ? 'h' : 'l'}\x1b[5n`);
   tell();
 }

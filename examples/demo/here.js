@@ -1,6 +1,6 @@
 'use strict';
-// The demo on the desktop that the user is working on: it moves the pointer and
-// looks, but clicks nothing, and types only when asked to.
+// Runs the demo on the user's own desktop. It moves the pointer and takes pictures, but never
+// clicks, and types only with --type.
 
 const { setTimeout: sleep } = require('node:timers/promises');
 
@@ -10,11 +10,11 @@ const { step, takePictures } = require('./steps');
 const LINE = 'Hello from ostler, 1 + 1 = 2!';
 
 async function run(typing) {
-  console.log('In 3 seconds: moves the pointer in a circle and back, taps Shift and takes pictures of this desktop.');
+  console.log('In 3 seconds, this moves the pointer in a circle and back, taps Shift and takes pictures.');
   console.log(typing
-    ? `Then, 5 seconds later, types "${LINE}" into the window that has the keyboard then: choose one that can take it.`
-    : 'It clicks nothing, types nothing and leaves the clipboard alone (--type types a line).');
-  console.log('On Wayland the desktop asks first whether it may be shared. Ctrl-C ends it.\n');
+    ? `After Shift it waits 5 seconds and types "${LINE}" into the focused window: focus one that may receive it.`
+    : 'It does not click, type or change the clipboard (with --type it types a line).');
+  console.log('On Wayland the desktop first asks for permission. Ctrl-C ends the demo.\n');
   await sleep(3000);
 
   let size;

@@ -1,6 +1,6 @@
 'use strict';
-// Starts an X server of the demo's own and the tour on it; with --here the demo
-// for the session that the user is in.
+// Starts an X server and runs the tour on it. With --here it runs the demo in the user's own
+// session instead.
 
 const { spawn } = require('node:child_process');
 const { once } = require('node:events');
@@ -9,8 +9,8 @@ const os = require('node:os');
 const path = require('node:path');
 
 async function startServer() {
-  // In a group of its own, so that Ctrl-C does not end it before its clients;
-  // -terminate lets it go with the last of them, whatever happens to us.
+  // The server has its own process group, so that Ctrl-C does not end it before its clients.
+  // With -terminate it exits with its last client, even if this process is killed.
   const server = spawn('Xvfb', ['-displayfd', '3', '-screen', '0', '1280x720x24', '-terminate', '-nolisten', 'tcp'],
     { stdio: ['ignore', 'ignore', 'ignore', 'pipe'], detached: true });
   server.on('error', () => {});
@@ -54,8 +54,8 @@ const options = process.argv.slice(2);
 const unknown = options.filter((option) => !['--here', '--type'].includes(option));
 if (unknown.length > 0 || (options.includes('--type') && !options.includes('--here'))) {
   console.error('npm run demo                     on an X server of its own');
-  console.error('npm run demo -- --here           in this session; types nothing and clicks nothing');
-  console.error('npm run demo -- --here --type    and types a line into what has the keyboard');
+  console.error('npm run demo -- --here           in this session, without typing or clicking');
+  console.error('npm run demo -- --here --type    in this session, and types a line into the focused window');
   process.exitCode = 2;
 } else if (options.includes('--here')) {
   require('./here').run(options.includes('--type'));

@@ -1,13 +1,13 @@
 'use strict';
-// What both demos share: a step that prints its line and its time, and pictures.
+// Functions that both demos use: running a step and taking pictures.
 
 const fs = require('node:fs');
 const path = require('node:path');
 
 const OUTPUT = path.join(__dirname, '..', '..', 'demo-output');
 
-// Runs one step. What it returns is printed beside its name; what it throws
-// too, and the process will end with 1, but the steps after it still run.
+// Runs one step, and prints its time, its name and the text that it returns. When a step throws,
+// its message is printed, later steps still run, and the process exits with 1.
 async function step(name, work) {
   const start = performance.now();
   let detail;
@@ -28,7 +28,7 @@ function save(name, bytes) {
   return `demo-output/${name}, ${Math.ceil(bytes.length / 1024)} kB`;
 }
 
-// The three kinds of picture. `crop` is { left, top, right, bottom }.
+// Takes three kinds of picture. `crop` is { left, top, right, bottom }.
 async function takePictures(ostler, crop) {
   const { width, height } = ostler.display();
   await step('PNG of the whole desktop',

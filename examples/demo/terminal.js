@@ -1,5 +1,5 @@
 'use strict';
-// The terminal with the canvas in it, as the tour sees it.
+// Lets the tour control the terminal in which the canvas runs.
 
 const { spawn } = require('node:child_process');
 const { once } = require('node:events');
@@ -12,7 +12,7 @@ const RESOURCES = ['allowWindowOps: true', 'metaSendsEscape: true', 'altSendsEsc
   'selectToClipboard: true', 'cursorBlink: false', 'scrollBar: false', 'background: #181c24', 'foreground: #e6e6e6'];
 
 class Terminal {
-  // Resolves when the canvas has drawn its page and knows where it is.
+  // Resolves when the canvas has drawn its page and knows its position.
   static async start() {
     const directory = fs.mkdtempSync(path.join(process.env.XDG_RUNTIME_DIR, 'canvas-'));
     const socket = path.join(directory, 'socket');
@@ -23,7 +23,7 @@ class Terminal {
       '-e', process.execPath, path.join(__dirname, 'canvas.js'), socket],
     { stdio: 'ignore', env: { ...process.env, LC_ALL: 'C.UTF-8' } });
     const failed = once(terminal, 'exit').then(([code]) => { throw new Error(`xterm ended with ${code}`); });
-    failed.catch(() => {});  // also when `stop` ends it
+    failed.catch(() => {});  // it also rejects when `stop` ends the terminal
     try {
       const [connection] = await Promise.race([once(server, 'connection'), failed]);
       const self = new Terminal(terminal, connection);
@@ -51,7 +51,7 @@ class Terminal {
     this.connection.write(`${JSON.stringify(order)}\n`);
   }
 
-  // Waits until the canvas has seen what `condition` looks for.
+  // Waits until `condition` is true of the state that the canvas reports.
   async until(what, condition) {
     const end = Date.now() + 10000;
     while (!condition(this.state)) {
@@ -60,14 +60,14 @@ class Terminal {
     }
   }
 
-  // Empties a field; what is typed from now on goes there.
+  // Empties a field and directs all further text to it.
   async into(field) {
     this.state.fields[field] = null;
     this.tell({ into: field });
     await this.until('the focus', ({ fields }) => fields[field] === '');
   }
 
-  // The middle of a cell, on the desktop. Cells count from 1.
+  // Returns the middle of a cell in desktop coordinates. Cells are numbered from 1.
   cell(column, row) {
     const { cell, origin } = this.state;
     return [origin.left + (column - 0.5) * cell.width, origin.top + (row - 0.5) * cell.height];

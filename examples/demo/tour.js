@@ -1,5 +1,5 @@
 'use strict';
-// The demo on its own X server: every step is checked by what the terminal saw.
+// Runs the demo on its own X server. Each step is checked by the input that the terminal received.
 
 const { fork } = require('node:child_process');
 const { once } = require('node:events');
@@ -10,8 +10,9 @@ const ostler = require('../..');
 const { step, takePictures } = require('./steps');
 const { Terminal } = require('./terminal');
 
-// Letters, Greek, a currency, and punctuation that needs Shift. Nothing from U+0080 to
-// U+00FF, which terminals of this kind cannot be typed (see the README's limits).
+// Letters, Greek, a currency, and punctuation that needs Shift. It has no character
+// from U+0080 to U+00FF, because those cannot be typed into such a terminal (see the README's
+// limits).
 const LINE = 'Hello, Linux! (2 < 3) & "Καλημέρα, κόσμε" costs €42 {~50%} #1 ŁĘĆ';
 const PASTED = 'déjà vu, señor Ångström? «Ja, für 42 €»';
 const COMBOS = ['ctrl+k', 'alt+x', 'f5', 'ctrl+shift+right', 'up', 'shift+tab', 'f12'];
@@ -21,7 +22,7 @@ async function pointer(terminal) {
     const [x, y] = terminal.cell(33, 9);
     for (let angle = 0; angle < 360; angle += 3) {
       ostler.move(x + 110 * Math.cos(angle * Math.PI / 180), y + 110 * Math.sin(angle * Math.PI / 180));
-      await sleep(1);  // or the terminal sees only where the pointer has got to meanwhile
+      await sleep(1);  // so that the terminal sees every position
     }
     const { x: reached } = ostler.cursorPosition();
     return `120 moves, pointer at ${reached}, ${ostler.cursorPosition().y}`;
@@ -71,10 +72,9 @@ function beginningInCommon(one, other) {
   return length;
 }
 
-// A slow program can miss a character that no key has. A careful host looks at
-// what arrived, takes back what is wrong and types it again, in shorter pieces.
-// A letter at the end, which cannot be missed, shows when all of a piece has
-// arrived.
+// A slow program can miss a character that no key produces. A careful host checks what
+// arrived, deletes the wrong characters and types them again, in shorter pieces. The letter at
+// the end of each piece cannot be missed, and shows that the whole piece has arrived.
 async function typeLine(terminal) {
   const wanted = [...LINE];
   const end = 'q';
@@ -103,8 +103,8 @@ async function keyboard(terminal) {
   });
 }
 
-// Programs take and give the clipboard in their own time: xclip, which serves
-// what setClipboard was given, just after the call.
+// Waits for the clipboard, which programs take over with a delay. xclip, which serves the text
+// of setClipboard, takes it over shortly after the call.
 async function clipboardHolds(text) {
   const end = Date.now() + 3000;
   for (let held; (held = ostler.getClipboard()) !== text; await sleep(10)) {
@@ -143,16 +143,16 @@ async function interruption(terminal) {
     let calls = 0;
     await Promise.race([once(user, 'message'), ended]);
     await terminal.into('stopped');
-    if (!ostler.lock(() => ++calls)) throw new Error('the watcher does not run');
+    if (!ostler.lock(() => ++calls)) throw new Error('the watcher did not start');
     try {
       const pressed = once(user, 'message');
       user.send({ after: 700 });
       ostler.type(text);
       const stopped = Date.now();
       const [{ at }] = await Promise.race([pressed, ended]);
-      await sleep(300);  // for the terminal to show the last of it
+      await sleep(300);  // the terminal still has to show the last characters
       const out = terminal.state.fields.stopped.length;
-      if (out === 0 || !text.startsWith(terminal.state.fields.stopped)) throw new Error('the text is not a beginning');
+      if (out === 0 || !text.startsWith(terminal.state.fields.stopped)) throw new Error('the terminal got another text');
       if (out === text.length) throw new Error('nothing stopped the text');
       if (calls !== 1) throw new Error(`the callback ran ${calls} times`);
       const result = `${out} of ${text.length} characters got out, stopped ${stopped - at} ms after the press`;

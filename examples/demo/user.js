@@ -1,6 +1,6 @@
 'use strict';
-// A user at the keyboard, for the tour: another process with a connection of
-// its own, whose Escape is no different from one on a real keyboard.
+// Plays the user for the tour: a separate process with its own X connection, whose Escape is
+// just like one from a real keyboard.
 
 const ostler = require('../..');
 

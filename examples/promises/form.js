@@ -1,6 +1,6 @@
 'use strict';
-// Fills in a form in a GTK window and prints what the window got. It needs the
-// program yad (Debian package yad).
+// Fills in a form in a GTK window and prints what the form received. It needs the program yad
+// (Debian package yad).
 
 const { spawn } = require('node:child_process');
 const { openDesktop } = require('ostler/promises');
@@ -14,7 +14,7 @@ async function main() {
 
   const desktop = await openDesktop();
   try {
-    await desktop.waitForChange({ timeout: 20000 });  // the window
+    await desktop.waitForChange({ timeout: 20000 });  // the window appears
     await desktop.waitForStill({ timeout: 20000 });
     await desktop.type('Ada Lovelace');
     await desktop.key('tab');

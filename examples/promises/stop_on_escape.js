@@ -1,5 +1,5 @@
 'use strict';
-// Types until the text is through or the user presses Escape.
+// Types a text until it is complete or the user presses Escape.
 
 const { openDesktop } = require('ostler/promises');
 

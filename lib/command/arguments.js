@@ -1,15 +1,15 @@
 'use strict';
 
-// What is wrong with the arguments of a command; ends the process with 2.
+// Reports wrong arguments of a command; the process then exits with code 2.
 class UsageError extends Error {}
 
 function number(text, name) {
   const value = text.trim() === '' ? NaN : Number(text);
-  if (!Number.isFinite(value)) throw new UsageError(`${name} is a number, not "${text}"`);
+  if (!Number.isFinite(value)) throw new UsageError(`${name} must be a number, not "${text}"`);
   return value;
 }
 
-// "1,2,3" as numbers, one for each name.
+// Parses a list such as "1,2,3" to numbers, one for each name.
 function numbers(text, separator, names) {
   const parts = text.split(separator);
   if (parts.length !== names.length) throw new UsageError(`expected ${names.join(separator)}, not "${text}"`);
@@ -17,20 +17,20 @@ function numbers(text, separator, names) {
 }
 
 function oneOf(text, choices, name) {
-  if (!choices.includes(text)) throw new UsageError(`${name} is ${choices.join(', ')}, not "${text}"`);
+  if (!choices.includes(text)) throw new UsageError(`${name} must be one of ${choices.join(', ')}, not "${text}"`);
   return text;
 }
 
 const token = /(\s+)|(?<!\S)(#.*)|'([^']*)'|"((?:[^"\\]|\\.)*)"|\\(.)|([^\s'"\\]+)|(.)/gs;
 
-// Splits a line into words as a shell does: '...' keeps everything, "..." all
-// but \" and \\, a backslash the next character; # begins a comment. There are
-// no variables and no patterns.
+// Splits a line into words as a shell does. '...' keeps everything literally, and "..."
+// everything except \" and \\. A backslash keeps the next character literally, and # at the
+// start of a word begins a comment. There are no variables and no patterns.
 function splitLine(line) {
   const words = [];
   let word;
   for (const [, blank, comment, single, double, escaped, plain, stray] of line.matchAll(token)) {
-    if (stray) throw new UsageError(`${stray} without an end`);
+    if (stray) throw new UsageError(`unmatched ${stray}`);
     if (blank || comment) {
       if (word !== undefined) words.push(word);
       word = undefined;

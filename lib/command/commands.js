@@ -1,7 +1,7 @@
 'use strict';
-// The commands that act on a desktop. `run` gets the desktop, the words and
-// the options of the command line, and what it can print with; what it returns
-// is printed: `text`, or with --json `data`.
+// The commands that act on a desktop. `read` turns the words and options of the command line
+// into values. `run` gets the desktop, these values (the words when there is no `read`), and
+// functions for input and output. Of its result `text` is printed, or `data` with --json.
 
 const fs = require('node:fs');
 const path = require('node:path');
@@ -14,7 +14,7 @@ const json = { json: { type: 'boolean' } };
 
 const coordinates = (names) => (words) => words.map((word, i) => number(word, names[i]));
 
-// A method of the desktop whose arguments are all numbers.
+// Makes a command from a method of the desktop whose arguments are all numbers.
 function pointing(method, about, ...names) {
   return {
     usage: names.join(' '), about, words: [names.length, names.length], read: coordinates(names),
@@ -27,12 +27,12 @@ const formats = { '.png': 'png', '.jpg': 'jpeg', '.jpeg': 'jpeg' };
 const commands = {
   screenshot: {
     usage: 'FILE.png|FILE.jpg [--region X,Y,W,H] [--size WxH] [--quality Q] [--json]',
-    about: 'takes a picture; Q is from 0 to 1 and counts for JPEG',
+    about: 'takes a screenshot; Q is the JPEG quality, from 0 to 1',
     words: [1, 1],
     options: { region: text, size: text, quality: text, ...json },
     read([file], options) {
       const format = formats[path.extname(file).toLowerCase()];
-      if (!format) throw new UsageError(`FILE ends with .png or .jpg, not "${file}"`);
+      if (!format) throw new UsageError(`FILE must end with .png or .jpg, not "${file}"`);
       const wanted = { format };
       if (options.region !== undefined) {
         const [x, y, width, height] = numbers(options.region, ',', ['X', 'Y', 'W', 'H']);
@@ -47,7 +47,7 @@ const commands = {
     },
     async run(desktop, { file, wanted }) {
       const picture = await desktop.screenshot(wanted);
-      if (picture === null) throw new Error('There is no picture. Is the region on the desktop?');
+      if (picture === null) throw new Error('There is no picture. Check that the region is on the desktop.');
       fs.writeFileSync(file, picture);
       return { data: { file, bytes: picture.length } };
     },
@@ -66,7 +66,7 @@ const commands = {
   scroll: pointing('scroll', 'turns the wheel; a positive DY is down on X11 and up on Wayland', 'X', 'Y', 'DX', 'DY'),
   type: {
     usage: 'TEXT|-',
-    about: 'types a text, or what comes from the input',
+    about: 'types a text, or with - the text that it reads from stdin',
     words: [1, 1],
     async run(desktop, [typed], { readInput }) {
       await desktop.type(typed === '-' ? await readInput() : typed);
@@ -82,7 +82,7 @@ const commands = {
   },
   clipboard: {
     usage: '[TEXT] [--json]',
-    about: 'prints the text of the clipboard, or sets it',
+    about: 'prints the text in the clipboard, or sets it',
     words: [0, 1],
     options: json,
     async run(desktop, [wanted]) {
@@ -95,7 +95,7 @@ const commands = {
   },
   cursor: {
     usage: '[--json]',
-    about: 'prints where the pointer is',
+    about: 'prints the position of the pointer',
     words: [0, 0],
     options: json,
     async run(desktop) {
@@ -115,7 +115,7 @@ const commands = {
   },
   watch: {
     usage: '[--json]',
-    about: 'prints a line for each press of Escape, until it is ended',
+    about: 'prints a line for each press of Escape, until it is interrupted',
     words: [0, 0],
     options: json,
     async run(desktop, _words, { print }) {
@@ -126,7 +126,7 @@ const commands = {
   },
   sleep: {
     usage: 'SECONDS',
-    about: 'waits; in a script of "run"',
+    about: 'waits, in a script for "run"',
     words: [1, 1],
     read: coordinates(['SECONDS']),
     run: (_desktop, [seconds]) => sleep(seconds * 1000),

@@ -11,8 +11,8 @@ const waylandLibraries = {
   'libpipewire-0.3.so.0': 'libpipewire-0.3-0', 'libei.so.1': 'libei1',
 };
 
-// Whether the dynamic linker finds a library. Node refuses every one that is no
-// addon, but tells these two failures apart.
+// Returns whether the dynamic linker finds a library. Node rejects every library that is not
+// an addon, but with a different message when the library is not found.
 function isLoadable(library) {
   try {
     process.dlopen({ exports: {} }, library);
@@ -45,7 +45,7 @@ function portalVersion(name) {
   return undefined;
 }
 
-// A check that is not `ok` has a `remedy`.
+// Makes the result of a check. Only a failed check has a `remedy`.
 const check = (name, ok, detail, remedy) => ({ name, ok, detail, ...(ok ? {} : { remedy }) });
 
 const checkFound = (name, found, debian) => check(name, found, found ? 'found' : 'not found', `install ${debian}`);
@@ -57,7 +57,7 @@ async function checkX11() {
     await desktop.close();
     return check('X server', true, `${process.env.DISPLAY}, ${width}x${height}`);
   } catch (error) {
-    return check('X server', false, error.message, 'set DISPLAY, and XAUTHORITY where the server asks for it');
+    return check('X server', false, error.message, 'set DISPLAY, and XAUTHORITY if the server requires it');
   }
 }
 
@@ -72,12 +72,12 @@ function checkWayland() {
   return [...libraries, ...portals];
 }
 
-// What a session would find here. It opens none on Wayland, so no dialog appears.
+// Checks what a session needs. Opens no session on Wayland, so that no dialog appears.
 async function examine() {
   const kind = sessionKind(process.env);
   const session = check('session', kind !== 'none', kind === 'wayland' ?
     `Wayland, ${compositorSocket(process.env) ?? process.env.WAYLAND_DISPLAY ?? 'by XDG_SESSION_TYPE'}` :
-    kind === 'x11' ? 'X11' : 'none', 'start this in an X11 or Wayland session');
+    kind === 'x11' ? 'X11' : 'none', 'run this in an X11 or Wayland session');
   let addon;
   try {
     require('../..');
@@ -91,9 +91,9 @@ async function examine() {
 
   const display = Boolean(process.env.DISPLAY);
   const xwayland = kind === 'wayland' ? [check('Xwayland', display, process.env.DISPLAY ?? 'no DISPLAY',
-    'for the clipboard, which is the X11 one: start Xwayland and set DISPLAY')] : [];
+    'for the clipboard, which is that of X11: start Xwayland and set DISPLAY')] : [];
   const checks = [session, addon, ...backend, ...xwayland, xclip];
-  // Without libei the portal's own methods take the input.
+  // Without libei, input goes through the methods of the portal.
   const opens = kind !== 'none' && addon.ok && backend.every(({ ok, name }) => ok || name === 'libei.so.1');
   return {
     checks,

@@ -12,9 +12,9 @@ const { doctor } = require('./doctor');
 const exitCodes = { refused: 1, usage: 2 };
 
 const others = {
-  doctor: { usage: '[--json]', about: 'tells what works in this session and what to install', words: [0, 0],
+  doctor: { usage: '[--json]', about: 'says what works in this session and what to install', words: [0, 0],
     options: { json: { type: 'boolean' } } },
-  run: { usage: '[FILE]', about: 'runs a command a line, from a file or the input, in one session', words: [0, 1] },
+  run: { usage: '[FILE]', about: 'runs the commands in FILE or stdin, one per line, in one session', words: [0, 1] },
 };
 const all = { ...commands, ...others };
 
@@ -25,15 +25,16 @@ function helpOf(name) {
 function help() {
   return [
     'Controls the desktop of this session.', '', ...Object.keys(all).map(helpOf), '',
-    'Every command takes --help and --version. Exit codes: 0; 1 when the desktop refused; 2 for a wrong usage.',
+    'Every command takes --help and --version.',
+    'Exit codes: 0 for success, 1 when the desktop refuses, 2 for wrong usage.',
   ].join('\n');
 }
 
-// Negative numbers are words, not options.
+// Marks negative numbers, which parseArgs would take for options; `plain` removes the mark.
 const guardNumbers = (words) => words.map((word) => (/^-[\d.]/.test(word) ? `\0${word}` : word));
 const plain = (word) => (typeof word === 'string' ? word.replace(/^\0/, '') : word);
 
-// Gives { command, values, options } of a command line, where `values` is what the command's `read` makes of the words.
+// Parses a command line to { command, values, options }. The command's `read` makes `values` from the words.
 function parse(name, words) {
   const command = Object.hasOwn(all, name) ? all[name] : undefined;
   if (!command) throw new UsageError(`there is no command "${name}"`);
@@ -72,10 +73,10 @@ async function execute({ command, options, values }, desktop, input) {
   print(await command.run(desktop, values, { readInput: input, print: (output) => print(output, options) }), options);
 }
 
-// Runs the lines of a script in one session, which the first line opens.
+// Runs the lines of a script in one session, which is opened for the first command.
 async function runScript([file]) {
   const lines = readline.createInterface({ input: file ? fs.createReadStream(file) : process.stdin });
-  const noInput = () => { throw new UsageError('in a script "-" cannot be read'); };
+  const noInput = () => { throw new UsageError('a script cannot read stdin with "-"'); };
   let desktop, count = 0;
   try {
     for await (const line of lines) {
@@ -86,7 +87,7 @@ async function runScript([file]) {
         throw new UsageError(`there is no command "${name}" in a script`);
       }
       const parsed = parse(name, words);
-      if (!parsed.command) throw new UsageError('--help and --version are not for scripts');
+      if (!parsed.command) throw new UsageError('--help and --version cannot be used in a script');
       desktop ??= await openDesktop();
       await execute(parsed, desktop, noInput);
     }
@@ -120,7 +121,7 @@ async function runCommand(name, words) {
 }
 
 async function main([name, ...words]) {
-  // Whoever reads the output has read enough.
+  // EPIPE means that the reader of the output has finished, which is no failure.
   process.stdout.on('error', (error) => process.exit(error.code === 'EPIPE' ? 0 : exitCodes.refused));
   try {
     if (name === '--help') print({ text: help() });

@@ -1,9 +1,9 @@
 #!/bin/sh
-# Runs apt-get on the packages of Debian 11, 12 and 13 for both architectures,
-# whatever this system has: apt.sh [APT-GET ARGUMENT...]
+# Runs apt-get on the packages of Debian 11, 12 and 13 for both architectures, whatever this
+# system's release is: apt.sh [APT-GET ARGUMENT...]
 #
-# It comes from the mirror that this system uses. Nothing is installed: lists and
-# downloads stay in build-package/apt, and the system's own are not touched.
+# The packages come from the mirror that this system uses. Nothing is installed: lists and
+# downloads stay in build-package/apt, and the system's own are not changed.
 set -eu
 cd "$(dirname "$0")/../.."
 apt=$PWD/build-package/apt

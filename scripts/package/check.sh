@@ -1,18 +1,18 @@
 #!/bin/sh
-# Checks both prebuilt addons: that they are there, run with the libraries that
-# the README names and with an old glibc, and export what they should. npm runs
-# it before it packs or publishes.
+# Checks both prebuilt addons: that they exist, need only the libraries that the README names
+# and an old glibc, and export the right symbols. npm runs this before it packs or publishes.
 set -eu
 cd "$(dirname "$0")/../.."
 
 newest_glibc=2.30
 largest=1000000
 libraries='lib(X11|xcb|Xtst|dl|pthread|m|c)\.so\.[0-9]+|ld-linux-(x86-64|aarch64)\.so\.[0-9]'
-# Those without a version: anything else would be taken from the host, Node's zlib for example.
+# Undefined symbols without a version. Any other would be resolved in the host, such as those of
+# Node's zlib.
 unversioned='napi_[a-z0-9_]+|X[A-Za-z]+|xcb_[a-z_]+|__gmon_start__|_ITM_[A-Za-z]+'
 
 complain() { echo "ostler: $file $1" >&2; exit 1; }
-# Complains when any line of the input does not match: only PATTERN WHAT
+# Fails with the lines of the input that do not match: only PATTERN COMPLAINT
 only() {
   others=$(grep -vxE "$1" || true)
   [ -z "$others" ] || complain "$2 $(echo $others)"
@@ -31,7 +31,7 @@ for target in x64 arm64; do
   # Columns: number, value, size, type, binding, visibility, section, name.
   symbols=$(readelf --dyn-syms -W "$file" | awk '$7 != "Ndx" && $8 != "" { print $7, $8 }')
   undefined=$(echo "$symbols" | sed -n 's/^UND //p')
-  echo "$undefined" | grep -v @ | only "$unversioned" 'has nothing to link with for'
+  echo "$undefined" | grep -v @ | only "$unversioned" 'has undefined symbols that no library provides:'
   echo "$undefined" | sed -n 's/.*@\([A-Z]*\)_.*/\1/p' | sort -u | only GLIBC 'needs the run-time libraries of'
   newest=$(echo "$undefined" | sed -n 's/.*@GLIBC_//p' | sort -Vu | tail -n 1)
   [ "$(printf '%s\n' "$newest" $newest_glibc | sort -V | tail -n 1)" = $newest_glibc ] ||

@@ -22,9 +22,9 @@ cp scripts/package/zlib.cmake "$sources/zlib/CMakeLists.txt"
 build zlib
 mkdir -p "$sysroot/usr/lib/pkgconfig"
 printf 'Name: zlib\nDescription: zlib\nVersion: 1.2.13\nLibs: -L/usr/lib -lz\n' >"$sysroot/usr/lib/pkgconfig/zlib.pc"
-# The optimisations that this leaves out are for reading.
+# PNG_HARDWARE_OPTIMIZATIONS only speeds up reading.
 build libpng -DPNG_SHARED=OFF -DPNG_EXECUTABLES=OFF -DPNG_TESTS=OFF -DPNG_HARDWARE_OPTIMIZATIONS=OFF
 build libjpeg-turbo -DENABLE_SHARED=OFF -DWITH_TURBOJPEG=OFF -DWITH_JPEG8=ON -DREQUIRE_SIMD=ON
-# The libraries are static, so those who link libpng link zlib too.
+# The libraries are static, so whatever links libpng has to link zlib too.
 sed -i 's/^Requires.private:/Requires:/' "$sysroot/usr/lib/pkgconfig/libpng.pc"
 touch "$sysroot/codecs"

@@ -1,5 +1,5 @@
 #!/bin/sh
-# Collects the licences of what is linked into the addon, in prebuilds/LICENSES.txt.
+# Collects the licences of the code that is linked into the addon in prebuilds/LICENSES.txt.
 set -eu
 cd "$(dirname "$0")/../.."
 . scripts/package/target.sh

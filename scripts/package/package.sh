@@ -1,12 +1,12 @@
 #!/bin/sh
-# Builds the package for both architectures, as dist/ostler-VERSION.tgz, on
-# Debian 12 or later (docs/releasing.md). What it downloads and compiles stays in
-# build-package/; without that directory it begins from nothing.
+# Builds the package for both architectures as dist/ostler-VERSION.tgz, on Debian 12 or later
+# (docs/releasing.md). Downloads and intermediate files stay in build-package/; delete that
+# directory to start afresh.
 set -eu
 cd "$(dirname "$0")/../.."
 
 sh scripts/ready.sh clang lld nasm dpkg-dev
-echo 'ostler: unpacking what is compiled against, in build-package/'
+echo 'ostler: unpacking headers and libraries in build-package/'
 for target in x64 arm64; do sh scripts/package/sysroot.sh $target; done
 sh scripts/package/sources.sh
 rm -rf prebuilds

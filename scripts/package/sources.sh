@@ -1,7 +1,7 @@
 #!/bin/sh
-# Fetches and unpacks the sources of the codecs that are linked into the addon,
-# in build-package/sources. Their versions are those of this file: a new one,
-# security updates included, is a release of ours (docs/releasing.md).
+# Fetches and unpacks the sources of the codecs that are linked into the addon, in
+# build-package/sources. This file pins their versions: each update of a codec, including
+# security updates, needs a release of this package (docs/releasing.md).
 set -eu
 cd "$(dirname "$0")/../.."
 sources=$PWD/build-package/sources
@@ -9,7 +9,7 @@ sources=$PWD/build-package/sources
 
 libjpeg=libjpeg-turbo=1:2.1.5-2
 libpng=libpng1.6=1.6.39-2+deb12u5
-# It contains the zlib of Chromium, which compresses faster than the one of Debian.
+# Node's source contains Chromium's zlib, which compresses faster than Debian's.
 zlib=nodejs=20.19.2+dfsg-1+deb13u3
 zlib_path=node-v20.19.2/deps/v8/third_party/zlib
 
@@ -23,10 +23,10 @@ fetch() {
 }
 fetch "$libjpeg"
 fetch "$libpng"
-# Debian's changes are not to zlib.
+# Debian's patches do not change zlib, so the tarball is enough.
 fetch "$zlib" --tar-only
 
-# apt has verified the files.
+# --no-check: apt has verified the files already.
 dpkg-source --no-check -x libjpeg-turbo_*.dsc libjpeg-turbo >/dev/null
 dpkg-source --no-check -x libpng1.6_*.dsc libpng >/dev/null
 mkdir zlib

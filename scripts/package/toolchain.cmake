@@ -1,5 +1,5 @@
-# clang and lld for one of our two architectures: to be given CMAKE_SYSTEM_PROCESSOR
-# and CMAKE_SYSROOT. The flags apply to the codecs as well as to the addon.
+# Selects clang and lld for one of our two architectures. The caller sets
+# CMAKE_SYSTEM_PROCESSOR and CMAKE_SYSROOT. The flags apply to the codecs and to the addon.
 set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES CMAKE_SYSTEM_PROCESSOR CMAKE_SYSROOT)
 set(CMAKE_SYSTEM_NAME Linux)
 set(triplet ${CMAKE_SYSTEM_PROCESSOR}-linux-gnu)

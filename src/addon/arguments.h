@@ -9,8 +9,9 @@
 
 namespace ostler {
 
-// These functions convert JavaScript arguments to native values. None is rejected: a
-// missing value, or one of the wrong type, becomes the zero value of the native type.
+// These functions convert JavaScript arguments to native values. They reject
+// nothing: a missing value, or one of the wrong type, becomes the zero value of the native
+// type.
 
 using Strings = std::vector<std::string>;
 

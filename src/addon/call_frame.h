@@ -17,15 +17,15 @@
 
 namespace ostler {
 
-// Runs `body` and turns an exception into a pending JavaScript error. Then `fallback` is
-// the callback's result, which JavaScript never sees.
+// Runs `body` and returns its result. Turns an exception into a pending JavaScript error
+// and returns `fallback`, which JavaScript never sees.
 template <typename Body>
 napi_value guarded(napi_env env, napi_value fallback, Body body) noexcept {
   const ExitGuard exitGuard;
   try {
     return body();
   } catch (const PendingException&) {
-    // JavaScript gets the exception that is pending.
+    // The pending exception reaches JavaScript.
   } catch (const std::exception& error) {
     napi_throw_error(env, nullptr, error.what());
   } catch (...) {
@@ -34,7 +34,7 @@ napi_value guarded(napi_env env, napi_value fallback, Body body) noexcept {
   return fallback;
 }
 
-// Returns what a callback answers after an error, which depends on its result type.
+// Returns the value that a callback with this result type returns after an error.
 template <typename Result>
 napi_value fallbackFor(napi_env env) {
   if constexpr (std::same_as<Result, std::vector<unsigned char>> ||
@@ -63,10 +63,10 @@ private:
   template <std::size_t... index>
   static napi_value call(napi_env env, [[maybe_unused]] napi_callback_info info,
                          std::index_sequence<index...>) {
-    // An initialiser list in braces is evaluated from left to right.
     std::tuple<std::remove_cvref_t<Parameters>...> values;
     if constexpr (sizeof...(Parameters) > 0) {
       const std::vector<napi_value> arguments = fetchArguments(env, info, sizeof...(Parameters));
+      // Braces evaluate their elements from left to right.
       values = {read<std::remove_cvref_t<Parameters>>(env, arguments[index])...};
     }
     if constexpr (std::is_void_v<Result>) {

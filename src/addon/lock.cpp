@@ -16,7 +16,7 @@ void callHost(napi_env env, napi_value callback, void*, void*) noexcept {
   napi_value global = nullptr, exception = nullptr;
   napi_get_global(env, &global);
   if (napi_call_function(env, global, callback, 0, nullptr, nullptr) != napi_pending_exception) return;
-  // Without this Node would only print a warning.
+  // Without this call Node would only print a warning about the exception.
   if (napi_get_and_clear_last_exception(env, &exception) == napi_ok) napi_fatal_exception(env, exception);
 }
 
@@ -34,17 +34,17 @@ ThreadsafeFunction makeThreadsafeFunction(napi_env env, napi_value callback) {
   return ThreadsafeFunction(status == napi_ok ? result : nullptr);
 }
 
-// This environment started the watcher last. The mutex is held while the watcher starts
-// or ends with its environment, so that the two change together.
+// watcherEnvironment is the environment that last started the watcher. The mutex is held
+// while the watcher is started, or is stopped because its environment ends, so that both
+// change together.
 Mutex environmentMutex;
 napi_env watcherEnvironment OSTLER_GUARDED_BY(environmentMutex) = nullptr;
 
-// These environments of this thread have the cleanup hook.
+// Contains the environments of this thread that have the cleanup hook.
 thread_local std::set<napi_env> hookedEnvironments;
 
-// This is the cleanup hook. An environment can end while the watcher runs, for example
-// in a terminated Worker, and destroys the thread-safe function. The hook runs before
-// that.
+// This cleanup hook stops the watcher when its environment ends, for example because a
+// Worker is terminated. It runs before the environment destroys the thread-safe function.
 void stopWithEnvironment(void* environment) noexcept {
   hookedEnvironments.erase(static_cast<napi_env>(environment));
   const MutexLock held(environmentMutex);
@@ -52,8 +52,8 @@ void stopWithEnvironment(void* environment) noexcept {
 }
 
 void hookEnvironment(napi_env env) {
-  // The thread-safe function has a hook of its own. Hooks run in reverse order, so
-  // ours has to be added after it each time.
+  // Each thread-safe function has a hook of its own. Hooks run in reverse order, so ours
+  // has to be added again after each new function.
   if (!hookedEnvironments.insert(env).second) napi_remove_env_cleanup_hook(env, stopWithEnvironment, env);
   napi_add_env_cleanup_hook(env, stopWithEnvironment, env);
 }

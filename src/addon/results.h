@@ -20,7 +20,7 @@ napi_value toValue(napi_env env, bool value);
 napi_value toValue(napi_env env, std::int32_t value);
 napi_value toValue(napi_env env, const std::string& value);
 napi_value toValue(napi_env env, const Point& point);
-// Makes an object that contains the size twice, the second time as the size in pixels.
+// Makes an object that contains the size twice, also as pixelWidth and pixelHeight.
 napi_value toValue(napi_env env, const Size& size);
 napi_value toValue(napi_env env, const Capabilities& capabilities);
 // Makes a Buffer with a copy of the bytes, or null when there are none.

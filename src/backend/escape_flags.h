@@ -12,9 +12,9 @@ inline std::atomic<bool> escapePressed{false};
 // This is true while the X11 key operation sends Escape, which must not stop typing.
 inline std::atomic<bool> syntheticEscapeActive{false};
 
-// Counts how often syntheticEscapeActive was set, and is incremented after it. The
-// watcher may read a synthetic press after the flag has been cleared, and recognises it
-// by this count.
+// Counts how often syntheticEscapeActive was set; it is incremented after the flag is
+// set. The watcher may read a synthetic press after the flag has been cleared, and
+// recognises the press by this count.
 inline std::atomic<std::uint64_t> syntheticEscapeCount{0};
 
 }  // namespace ostler

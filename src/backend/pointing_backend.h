@@ -18,8 +18,8 @@ public:
   DragPath(double fromX, double fromY, double toX, double toY);
 
   int steps() const { return stepCount; }
-  // Return the coordinates of the point `step`, from 1 to steps(). The last point is the
-  // target.
+  // Return the coordinates of one point. `step` runs from 1 to steps(); the last point is
+  // the target.
   double x(int step) const { return startX + deltaX * fraction(step); }
   double y(int step) const { return startY + deltaY * fraction(step); }
 

@@ -5,7 +5,7 @@
 
 // Clang's -Wthread-safety understands this mutex. It warns where a field marked
 // OSTLER_GUARDED_BY is read or written, or a function marked OSTLER_REQUIRES is called,
-// without the lock. Other compilers ignore the marks.
+// without the lock. Other compilers ignore the annotations.
 #if defined(__clang__)
 #define OSTLER_THREAD_ANNOTATION(x) __attribute__((x))
 #else
@@ -19,7 +19,7 @@ namespace ostler {
 
 class OSTLER_THREAD_ANNOTATION(capability("mutex")) Mutex {
 public:
-  // Pass std::adopt_lock to the MutexLock that releases it.
+  // After success, pass std::adopt_lock to the MutexLock that will unlock the mutex.
   bool tryLock() OSTLER_THREAD_ANNOTATION(try_acquire_capability(true)) { return mutex.try_lock(); }
 
 private:

@@ -8,8 +8,8 @@ namespace ostler {
 namespace {
 
 // exit() destroys the calling thread's thread-local objects before it runs the exit
-// handlers of the process. A thread that ends normally destroys them too, but has
-// no guard at that time.
+// handlers of the process. When a thread ends normally, this destructor runs too, but
+// no guard exists then.
 struct Sentinel {
   ~Sentinel() {
     if (liveGuards > 0 && !onMainThread) _exit(EXIT_FAILURE);

@@ -47,7 +47,7 @@ bool driverCheckPermissions(const std::string& permission);
 void driverRequestPermissions(const std::string& permission);
 
 // These read and write the CLIPBOARD selection of the X server that DISPLAY names,
-// without the backend. Where that cannot be reached, reading returns an empty
+// without the backend. When the server cannot be reached, reading returns an empty
 // string and writing does nothing.
 std::string driverGetClipboard();
 void driverSetClipboard(const std::string& text);

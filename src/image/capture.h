@@ -7,11 +7,12 @@
 
 namespace ostler {
 
-// A captured picture in the pixel layout of its platform, of which only the part
-// that a screenshot shows is converted.
+// Holds a captured picture in the pixel layout of its platform. Only the part that a
+// screenshot shows is converted.
 struct Capture {
   Size size;
-  // Converts a part that lies within the picture. Owns the platform's picture.
+  // Converts `part`, which lies within the picture, to packed RGB. Owns the platform's
+  // picture.
   std::function<RgbImage(const Rect& part)> toRgb;
 };
 

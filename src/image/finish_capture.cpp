@@ -22,7 +22,7 @@ RgbImage fitted(Capture capture, double scaleX, double scaleY, Size target, Rect
   }
   const Rect whole{0, 0, capture.size.width, capture.size.height};
   if (target.width <= 0 || target.height <= 0 || target == capture.size) return capture.toRgb(whole);
-  RgbImage::byteCount(target.width, target.height);  // throws when it cannot be counted
+  RgbImage::byteCount(target.width, target.height);  // throws when no vector can hold the target
   // Resampling to a size that the encoder rejects could take minutes and gigabytes.
   if (!(jpeg ? fitsJpeg(target) : fitsPng(target))) return RgbImage(0, 0);
   const RgbImage image = capture.toRgb(whole);

@@ -81,7 +81,7 @@ OSTLER_AVX2 void resampleWithAvx2(unsigned char* out, const RgbImage& image, con
 
 void resampleRowOnX86(unsigned char* out, const RgbImage& image, const ResampleSpan& rows,
                       std::span<const ResampleSpan> columns) {
-  // loadPixel() must not read past the last pixel of the image.
+  // loadPixel() reads past its pixel, so it must not load the last pixel of the image.
   std::size_t fast = columns.size();
   if (rows.end() == image.height) {
     while (fast > 0 && columns[fast - 1].end() == image.width) --fast;

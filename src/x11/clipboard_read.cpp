@@ -9,7 +9,7 @@
 namespace ostler {
 namespace {
 
-// Limits the wait for an event. Each pass takes one event or makes one pause.
+// Limits the wait for an event. Each pass handles one event or pauses once.
 struct WaitBudget {
   int passes;
   std::chrono::milliseconds pause;
@@ -51,8 +51,8 @@ public:
     return answer != None;
   }
 
-  // Returns the text that the owner stored, of whatever type, one byte for each
-  // item. A text that is stored at once is cut at the longest length.
+  // Returns the text that the owner stored, whatever its type, one byte for each item.
+  // A text that does not come in pieces is cut at longestText.
   std::string take() const {
     const Property answer = read();
     const bool inPieces = answer.type == XInternAtom(xDisplay, "INCR", False);

@@ -11,8 +11,8 @@ namespace {
 
 using ProcessInput = Owner<FILE, pclose>;
 
-// Marks a descriptor as close-on-exec while it lives, so that child processes
-// started meanwhile do not inherit it.
+// Marks a descriptor as close-on-exec while this object exists, so that child processes
+// started meanwhile do not inherit the descriptor.
 class CloseOnExec {
 public:
   explicit CloseOnExec(int markedDescriptor)

@@ -16,10 +16,11 @@ using XcbConnection = Owner<xcb_connection_t, xcb_disconnect>;
 // XSetErrorHandler would hang too.
 XcbConnection connectWhenAnswered(const char* displayName);
 
-// Grabs the Escape key, with any modifiers: no other client sees it while this lives.
+// Grabs the Escape key, with any modifiers: no other client sees it while this
+// object exists.
 class EscapeGrab {
 public:
-  // Check held() afterwards: another client may hold the key, or the keyboard has none.
+  // Check held() afterwards: another client may hold the key, or the keyboard may lack it.
   explicit EscapeGrab(Display* display);
   EscapeGrab(const EscapeGrab&) = delete;
   EscapeGrab& operator=(const EscapeGrab&) = delete;

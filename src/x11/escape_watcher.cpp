@@ -69,7 +69,7 @@ void EscapeWatcher::stop() {
   const MutexLock lock(mutex);
   if (!escapeGrabActive) return;
   const napi_threadsafe_function function = endWorker(stopBudget);
-  // The abort drops queued calls.
+  // The abort mode also drops queued calls.
   if (function != nullptr) napi_release_threadsafe_function(function, napi_tsfn_abort);
 }
 
@@ -96,7 +96,7 @@ bool EscapeWatcher::startWorker(const char* displayName, napi_threadsafe_functio
   return escapeGrabActive;
 }
 
-// Returns the host's callback, which the worker does not use any more.
+// Returns the host's callback, which the worker no longer uses.
 napi_threadsafe_function EscapeWatcher::endWorker(std::chrono::nanoseconds budget) {
   escapeGrabActive = false;
   const napi_threadsafe_function function = worker->dismiss();

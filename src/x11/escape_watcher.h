@@ -25,8 +25,8 @@ public:
   // worker; the watcher then owns `onEscape` until stop().
   bool start(napi_threadsafe_function onEscape);
 
-  // Ends the worker, or abandons it when its X server is unresponsive, and
-  // releases the callback, which is not called any more, not even by a queued call.
+  // Ends the worker, or abandons it when its X server is unresponsive, and releases the
+  // callback. The callback is not called afterwards, not even by a queued call.
   void stop();
 
   // Ends the worker, or abandons it, when the process exits. Does nothing while

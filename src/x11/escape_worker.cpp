@@ -31,7 +31,7 @@ private:
 
 // Distinguishes the user's presses from those that the key operation sends. A
 // synthetic press usually arrives after syntheticEscapeActive has been cleared,
-// so the watcher counts them. By that time the server has delivered the press,
+// so these presses are counted. By that time the server has delivered the press,
 // and a round trip brings it into the queue.
 class SyntheticPresses {
 public:
@@ -110,8 +110,8 @@ void WorkerState::reportPress() {
   if (dismissed) return;
   escapePressed.exchange(true);
   if (escapeFunction == nullptr) return;
-  // When the host's environment is ending, this answer also gives up our hold on
-  // the function: it must be neither called nor released again.
+  // When the host's environment is ending, this status also means that our reference to
+  // the function has been released: it must be neither called nor released again.
   if (napi_call_threadsafe_function(escapeFunction, nullptr, napi_tsfn_nonblocking) == napi_closing) {
     escapeFunction = nullptr;
   }

@@ -24,9 +24,10 @@ public:
   // Returns whether the worker holds the grab within the given time. Dismisses it if not.
   bool waitUntilRunning(std::chrono::nanoseconds budget);
   // Tells the worker to end. Returns the host's callback, which the worker does
-  // not use from now on; null when the host's environment has taken it away.
+  // not use from now on, or null when the host's environment has released it.
   napi_threadsafe_function dismiss();
-  // Returns whether the worker ends within the given time. It uses nothing after that.
+  // Returns whether the worker ends within the given time. It has then released its X
+  // connection and the grab.
   bool waitUntilEnded(std::chrono::nanoseconds budget);
 
   // The worker calls these functions.

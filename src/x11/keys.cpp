@@ -11,7 +11,7 @@
 namespace ostler {
 namespace {
 
-// While it exists, the Escape watcher treats a press of Escape as synthetic.
+// While this object exists, the Escape watcher treats a press of Escape as synthetic.
 class SyntheticEscape {
 public:
   SyntheticEscape() {

@@ -12,7 +12,7 @@ namespace ostler {
 namespace {
 
 // When libxcb cannot allocate a reply it closes the connection, and Xlib then ends
-// the process. This checks first that the memory is there. If Xlib's own copy of the
+// the process. This first checks that the memory is available. If Xlib's own copy of the
 // reply cannot be allocated, XGetImage just returns null.
 void requireMemoryForReply(Size screen) {
   constexpr std::size_t pixelBytes = 4, header = 4096;

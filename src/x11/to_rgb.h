@@ -8,7 +8,7 @@
 
 namespace ostler {
 
-// Converts a part of a captured image, within its edges, to packed RGB. Each channel is
+// Converts `part`, which lies within the captured image, to packed RGB. Each channel is
 // scaled from the width of its mask to 8 bits.
 RgbImage toRgb(XImage* image, const Rect& part);
 

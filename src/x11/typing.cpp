@@ -28,7 +28,7 @@ unsigned activeGroup(Display* display) {
 }
 
 // Finds the key that produces a keysym in the first group, with or without Shift. The
-// keysym may also stand in a column from 2 on, which belongs to another group or
+// keysym may also be in column 2 or later, which belongs to another group or
 // level. An even column counts as unshifted, an odd one as shifted, and no other
 // modifier is pressed.
 std::optional<MappedKey> findInFirstGroup(Display* display, KeySym keysym) {

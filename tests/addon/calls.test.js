@@ -1,5 +1,5 @@
 'use strict';
-// What every call does with its arguments and failures, without a desktop.
+// Tests how calls convert their arguments and report failures, without a desktop.
 
 const assert = require('node:assert');
 const fs = require('node:fs');
@@ -10,7 +10,7 @@ const { startHost } = require('../support/host');
 
 const { XDG_SESSION_TYPE, WAYLAND_DISPLAY, DISPLAY, ...environment } = process.env;
 
-// What the reserved operations return.
+// The results of the reserved methods.
 const constants = {
   capabilities: { discovery: false, application: false, window: false, state: false },
   listDisplays: [], listWindows: [], getActiveWindow: null, windowAtPoint: null,
@@ -26,7 +26,7 @@ describe('without a session', () => {
   before(async () => { host = await startHost(environment); });
   after(() => host.stop());
 
-  it('throws the same error from every operation, also when DISPLAY is set later', async () => {
+  it('throws the same error from every method, even when DISPLAY is set later', async () => {
     const messages = await host.run((addon, names) => names.map((name) => {
       try {
         return `${name} returned ${addon[name]()}`;
@@ -41,14 +41,14 @@ describe('without a session', () => {
   });
 
   for (const values of [[], ['a', 5, 'b', 1, 2], [null, [1], {}, NaN, 's']]) {
-    it(`reserved operations return constants for arguments (${values})`, async () => {
+    it(`returns constants from reserved methods for arguments (${values})`, async () => {
       const answers = await host.run((addon, names, args) => names.map((name) => [name, addon[name](...args)]),
         Object.keys(constants), values);
       assert.deepStrictEqual(Object.fromEntries(answers), constants);
     });
   }
 
-  it('hands on the exception of an accessor in an array, and survives odd arrays', async () => {
+  it('passes on the exception of a getter in an array, and survives unusual arrays', async () => {
     const result = await host.run((addon) => {
       const trap = [1, 2, 3];
       Object.defineProperty(trap, 1, { get() { throw new RangeError('mine'); } });
@@ -63,14 +63,14 @@ describe('without a session', () => {
   });
 });
 
-it('says which session kind failed, and tries again on the next call', async () => {
+it('names the session kind that failed, and tries again on the next call', async () => {
   const directory = temporaryDirectory();
   const host = await startHost({ ...environment, XDG_SESSION_TYPE: 'TTY', XDG_RUNTIME_DIR: directory,
     DBUS_SESSION_BUS_ADDRESS: `unix:path=${directory}/none` });
   const message = 'Unable to open the X11 display. Ensure DISPLAY is set and an X11 session is available.';
   await assert.rejects(host.call('move', 0, 0), { message });
   await assert.rejects(host.call('move', 0, 0), { message });
-  fs.mkdirSync(path.join(directory, 'wayland-0'));  // beside an X server, the compositor is what counts
+  fs.mkdirSync(path.join(directory, 'wayland-0'));  // a compositor takes precedence over an X server
   await assert.rejects(host.call('move', 0, 0), { message: /^Unable to connect to the session D-Bus: / });
   await host.stop();
 });

@@ -1,5 +1,5 @@
 'use strict';
-// The clipboard between the addon and other clients of an X server.
+// Tests the clipboard with other clients of an X server.
 
 const assert = require('node:assert');
 const { execFileSync, spawn } = require('node:child_process');
@@ -18,18 +18,18 @@ after(() => x11.stop());
 const getClipboard = () => x11.call('getClipboard');
 const setClipboard = (...values) => x11.call('setClipboard', ...values);
 const alphabet = (length) => 'abcdefghijklmnopqrstuvwxyz'.repeat(length / 26 + 1).slice(0, length);
-// xclip takes the selection over a little after the call.
+// xclip takes over the selection shortly after the call.
 const becomes = (text, read = getClipboard) => waitUntil(
   async () => await read() === text, async () => (await read()).slice(0, 99));
 
-it('reads an empty text without an owner and without a display', async () => {
+it('reads an empty text when there is no owner or no display', async () => {
   assert.strictEqual(await getClipboard(), '');
   const host = await startHost({ ...x11.env, DISPLAY: '' });
   assert.strictEqual(await host.call('getClipboard'), '');
   await host.stop();
 });
 
-it('reads what an owner stores, whatever its type, and nothing from one that fails', async () => {
+it('reads what an owner stores, whatever its type, and an empty text from an owner that fails', async () => {
   const most = 4 << 20;
   const cases = [
     ['UTF8_STRING 5', 'abcde'], ['UTF8_STRING 0', ''], ['STRING 3', 'abc'], ['INCR 1', ''],
@@ -45,7 +45,7 @@ it('reads what an owner stores, whatever its type, and nothing from one that fai
   }
 });
 
-it('hands every text on unchanged', async () => {
+it('passes every text on unchanged', async () => {
   const read = () => execFileSync('xclip', ['-selection', 'clipboard', '-o'],
     { env: x11.env, encoding: 'utf8', maxBuffer: 1e8 });
   const texts = ['Grüße, Ж中😀', `"double" 'single' $(id) \`id\` \\ ; | & > %s\n\n`, alphabet(4 << 20)];
@@ -61,11 +61,11 @@ it('hands every text on unchanged', async () => {
   await becomes(large, read);
   assert.strictEqual(await getClipboard(), '', 'longer than 4 MiB');
   const { pid } = x11.host;
-  assert.strictEqual(fs.readFileSync(`/proc/${pid}/task/${pid}/children`, 'latin1'), '', 'no child is left');
+  assert.strictEqual(fs.readFileSync(`/proc/${pid}/task/${pid}/children`, 'latin1'), '', 'no child process is left');
 });
 
-it('keeps the output of a host that shares its descriptors from xclip', async () => {
-  // For PATH: one directory without xclip, one with an xclip that fails at once.
+it('does not let xclip write to or hold open the output of a host', async () => {
+  // Directories for PATH: one without xclip, one with an xclip that fails at once.
   const [none, failing] = ['none', 'failing'].map((name) => path.join(x11.env.XDG_RUNTIME_DIR, name));
   for (const directory of [none, failing]) fs.mkdirSync(directory);
   fs.writeFileSync(path.join(failing, 'xclip'), '#!/bin/sh\necho no >&2\nexit 1\n', { mode: 0o755 });
@@ -75,7 +75,7 @@ it('keeps the output of a host that shares its descriptors from xclip', async ()
   for (const [name, written, PATH = x11.env.PATH] of cases) {
     const child = spawn(program('native_host'), ['clipboard'], { env: { ...x11.env, PATH } });
     child.stdin.on('error', () => {}).end(written);
-    // The end comes when nobody, xclip included, holds its output any more.
+    // The output ends only when no process, including xclip, holds it open.
     assert.deepStrictEqual(await endWithOutput(child), { end: 0, output: 'done\n' }, name);
     if (name === 'xclip') await becomes(written);
   }

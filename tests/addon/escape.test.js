@@ -1,5 +1,5 @@
 'use strict';
-// The Escape watcher of a host, beside a user who presses Escape.
+// Tests the Escape watcher of a host with a user who presses Escape.
 
 const assert = require('node:assert');
 const fs = require('node:fs');
@@ -16,7 +16,7 @@ const { startX11, startXvfb, textOf } = require('../support/x11');
 
 let x11, server, host;
 before(async () => {
-  // A key that the user holds does not repeat at once. A test below connects to the server's socket by path.
+  // The long delay keeps a held key from repeating at once. A test below needs the server's socket in the file system.
   x11 = await startX11({ options: ['-ardelay', '2000', '-listen', 'unix'] });
   ({ server, host } = x11);
   process.once('exit', () => fs.rmSync(socketPath(server.env.DISPLAY), { force: true }));
@@ -25,7 +25,7 @@ after(() => x11.stop());
 afterEach(() => unlock());
 
 const socketPath = (display) => `/tmp/.X11-unix/X${display.slice(1)}`;
-// The user at the keyboard: another client, with XTEST.
+// Plays the user at the keyboard: xdotool is another client of the server.
 const user = (...actions) => promisify(execFile)('xdotool', actions, { env: server.env });
 const lock = (inHost = host) => inHost.run((addon) => {
   globalThis.calls = 0;
@@ -41,7 +41,7 @@ async function typed(text) {
   return textOf(await x11.events());
 }
 
-it('calls back for each press of the user, with modifiers held and while it repeats', async () => {
+it('calls back for each press of the user, also with modifiers and when the key repeats', async () => {
   assert.strictEqual(await lock(), true);
   for (const [i, keys] of ['Escape', 'shift+Escape', 'ctrl+alt+Escape'].entries()) {
     await user('key', keys);
@@ -54,11 +54,11 @@ it('calls back for each press of the user, with modifiers held and while it repe
 
 it('does not call back for the addon\'s own presses', async () => {
   assert.strictEqual(await lock(), true);
-  // Sent at any time between two looks of the watcher.
+  // Some of these presses come just before, others just after the watcher reads its events.
   for (let i = 0; i < 30; i++) await host.run((addon) => { addon.key('escape'); addon.key('ctrl+escape'); });
   assert.strictEqual(await typed('goes on and on'), 'goes on and on');
   assert.strictEqual(await calls(), 0);
-  // One that the server drops, because the key is down already, does not hide the user's.
+  // The server drops a synthetic press while the key is down. It must not hide the user's press.
   for (let i = 1; i <= 3; i++) {
     await host.run((addon) => {
       require('node:child_process').execFileSync('xdotool', ['keydown', 'Escape']);
@@ -79,7 +79,7 @@ it('follows Escape to another key and back', async () => {
   }
 });
 
-it('calls back no more once unlock has returned', async () => {
+it('does not call back after unlock has returned', async () => {
   assert.strictEqual(await lock(), true);
   const locked = await host.run((addon) => {
     const { execFileSync } = require('node:child_process');
@@ -93,7 +93,7 @@ it('calls back no more once unlock has returned', async () => {
   await becomes(1000);
 });
 
-it('leaves the signals of the host to its other threads', async () => {
+it('blocks the signals of the host on its thread', async () => {
   const threads = threadsOf(host);
   assert.strictEqual(await lock(), true);
   const [watcher] = threadsOf(host).filter((thread) => !threads.includes(thread));
@@ -104,7 +104,7 @@ it('leaves the signals of the host to its other threads', async () => {
   assert.match(fs.readFileSync(`/proc/${host.pid}/status`, 'latin1'), /SigBlk:\s*0+\n/, 'the main thread');
 });
 
-it('stops a text half way, and the ones that follow until the next lock', async () => {
+it('stops type in the middle of a text, and every later type until the next lock', async () => {
   assert.strictEqual(await lock(), true);
   const text = 'abcdefghij'.repeat(400);  // 20 s
   await x11.events();
@@ -115,7 +115,7 @@ it('stops a text half way, and the ones that follow until the next lock', async 
   await user('key', 'Escape');
   await typing;
   await more();
-  // While the user's key is down, what is typed goes to nobody.
+  // While the user holds Escape, the grab keeps typed characters from every client.
   assert.ok(half.length < 2000 && half.startsWith(text.slice(0, 20)), half);
   await becomes(1);
   assert.strictEqual(await typed('more'), '');
@@ -125,7 +125,7 @@ it('stops a text half way, and the ones that follow until the next lock', async 
   assert.strictEqual(await typed('more'), 'more');
 });
 
-it('runs once at a time, in one client at a time, and gives the key back', async () => {
+it('runs only once, in one client at a time, and releases the key', async () => {
   const other = await startHost(server.env);
   assert.strictEqual(await lock(), true);
   assert.strictEqual(await host.run((addon) => addon.lock(() => { globalThis.calls += 100; })), false);
@@ -146,7 +146,7 @@ for (const [name, variable, value, stillTyped] of [
   ['without a display, and lets typing go on', 'DISPLAY', '', 'on'],
   ['when the display cannot be opened, and lets typing go on', 'DISPLAY', ':4711', 'on'],
 ]) {
-  it(`answers false ${name}`, async () => {
+  it(`returns false ${name}`, async () => {
     const setVariable = (to) => host.run((addon, key, text) => { process.env[key] = text; }, variable, to);
     assert.strictEqual(await lock(), true);
     await user('key', 'Escape');
@@ -187,37 +187,37 @@ describe('the end of the process', { concurrency: 4 }, () => {
     });`;
   const ends = [
     ['process.exit in the callback', 7, 'lock(() => process.exit(7)); await say("press")'],
-    ['process.exit with a press on its way', 7, 'lock(); await say("press"); process.exit(7)'],
+    ['process.exit just after a press', 7, 'lock(); await say("press"); process.exit(7)'],
     ['an uncaught exception', 1, 'lock(); process.nextTick(() => { throw 1 })'],
     ['an exception in the callback', 7,
       'process.on("uncaughtException", process.exit); lock(() => { throw 7 }); await say("press")'],
     ['a lock while the process exits', 7, 'process.on("exit", () => lock()); process.exitCode = 7'],
-    ['a terminated Worker that alone had the addon', 0,
+    ['a terminated Worker that alone had loaded the addon', 0,
       'await (await lockingWorker()).terminate(); await say("press"); setTimeout(() => {}, 300)'],
-    ['a terminated Worker beside the main thread', 7,
+    ['a terminated Worker while the main thread has the addon too', 7,
       'load(); await (await lockingWorker()).terminate(); await say("press"); lock(); process.exit(7)'],
     ['a Worker that exits', 3, `const w = await lockingWorker('parentPort.once("message", () => process.exit(3))');
       w.once("exit", process.exit); w.postMessage(1)`],
-    ['a living Worker', 7, 'await lockingWorker("setInterval(() => {}, 1000)"); await say("press"); process.exit(7)'],
+    ['a running Worker', 7, 'await lockingWorker("setInterval(() => {}, 1000)"); await say("press"); process.exit(7)'],
 
-    ['a server that hangs at process.exit', 7, 'lock(); await say("hang"); process.exit(7)'],
-    ['a server that hangs at unlock', 7,
+    ['a server that is unresponsive at process.exit', 7, 'lock(); await say("hang"); process.exit(7)'],
+    ['a server that is unresponsive at unlock', 7,
       'lock(); await say("hang"); load().unlock(); load().unlock(); process.exit(load().lock(() => {}) ? 1 : 7)'],
-    ['a server that hangs when a Worker is terminated', 7,
+    ['a server that is unresponsive when a Worker is terminated', 7,
       'const w = await lockingWorker(); await say("hang"); await w.terminate(); process.exit(7)'],
     ['a server that dies', 1, 'lock(); await say("die")'],
     ['a server that dies while the script is busy', 1, 'lock(); load().move(1, 1); await say("die"); for (;;);'],
     ['a server that dies before unlock', 1,
       'lock(); await say("die"); load().unlock(); setInterval(() => {}, 1000)'],
-    // exit() waits for a job of Node's thread pool while other threads go on.
+    // exit() waits for a job of Node's thread pool while other threads continue.
     ['a server that dies while a Worker calls it', 1,
       `await lockingWorker('setInterval(() => require(process.env.OSTLER_ADDON).move(1, 1))');
       require('node:crypto').pbkdf2('', '', 4e6, 64, 'sha512', () => {}); await say("die"); setInterval(() => {}, 1)`],
   ];
   for (const [name, code, source] of ends) {
-    it(`has its own exit code: ${name}`, async () => {
+    it(`keeps the expected exit code: ${name}`, async () => {
       const [, cue] = /say\("(\w+)"\)/.exec(source) ?? [];
-      // A server that ends with its last client: the watcher may never leave it without one.
+      // With -terminate the server exits with its last client, so the watcher must always keep one connection.
       const own = await startXvfb({ options: cue === 'press' ? [] : ['-terminate'] });
       const act = {
         press: () => promisify(execFile)('xdotool', ['key', 'Escape'], { env: own.env }),
@@ -231,9 +231,9 @@ describe('the end of the process', { concurrency: 4 }, () => {
   }
 });
 
-// The connections, counted from 0, that get no answer.
+// The number, from 0, of the first connection that gets no answer.
 for (const unanswered of [0, 1]) {
-  it(`gives up after 5 s when connection ${unanswered} gets no answer; what comes later changes nothing`, async () => {
+  it(`gives up after 5 s when connection ${unanswered} gets no answer, and ignores a later answer`, async () => {
     const sockets = [];
     const open = (socket) => {
       const real = net.connect(socketPath(server.env.DISPLAY));
@@ -256,8 +256,8 @@ for (const unanswered of [0, 1]) {
     assert.ok(elapsed >= 4990 && elapsed < 15000, `${elapsed} ms`);
     assert.strictEqual(await lock(other), false);
     await setDisplay(server.env.DISPLAY);
-    assert.strictEqual(threadsOf(other).length, threads + 1, 'one worker waits, however often lock is called');
-    if (unanswered === 0) assert.strictEqual(await lock(other), true, 'nothing is held that others need');
+    assert.strictEqual(threadsOf(other).length, threads + 1, 'only one worker waits, however often lock is called');
+    if (unanswered === 0) assert.strictEqual(await lock(other), true, 'the waiting worker holds no shared lock');
     await unlock(other);
     sockets.slice(unanswered).forEach(open);
     await waitUntil(() => threadsOf(other).length === threads);

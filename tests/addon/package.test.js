@@ -1,5 +1,5 @@
 'use strict';
-// The package and its shared object as a host sees them.
+// Tests the package and its shared object from the view of a host.
 
 const assert = require('node:assert/strict');
 const { execFileSync } = require('node:child_process');
@@ -15,7 +15,7 @@ const { OSTLER_ADDON } = process.env;
 const isRelease = OSTLER_ADDON === `${root}/build/ostler.node`;
 const outputOf = (...command) => execFileSync(command[0], command.slice(1), { cwd: root, encoding: 'utf8' });
 
-// The members of an interface in index.d.ts, in their order.
+// Returns the members of an interface in index.d.ts, in their order.
 function declaredMembers(name) {
   const source = fs.readFileSync(`${root}/index.d.ts`, 'utf8');
   const [body] = RegExp(`interface ${name} \\{[^]*?\n  \\}`).exec(source);
@@ -32,7 +32,7 @@ it('declares the methods that the addon has, in the same order', async () => {
   await host.stop();
 });
 
-it('gives the addon itself to require and import, and its methods to import', { skip: !isRelease }, () => {
+it('exports the addon itself to require and import, and its methods by name to import', { skip: !isRelease }, () => {
   // A package can load itself by its name.
   const script = `import * as imported from 'ostler'; import { createRequire } from 'node:module';
     const require = createRequire(process.cwd() + '/index.js');
@@ -43,7 +43,7 @@ it('gives the addon itself to require and import, and its methods to import', { 
   assert.equal(outputOf(process.execPath, '--input-type=module', '-e', script), 'true true true\n');
 });
 
-// The package without a build of the clone; `prebuilt` stands in for the addon.
+// Installs the package without a build of the clone, and with `prebuilt` as its prebuilt addons.
 function installPackage(prebuilt) {
   const directory = temporaryDirectory();
   for (const file of ['index.js', 'index.mjs', 'load.js']) {
@@ -56,9 +56,9 @@ function installPackage(prebuilt) {
   return directory;
 }
 
-// The messages of the error that loading the package ends with and of its cause,
-// after `preparation` has run in the process. require and import give the same
-// error, and a host that catches it goes on.
+// Loads the package after `preparation` has run in the process. Returns the messages of the error
+// and of its cause, and whether require and import throw the same error. The script fails if a
+// host that catches the error does not survive.
 function failureOfLoading(directory, preparation = '') {
   const script = `const set = (object, key, value) => Object.defineProperty(object, key, { value });
     const failToLink = (message) => set(process, 'dlopen', () => { throw new Error(message); });
@@ -101,7 +101,7 @@ it('names the library that the linker does not find', { skip: !isRelease }, () =
   assert.match(cause, /^libXtst\.so\.7: /);
 });
 
-it('exports the two entry points and the 29 driver functions alone', () => {
+it('exports only the two entry points and the 29 driver functions', () => {
   const names = outputOf('nm', '-DC', '--defined-only', OSTLER_ADDON).trim().split('\n')
     .map((line) => line.split(' ')[2].split('(')[0]).filter((name) => !/^__?[a-z]+san_/.test(name));
   const drivers = names.filter((name) => /^driver[A-Z]/.test(name));
@@ -115,7 +115,7 @@ it('loads where the libraries of Wayland sessions are missing', () => {
   assert.doesNotMatch(outputOf('nm', '-D', '--undefined-only', OSTLER_ADDON), /\b(g|pw|ei|xkb)_/);
 });
 
-it('does without a libei that lacks functions, and names what another library lacks', withDesktop({}, async ({
+it('ignores a libei that lacks functions, and names a function that another library lacks', withDesktop({}, async ({
   env, record,
 }) => {
   const other = outputOf('/sbin/ldconfig', '-p').match(/libeis\.so\.1 .* => (.*)/)[1];
@@ -124,7 +124,7 @@ it('does without a libei that lacks functions, and names what another library la
     fs.symlinkSync(other, path.join(directory, name));
     return startHost({ ...env, LD_LIBRARY_PATH: directory, ...more });
   };
-  // The host itself uses the library that is found as libei.
+  // The host itself has loaded the library that is found as libei.
   const withoutEi = await startHostWith('libei.so.1', { LD_PRELOAD: other });
   await withoutEi.call('move', 3, 4);
   assert.match(record().at(-1), /NotifyPointerMotionAbsolute/);

@@ -1,5 +1,5 @@
 'use strict';
-// Pointer and keyboard on an X server, as another client receives them.
+// Tests pointer and keyboard on an X server by the events that another client receives.
 
 const assert = require('node:assert');
 const { execFileSync } = require('node:child_process');
@@ -16,7 +16,7 @@ before(async () => {
   atFirst = keyboardState(x11.env);
 });
 after(() => x11.stop());
-// Whatever a test did: nothing stays down, and the map is the one found.
+// After each test nothing is pressed, and the keyboard map is the original one.
 afterEach(() => assert.deepStrictEqual(keyboardState(x11.env), atFirst));
 
 const setLayouts = (...options) => execFileSync('setxkbmap', ['-option', '', ...options], { env: x11.env });
@@ -44,7 +44,7 @@ it('moves to the nearest pixel of the screen', async () => {
   assert.deepStrictEqual(await call('display'), { width: 1280, height: 720, pixelWidth: 1280, pixelHeight: 720 });
 });
 
-it('clicks the named button, as often as asked', async () => {
+it('clicks the named button the given number of times', async () => {
   const clicks = (button, count) => Array(count).fill([`down ${button} at 9,8`, `up ${button} at 9,8`]).flat();
   const cases = [
     [['left', 1], clicks(1, 1)], [['middle', 1.9], clicks(2, 1)], [['RIGHT', 2], clicks(3, 2)],
@@ -85,7 +85,7 @@ it('holds the modifiers around the key', async () => {
   for (const [combo, expected] of cases) assert.strictEqual(keysOf(await eventsOf('key', combo)), expected, combo);
 });
 
-it('presses nothing of a combo with a fault', async () => {
+it('presses nothing of an invalid combo', async () => {
   await x11.events();
   const cases = [
     ['ctrl+FOO', 'Unsupported key combo part on Linux/X11: foo'],
@@ -99,9 +99,8 @@ it('presses nothing of a combo with a fault', async () => {
   assert.strictEqual(keysOf(await x11.events()), '+ffe3 -ffe3', 'a text ends at its first NUL');
 });
 
-// Types until the witness was in time for every character once: a character that
-// no key produces is on one for 5 ms only, and a client that looks later says
-// nothing of the addon.
+// Types the text until the witness has looked up every character in time at least once. A
+// character that no key produces is mapped for only 5 ms, so a later lookup proves nothing.
 async function assertTyped(text, expected = text) {
   const characters = [...expected], right = new Set();
   for (let round = 0; round < 100; round++) {
@@ -115,7 +114,7 @@ async function assertTyped(text, expected = text) {
     }
     if (right.size === characters.length) return;
   }
-  throw new Error('the machine is too slow for a client that is in time');
+  throw new Error('the machine is too slow for the witness to look up keysyms in time');
 }
 
 it('types exactly the text', async () => {
@@ -127,9 +126,9 @@ it('types exactly the text', async () => {
   for (const [text, arrived] of others) await assertTyped(text, arrived);
 });
 
-// How often to switch to the next layout (setxkbmap keeps the number of the active one), and its "z".
+// How often to switch to the next layout (setxkbmap keeps the active group), and what its "z" key produces.
 for (const [layouts, switches, z] of [['us,ru', 1, '+6d1'], ['us,de', 0, '+79'], ['us,ru,de,gr', 2, '+7e6']]) {
-  it(`types exactly the text with layouts ${layouts}, another than the first active`, async () => {
+  it(`types exactly the text when the layouts are ${layouts} and another than the first is active`, async () => {
     try {
       setLayouts(layouts, '-option', 'grp:caps_toggle');
       for (let i = 0; i < switches; i++) await call('key', 'capslock');
@@ -141,7 +140,7 @@ for (const [layouts, switches, z] of [['us,ru', 1, '+6d1'], ['us,de', 0, '+79'],
   });
 }
 
-it('waits 5 ms a character and leaves the memory flat', async () => {
+it('waits 5 ms per character and does not leak memory', async () => {
   const { elapsed, grown } = await x11.run((addon) => {
     const resident = () => Number(/VmRSS:\s*(\d+)/.exec(require('node:fs').readFileSync('/proc/self/status'))[1]);
     addon.type('€'.repeat(200));
@@ -151,7 +150,7 @@ it('waits 5 ms a character and leaves the memory flat', async () => {
     return { elapsed: performance.now() - start, grown: resident() - before };
   });
   assert.ok(elapsed >= 5000, `${elapsed}`);
-  // Unread events of 1000 characters would be 1800 KB. AddressSanitizer keeps what is freed.
+  // The unread events of 1000 characters would take 1800 KB. AddressSanitizer does not reuse freed memory.
   if (!process.env.OSTLER_PRELOAD) assert.ok(grown < 900, `${grown} KB`);
 });
 

@@ -1,5 +1,5 @@
 'use strict';
-// Screenshots of an X server whose picture another client painted.
+// Tests screenshots of an X server on which another client has painted.
 
 const assert = require('node:assert');
 const { execFileSync, spawnSync } = require('node:child_process');
@@ -12,11 +12,11 @@ const shot = async ({ call }, ...values) => {
   const file = await call('screenshot', ...values);
   return file && Buffer.from(file);
 };
-// `sizes` are those of the target and the crop.
+// `sizes` has the target size and the corners of the crop.
 const pngOf = async (x11, sizes = [0, 0, 0, 0, 0, 0], quality = -1) => decodePng(
   await shot(x11, '', null, [], ...sizes, quality));
 
-// The sixth bar is grey, as near as the depth allows.
+// The sixth bar is grey, as closely as the depth allows.
 for (const [depth, grey] of Object.entries({
   8: [146, 146, 170], 15: [132, 132, 132], 16: [132, 130, 132], 24: [132, 132, 132], 30: [132, 132, 132],
 })) {
@@ -32,17 +32,17 @@ for (const [depth, grey] of Object.entries({
   }));
 }
 
-it('is black where the visual has no masks', withX11({ screen: '64x48x8' }, async (x11) => {
+it('returns a black picture when the visual has no masks', withX11({ screen: '64x48x8' }, async (x11) => {
   assert.ok((await pngOf(x11)).data.every((byte, i) => byte === (i % 4 === 3 ? 255 : 0)));
 }));
 
-it('is null when the server refuses it, as after the screen has shrunk', withX11({}, async (x11) => {
+it('returns null when the server refuses, for example after the screen has shrunk', withX11({}, async (x11) => {
   assert.notStrictEqual(await shot(x11), null);
   spawnSync('xrandr', ['--fb', '320x200'], { env: x11.env });  // fails in part, yet shrinks the screen
   assert.strictEqual(await shot(x11), null);
 }));
 
-it('fails when the memory does not hold a picture', { skip: Boolean(process.env.OSTLER_PRELOAD) }, withX11({
+it('throws when there is not enough memory for a picture', { skip: Boolean(process.env.OSTLER_PRELOAD) }, withX11({
   screen: '3840x2160x24',
 }, async (x11) => {
   const { pid } = x11.host;
@@ -67,7 +67,7 @@ it('crops, resamples and encodes as asked', withX11({ screen: '640x480x24' }, as
   assert.deepStrictEqual([half.width, half.height, half.pixel(39, 0), half.pixel(40, 239)],
     [320, 240, [255, 0, 0], [0, 255, 0]]);
   const wrapped = await pngOf(x11, [0, 0, -2147483648, 0, 2147483647, 10]);
-  assert.strictEqual(wrapped.width, 640, 'a width that wraps to -1 is no crop');
+  assert.strictEqual(wrapped.width, 640, 'a crop whose width wraps to -1 is ignored');
   for (const quality of [0, 0.75, undefined]) {
     assert.strictEqual((await shot(x11, 'x', ['y'], 5, 0, 0, 0, 0, 0, 0, quality)).toString('hex', 0, 3), 'ffd8ff');
   }

@@ -1,5 +1,5 @@
 'use strict';
-// The command on an X server: what it prints, does and ends with.
+// Tests the command on an X server: its output, its effects and its exit codes.
 
 const assert = require('node:assert');
 const { execFileSync, spawn } = require('node:child_process');
@@ -26,7 +26,7 @@ after(() => witness.stop().finally(server.stop));
 const start = (args, env = server.env) =>
   spawn(path.join(__dirname, '..', '..', 'bin', 'ostler.js'), args, { env, stdio: ['pipe', 'pipe', 'pipe'] });
 
-// Runs the command; gives [exit code, output, complaints].
+// Runs the command; resolves to [exit code, stdout, stderr].
 async function ostler(args, { input = '', env } = {}) {
   const child = start(args, env);
   const texts = ['', ''];
@@ -37,7 +37,7 @@ async function ostler(args, { input = '', env } = {}) {
   return [code, ...texts];
 }
 
-it('prints what the desktop answers', async () => {
+it('prints what the desktop returns', async () => {
   for (const [args, expected, input] of [
     [['--version'], `${version}\n`],
     [['run'], '10 20\n1280x720\n', 'move 10 20  # in one session\n\ncursor\ndisplay\n'],
@@ -63,7 +63,7 @@ it('sends input, with words quoted as in a shell', async () => {
   assert.deepStrictEqual(presses, [[3, 5], [3, 5], [4, 7], [1, 1]]);
 });
 
-it('takes pictures', async () => {
+it('takes screenshots', async () => {
   for (const [name, options, size] of [
     ['a.jpg', ['--quality', '0.1'], [0xff, 0xd8]], ['b.png', ['--region', '1,2,30,40'], [30, 40]],
     ['c.PNG', ['--size', '64x36'], [64, 36]],
@@ -76,15 +76,15 @@ it('takes pictures', async () => {
   }
 });
 
-it('ends with 2 for a wrong usage and with 1 when the desktop refuses', async () => {
+it('exits with 2 for wrong usage and with 1 when the desktop refuses', async () => {
   const nowhere = { ...server.env, DISPLAY: '' };
   for (const [code, args, complaint, options] of [
     [2, [], /a command is missing/], [2, ['nonsense'], /no command "nonsense"/],
     [2, ['move', '1'], /usage: ostler move X Y/],
-    [2, ['move', '1', 'x'], /Y is a number/], [2, ['click', '1', '2', '--button', 'thumb'], /--button/],
+    [2, ['move', '1', 'x'], /Y must be a number/], [2, ['click', '1', '2', '--button', 'thumb'], /--button/],
     [2, ['screenshot', 'a.gif'], /\.png or \.jpg/], [2, ['cursor', '--color'], /--color/],
     [2, ['run'], /line 2: there is no command "watch" in/, { input: '# first\nwatch' }],
-    [2, ['run'], /line 1: ' without/, { input: "type 'a" }],
+    [2, ['run'], /line 1: unmatched '/, { input: "type 'a" }],
     [1, ['key', 'ctrl+foo'], /Unsupported key combo part/],
     [1, ['run'], /line 3: Unsupported/, { input: '\ncursor\nkey foo\nmove 0 0' }],
     [1, ['run', file('none')], /ENOENT/],
@@ -96,7 +96,7 @@ it('ends with 2 for a wrong usage and with 1 when the desktop refuses', async ()
   }
 });
 
-it('tells what works and what to install', async () => {
+it('says what works and what to install', async () => {
   fs.symlinkSync(process.execPath, file('node'));
   const [code, output] = await ostler(['doctor', '--json'], { env: { ...server.env, PATH: `${directory}:/no` } });
   const { checks, works } = JSON.parse(output);
@@ -107,7 +107,7 @@ it('tells what works and what to install', async () => {
   assert.strictEqual((await ostler(['doctor'], { env: { ...rest, XDG_SESSION_TYPE: '' } }))[0], 1);
 });
 
-it('prints a line for each Escape, until nobody reads them', async () => {
+it('prints a line for each Escape, until its output is closed', async () => {
   const child = start(['watch']);
   const ended = endOf(child);
   const press = () => execFileSync('xdotool', ['key', 'Escape'], { env: server.env });

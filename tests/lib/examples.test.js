@@ -1,5 +1,5 @@
 'use strict';
-// The examples, on an X server of the test's.
+// Runs the examples on an X server.
 
 const assert = require('node:assert');
 const { execFileSync, spawn, spawnSync } = require('node:child_process');
@@ -20,7 +20,7 @@ let server;
 before(async () => { server = await startXvfb(); });
 after(() => server.stop());
 
-// Starts a program; `output()` is what it has printed, `ended` resolves to its exit code.
+// Starts a program. `output()` returns what it has printed, `ended` resolves to its exit code.
 function start(command, ...args) {
   const child = spawn(command, args, { env: server.env, cwd: directory, stdio: ['ignore', 'pipe', 'pipe'] });
   let text = '';
@@ -36,7 +36,7 @@ it('fills in a form in a GTK window', async () => {
   assert.match(form.output(), /Ada Lovelace\|Zürich\|a room with a view\|/);
 });
 
-it('fills in a form by a script', async () => {
+it('fills in a form with a script', async () => {
   const form = start('yad', '--form', '--mouse', '--field=Name', '--field=City');
   const search = ['search', '--onlyvisible', '--class', 'yad'];
   await waitUntil(() => spawnSync('xdotool', search, { env: server.env }).status === 0);

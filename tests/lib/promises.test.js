@@ -1,6 +1,6 @@
 'use strict';
-// A desktop of ostler/promises on X servers, and what becomes of it when a
-// call, the helper, the server or the host is ended.
+// Tests ostler/promises on X servers, also when a call is aborted or when the helper, the
+// server or the host ends.
 
 const assert = require('node:assert');
 const { execFile, execFileSync, spawn } = require('node:child_process');
@@ -58,17 +58,17 @@ it('calls the addon in order, one call at a time', async () => {
 describe('an aborted call leaves nothing pressed', () => {
   const long = 'Abcdefghij'.repeat(300);
   const diagonal = [0, 0, 1279, 719];
-  // The generous limit is for a machine that is busy.
+  // The limit of 2 s allows for a busy machine.
   for (const [name, method, values, { ends, stop, down, limit = 150 }] of [
-    ['type, which goes on working', 'type', [long], { ends: false }],
-    ['type in a helper that hangs', 'type', [long], { ends: true, stop: 'SIGSTOP', limit: 2000 }],
-    ['drag, by the end of its helper', 'drag', diagonal, { ends: true, limit: 2000 }],
-    ['clicks of a button that only a click releases', 'click', [9, 9, 'right', 500],
+    ['type; the desktop stays open', 'type', [long], { ends: false }],
+    ['type; the helper hangs', 'type', [long], { ends: true, stop: 'SIGSTOP', limit: 2000 }],
+    ['drag; the helper is killed', 'drag', diagonal, { ends: true, limit: 2000 }],
+    ['click with the right button; the helper hangs', 'click', [9, 9, 'right', 500],
       { ends: true, stop: 'SIGSTOP', down: 3 }],
   ]) {
     it(name, async () => {
       const desktop = await open();
-      await desktop.drag(0, 0, 9, 9, { timeout: 5000 });  // the first one takes longer to begin
+      await desktop.drag(0, 0, 9, 9, { timeout: 5000 });  // the first drag takes longer to begin
       await witness.events();
       const controller = new AbortController();
       const call = desktop[method](...values, { signal: controller.signal });
@@ -95,7 +95,7 @@ describe('an aborted call leaves nothing pressed', () => {
     });
   }
 
-  it('one whose time is up, or that is aborted before it begins', async () => {
+  it('a call that times out, or that is aborted before it begins', async () => {
     const desktop = await open({ timeout: 60 });
     const timedOut = ({ code, cause }) => code === 'ABORT_ERR' && cause.name === 'TimeoutError';
     await assert.rejects(desktop.type(long), timedOut);
@@ -178,7 +178,7 @@ it('takes a thousand pictures in the same memory', async () => {
   await other.stop();
 });
 
-it('pastes and gives the clipboard its text back, whatever its owner does', async () => {
+it('pastes and restores the text of the clipboard, also when its owner does not answer', async () => {
   const desktop = await open();
   await desktop.setClipboard('old');
   await waitUntil(async () => await desktop.getClipboard() === 'old');
@@ -193,11 +193,11 @@ it('pastes and gives the clipboard its text back, whatever its owner does', asyn
     assert.strictEqual(await desktop.getClipboard(), restored);
     await other?.stop();
   }
-  await assert.rejects(desktop.paste('x'.repeat(1 << 20)), RangeError);
+  await assert.rejects(desktop.paste('x'.repeat((4 << 20) + 1)), RangeError);
   await desktop.close();
 });
 
-it('listens to Escape, one listener or loop after the other', async () => {
+it('reports Escape to one listener or loop after the other', async () => {
   const desktop = await open(), other = await open();
   const times = [];
   const stop = await desktop.onEscape((time) => times.push(time));
@@ -210,7 +210,7 @@ it('listens to Escape, one listener or loop after the other', async () => {
   const presses = other.escapePresses();
   for (let i = 0; i < 2; i++) {
     const press = presses.next();
-    if (i === 0) await other.move(1, 1);  // once Escape is watched
+    if (i === 0) await other.move(1, 1);  // returns once Escape is watched
     await user('key', 'Escape');
     assert.ok((await press).value >= times[0]);
   }
@@ -218,7 +218,7 @@ it('listens to Escape, one listener or loop after the other', async () => {
   await Promise.all([desktop, other].map((each) => each.close()));
 });
 
-it('waits for a change of a region, and for its end', async () => {
+it('waits for a region to change, and to stop changing', async () => {
   const other = await startXvfb({ screen: '320x200x24' });
   const desktop = await openDesktop({ env: other.env });
   const paint = (colour) => execFileSync('xsetroot', ['-solid', colour], { env: other.env });
@@ -226,7 +226,7 @@ it('waits for a change of a region, and for its end', async () => {
   const region = { x: 10, y: 10, width: 20, height: 20 };
   await assert.rejects(desktop.waitForChange({ region, timeout: 300 }), { name: 'AbortError' });
   const change = desktop.waitForChange({ region });
-  await desktop.move(1, 1);  // when the first picture has been taken
+  await desktop.move(1, 1);  // returns after the first picture has been taken
   paint('red');
   assert.deepStrictEqual(decodePng(await change).pixel(19, 19), [255, 0, 0]);
   const start = performance.now();

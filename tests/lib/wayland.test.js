@@ -1,5 +1,5 @@
 'use strict';
-// A desktop of ostler/promises on the Wayland double.
+// Tests ostler/promises on a simulated Wayland desktop.
 
 const assert = require('node:assert');
 const { after, afterEach, before, it } = require('node:test');
@@ -21,7 +21,7 @@ const open = (script, options) => {
 };
 const presses = (code) => session.record().filter((line) => line.endsWith(`key ${code} 1`)).length;
 
-it('opens after the dialog, goes on after an aborted text, and closes the session', async () => {
+it('opens after the dialog, stays open after an aborted type, and closes the session', async () => {
   const desktop = await open({ Start: { delay: 300 } });
   assert.ok(session.record().some((line) => line.startsWith('RemoteDesktop.ConnectToEIS')));
   assert.strictEqual(decodePng(await desktop.screenshot()).width, 64);
@@ -39,7 +39,7 @@ it('opens after the dialog, goes on after an aborted text, and closes the sessio
   await waitUntil(() => session.record().some((line) => line.startsWith('Session.Close')));
 });
 
-it('tells what to do about a refusal, and ends when the dialog is given up', async () => {
+it('says what to do after a refusal, and ends when opening is aborted', async () => {
   await assert.rejects(open({ Start: { response: '(uint32 1, @a{sv} {})' } }),
     { message: 'The user denied the Wayland portal request. Call openDesktop again to ask once more.' });
   const opening = open({ Start: { when: 'never' } }, { signal: AbortSignal.timeout(1500) });

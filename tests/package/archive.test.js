@@ -1,6 +1,6 @@
 'use strict';
-// The archive of `npm run package` as a user installs it: scripts/package/test.sh
-// runs this and prepares what it needs.
+// Installs the archive of `npm run package` as a user would. scripts/package/test.sh prepares
+// and runs these tests.
 
 const assert = require('node:assert/strict');
 const { execFileSync } = require('node:child_process');
@@ -16,7 +16,8 @@ const { OSTLER_ARCHIVE: archive, OSTLER_ROOTS: roots, OSTLER_TOOLS, OSTLER_UNSHA
 const tools = path.join(OSTLER_TOOLS, 'node_modules');
 const node = (name) => path.join(tools, name, 'bin', 'node');
 
-// What leads into the unpacked Debian 11. The directories are there under the same paths.
+// Returns the command that runs a program in the unpacked Debian 11, where the given directories
+// are mounted at the same paths.
 function enterDebian11(...directories) {
   const root = path.join(roots, 'linux-x64', 'root');
   const script = `for directory in /dev /proc ${directories.join(' ')}; do
@@ -31,7 +32,7 @@ function run([command, ...args], options) {
   return execFileSync(command, args, { encoding: 'utf8', maxBuffer: 1 << 26, ...options });
 }
 
-// Runs Node in `directory`, with nothing but itself on the PATH and with little else in the environment.
+// Runs Node in `directory` with a minimal environment, in which PATH has only Node itself.
 function runNode(enter, version, directory, args, { DISPLAY = '', XDG_RUNTIME_DIR = '' } = {}) {
   const env = { PATH: process.env.PATH, XDG_SESSION_TYPE: 'x11', DISPLAY, XDG_RUNTIME_DIR };
   const script = 'cd "$0"; PATH=${1%/*} HOME=$0 exec "$@"';
@@ -56,10 +57,10 @@ const modules = {
     ${takePictures}`,
 };
 
-// Node exports a zlib, which a libpng that is not linked in uses: the bytes of a PNG differ.
+// A libpng that is not linked in uses the zlib that Node exports, so the bytes of a PNG differ.
 const pixelsAndJpeg = ([png, jpeg]) => [decodePng(Buffer.from(png, 'base64')).data, jpeg];
 
-// What a build with the distribution's shared codecs makes of the desktop.
+// Takes the same pictures with a build that uses the distribution's shared codecs.
 async function expectedPictures(env) {
   const host = await startHost(env);
   const pictures = await host.run((addon) => [-1, 0.75].map((quality) =>

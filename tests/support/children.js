@@ -7,19 +7,21 @@ const path = require('node:path');
 const { after } = require('node:test');
 
 const running = new Set();
-// What a test has not stopped or closed would keep this process for ever, so it fails instead.
+// Anything that a test has not stopped or closed would keep this process running, so the test
+// file fails 20 s after its last test.
 after(() => setTimeout(() => {
   running.forEach((child) => child.kill('SIGKILL'));
   process.exit(1);
 }, 20000).unref());
 
-// Gives the end of a child process, which comes after the tests at the latest.
+// Resolves to the exit code and signal of a child process. A child that is still running after
+// the tests is killed.
 function endOf(child) {
   running.add(child);
   return once(child, 'exit').finally(() => running.delete(child));
 }
 
-// Resolves at the end of a child to its exit code, or its signal, and all that it printed.
+// Resolves, when a child has ended, to its exit code or signal and to all that it printed.
 async function endWithOutput(child) {
   let output = '';
   const closed = [child.stdout, child.stderr].map((stream) => {
@@ -34,16 +36,17 @@ const directories = [];
 process.once('exit', () => directories.forEach((name) => fs.rmSync(name, { recursive: true, force: true })));
 for (const signal of ['SIGINT', 'SIGTERM', 'SIGHUP']) process.once(signal, () => process.exit(1));
 
-// A new directory, which goes with this process.
+// Creates a directory that is deleted when this process exits.
 function temporaryDirectory() {
   directories.push(fs.mkdtempSync(path.join(os.tmpdir(), 'ostler-test-')));
   return directories.at(-1);
 }
 
-// The command and arguments of a server that ends when this process does, even if that is killed.
+// Returns the command and arguments that run a server until this process ends, even if it is
+// killed.
 const bound = (...command) => ['setpriv', ['--pdeathsig', 'KILL', ...command]];
 
-// The path of a program of the tests.
+// Returns the path of a test program.
 const program = (name) => path.join(process.env.OSTLER_TEST_PROGRAMS, name);
 
 module.exports = { bound, endOf, endWithOutput, program, temporaryDirectory };

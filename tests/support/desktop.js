@@ -1,7 +1,7 @@
 'use strict';
-// A Wayland desktop for tests: a private session bus, on which the portal of
-// portal.py starts when it is called, the EIS server that it hands out, and a
-// PipeWire daemon with a screen (see pipewire_source.cpp).
+// Starts a simulated Wayland desktop: a private session bus, which starts the portal of
+// portal.py on the first call, the portal's EIS server, and a PipeWire daemon with a screen
+// (see pipewire_source.cpp).
 
 const { spawn } = require('node:child_process');
 const { once } = require('node:events');
@@ -13,7 +13,7 @@ const { waitUntil } = require('./wait');
 
 const modules = ['protocol-native', 'client-node', 'access', 'link-factory'];
 
-// A new directory for a Wayland session, and the environment of its programs.
+// Creates a directory for a Wayland session and the environment of its programs.
 function makeSession() {
   const directory = temporaryDirectory();
   const inside = (name) => path.join(directory, name);
@@ -26,7 +26,7 @@ function makeSession() {
   return { directory, inside, env };
 }
 
-// `script` is the portal's.
+// Starts a desktop. portal.py describes `script`, pipewire_source.cpp describes `picture`.
 async function startDesktop(script = {}, picture = 'BGRx 64 48 1') {
   const { directory, inside, env } = makeSession();
   fs.writeFileSync(inside('org.freedesktop.portal.Desktop.service'), `[D-BUS Service]
@@ -64,24 +64,24 @@ Exec=/usr/bin/python3 -B "${path.join(__dirname, 'portal.py')}" "${directory}"\n
       await once(bus.stdout, 'data');
     },
     killPipeWire: () => daemon.kill(),
-    // The process of the portal and of its EIS server.
+    // Returns the process id of the portal, which is also that of its EIS server.
     portal: () => Number(fs.readFileSync(inside('portal.pid'), 'utf8')),
-    // Has the EIS server add and remove devices (see Channel.act).
+    // Makes the EIS server add and remove devices (see Channel.act).
     async act(...commands) {
       const before = desktop.record().length;
       fs.writeFileSync(inside('eis.json'), JSON.stringify(commands));
       process.kill(desktop.portal(), 'SIGUSR2');
       await desktop.recordWhen((record) => record.slice(before).includes('eis acted'));
     },
-    // With it the record begins anew.
+    // Sets a new script for the portal and clears the record.
     setScript(steps) {
       fs.writeFileSync(inside('record'), '');
       fs.writeFileSync(inside('script.new'), JSON.stringify({ node: Number(node), ...steps }));
       fs.renameSync(inside('script.new'), inside('script.json'));
     },
-    // What the portal and the EIS server wrote down.
+    // Returns the lines that the portal and the EIS server have recorded.
     record: () => fs.readFileSync(inside('record'), 'utf8').split('\n').slice(0, -1),
-    // The record, once the condition holds for it.
+    // Waits until the condition is true of the record, and returns the record.
     async recordWhen(condition) {
       await waitUntil(() => condition(desktop.record()), desktop.record);
       return desktop.record();
@@ -105,7 +105,7 @@ Exec=/usr/bin/python3 -B "${path.join(__dirname, 'portal.py')}" "${directory}"\n
   return desktop;
 }
 
-// A test with a desktop of its own, and a host there.
+// Makes a test that has its own desktop with a host.
 const withDesktop = (script, test, picture) => async () => {
   const desktop = await startDesktop(script, picture);
   await desktop.startHost().then((host) => test(desktop, host)).finally(desktop.stop);

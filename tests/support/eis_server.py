@@ -1,10 +1,9 @@
-# A compositor's input socket that writes down what arrives.
+# An EIS server, as a compositor has it, that records the input it receives.
 #
-# A device is "pointer,button,scroll,keyboard", in any choice, then "#us,de" if it
-# has a keymap of these layouts, "@width,height,x,y" for each region, with "=id" if
-# that has a mapping id, then "!late" when it is announced only after the others
-# have started. There is a line for each frame: the number of the device, the
-# events.
+# A device is described by any of "pointer,button,scroll,keyboard", then "#us,de" if it has a
+# keymap of these layouts, "@width,height,x,y" for each region, with "=id" if the region has a
+# mapping id, then "!late" if it is announced only after the others have started. The record
+# has a line for each frame, with the number of the device and the events.
 import ctypes
 import os
 

@@ -5,7 +5,7 @@ const path = require('node:path');
 
 const helperFile = path.join(__dirname, '..', '..', 'lib', 'helper.js');
 
-// The process ids of the helpers that a process has started.
+// Returns the process ids of the helpers that a process has started.
 function helpersOf(pid) {
   const children = fs.readdirSync(`/proc/${pid}/task`).flatMap(
     (task) => fs.readFileSync(`/proc/${pid}/task/${task}/children`, 'latin1').split(' ').filter(Boolean));

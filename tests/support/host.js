@@ -1,6 +1,6 @@
 'use strict';
-// A host process that has loaded the addon: what the addon does to its host
-// (output, exit code, signals, memory) is part of what the tests look at.
+// Starts host processes that load the addon. The tests also check what the addon does to its
+// host: output, exit code, signals and memory.
 
 const assert = require('node:assert');
 const { fork, spawn } = require('node:child_process');
@@ -8,15 +8,15 @@ const { once } = require('node:events');
 const path = require('node:path');
 const { endWithOutput } = require('./children');
 
-// Node has no sanitizer in it, so the runtime of the addon's comes first; Node's
-// own memory at its end is not looked at.
+// Node is built without sanitizers, so the runtime of the addon's sanitizer is preloaded. Leaks
+// are not checked, because Node itself does not free everything at exit.
 const hostEnvironment = (env) => {
   const { OSTLER_PRELOAD: runtime } = process.env;
   return runtime ? { ...env, LD_PRELOAD: runtime, ASAN_OPTIONS: 'detect_leaks=0' } : env;
 };
 
-// Starts a host in `env`. `run(function, ...values)` calls the function with
-// the addon and the values there, and gives its result or throws its error;
+// Starts a host in `env`. `run(function, ...values)` calls the function in the host with the
+// addon and the values, and resolves to its result or rejects with its error.
 // `call(method, ...values)` calls a method of the addon.
 async function startHost(env) {
   const child = fork(path.join(__dirname, 'host_main.js'),
@@ -37,8 +37,7 @@ async function startHost(env) {
     pid: child.pid,
     run,
     call: (method, ...values) => run((addon, name, args) => addon[name](...args), method, values),
-    // Ends the host as a script that is through does. Nothing it did may have
-    // printed anything.
+    // Lets the host exit normally, and checks that it has printed nothing.
     async stop() {
       child.disconnect();
       assert.deepStrictEqual(await ended, { end: 0, output: '' });
@@ -46,7 +45,8 @@ async function startHost(env) {
   };
 }
 
-// Runs a script as a host. At each line that it prints `atLine` is called, then it gets a line.
+// Runs a script in a host. Each time the script prints a line, `atLine` is called, and then the
+// script receives a line.
 function runScript(source, env, atLine) {
   const child = spawn(process.execPath, ['-e', source],
     { env: hostEnvironment(env), timeout: 60000, killSignal: 'SIGKILL' });

@@ -1,5 +1,5 @@
 'use strict';
-// What runs in the process of host.js.
+// Runs in the process that host.js starts.
 
 const addon = require(process.env.OSTLER_ADDON);
 process.on('message', ({ source, values }) => {

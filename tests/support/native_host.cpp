@@ -1,8 +1,8 @@
-// A host other than Node, which loads $OSTLER_ADDON and prints the outcome:
+// A host without Node, which loads $OSTLER_ADDON and prints the result:
 //   native_host clipboard     writes its input to the clipboard; its children inherit its standard streams
 //   native_host glib          opens the backend while a source of its own is called in GLib's main context
 //   native_host glib thread   the same, with that context run by another thread
-// The tenth call of the source calls the backend in its turn.
+// On its tenth call the source calls the backend too.
 
 #include <csignal>
 #include <cstdlib>
@@ -21,7 +21,7 @@ namespace {
 
 template <typename Function>
 Function find(const char* symbol) {
-  // Lazily, for there is no Node-API here.
+  // RTLD_LAZY, because this process does not define the functions of Node-API.
   void* const addon = dlopen(std::getenv("OSTLER_ADDON"), RTLD_LAZY);
   void* const function = addon != nullptr ? dlsym(addon, symbol) : nullptr;
   if (function == nullptr) std::cout << dlerror() << std::endl;

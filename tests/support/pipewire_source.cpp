@@ -1,14 +1,13 @@
-// A screen for the PipeWire daemon of a test. It is linked to every stream that
-// comes, as a session manager would do it.
+// Provides a screen to the PipeWire daemon of a test, and links it to every new stream, as a
+// session manager would.
 //
-// A line of stdin says what the screen shows from then on: FORMAT WIDTH HEIGHT
-// SEED [CURSOR_X CURSOR_Y]. Pixel (x, y) has red x, green y and blue SEED, each
-// modulo 256; with SEED 0 nothing is sent. Another format than before is
-// negotiated first. After "cursor X Y" the pointer moves there in buffers that
-// hold nothing else, and black pixels, as KWin sends them. After "still N" the
-// picture is sent once at each start of the stream from the Nth on. After "fail
-// TEXT" the stream that came last gets errors instead. Prints its node's number
-// after the first line; ends with its input.
+// Each line of stdin sets what the screen shows: FORMAT WIDTH HEIGHT SEED [CURSOR_X CURSOR_Y].
+// Pixel (x, y) has red x, green y and blue SEED, each modulo 256; with SEED 0 nothing is sent.
+// A format that differs from the previous one is negotiated first. After "cursor X Y" the
+// pointer moves there in buffers that hold only the cursor and black pixels, as KWin sends them.
+// After "still N" the picture is sent once at each start of the stream from the Nth on. After
+// "fail TEXT" the newest stream gets errors instead. Prints the number of its node after the
+// first line, and exits when stdin ends.
 
 #include <cerrno>
 #include <chrono>
@@ -29,7 +28,7 @@
 #include <spa/pod/builder.h>
 #include <unistd.h>
 
-// PipeWire's macros are no standard C++.
+// PipeWire's macros are not standard C++.
 #if defined(__clang__)
 #pragma clang diagnostic ignored "-Wpedantic"
 #endif
@@ -50,18 +49,18 @@ pw_registry* registry;
 std::uint32_t outputPort, consumerNode;
 pw_client* consumer;
 Picture picture;
-bool negotiated;  // in the format of the picture
+bool negotiated;  // whether the picture's format has been negotiated
 bool cursorOnly;
-int starts, firstSeen;  // of a still screen
+int starts, firstSeen;  // the starts of the stream, and the first at which a still picture is sent
 std::string failure;
 
-// Format and cursor; the buffers are as the other side wants them.
+// Offers the format and the cursor. The other side decides about the buffers.
 void offer(bool first) {
   alignas(8) unsigned char room[1024];
   spa_pod_builder pods;
   spa_pod_builder_init(&pods, room, sizeof room);
   const spa_rectangle size{picture.width, picture.height};
-  // As GNOME has it.
+  // GNOME offers this size.
   const int cursorSize = sizeof(spa_meta_cursor) + sizeof(spa_meta_bitmap) + 384 * 384 * 4;
   const spa_pod* params[] = {
       static_cast<const spa_pod*>(spa_pod_builder_add_object(
@@ -144,7 +143,7 @@ void onGlobal(void*, std::uint32_t id, std::uint32_t, const char* type, std::uin
   pw_core_create_object(core, "link-factory", PW_TYPE_INTERFACE_Link, PW_VERSION_LINK, &ends, 0);
 }
 
-// Whether another format has to be negotiated.
+// Reads a line of stdin. Returns whether a new format has to be negotiated.
 bool readInput() {
   char text[1000];
   const ssize_t size = read(STDIN_FILENO, text, sizeof text - 1);
@@ -181,7 +180,7 @@ int main() {
   pw_main_loop* const mainLoop = pw_main_loop_new(nullptr);
   pw_loop* const loop = pw_main_loop_get_loop(mainLoop);
   pw_context* const context = pw_context_new(loop, nullptr, 0);
-  // The daemon is still on its way.
+  // The daemon may still be starting.
   for (int i = 0; (core = pw_context_connect(context, nullptr, 0)) == nullptr; ++i) {
     if (i == 2000) return 1;
     std::this_thread::sleep_for(std::chrono::milliseconds(5));

@@ -1,32 +1,32 @@
 #!/usr/bin/python3
-# A desktop portal that does as a test says and writes down what it was asked.
+# A simulated desktop portal that follows a test's script and records the calls it receives.
 #
 #     portal.py DIRECTORY
 #
-# Started by the bus when somebody asks for its name. DIRECTORY/script.json names
-# what is out of the ordinary, per method or property, as one step for all calls
-# or a list of steps, one a call. All values are GVariant texts:
+# The bus starts it when a client uses its name. DIRECTORY/script.json describes deviations from
+# the usual behaviour, per method or property: either one step for all calls or a list with one
+# step per call. All values are GVariant texts:
 #
 #     error      [name, message]: the call fails
 #     silent     true: the method never replies
-#     reply      what the method replies
-#     response   body of the Response signal, "(uint32 CODE, RESULTS)"; in it SESSION
-#                is the new session's path and NODE what the script has as "node"
+#     reply      the method's reply
+#     response   body of the Response signal, "(uint32 CODE, RESULTS)", in which SESSION
+#                is replaced by the new session's path and NODE by the script's "node"
 #     path       object path of the request, when it is not the usual one
 #     delay      milliseconds between the reply and the Response
-#     when       "before": Response before the reply; "never"; "exit": the portal
-#                ends after its reply
+#     when       "before": Response before the reply; "never": no Response; "exit": the
+#                portal exits after its reply
 #     eis        device descriptions for the EIS server, or {"bytes": hex, "answer": hex,
-#                "close": bool} for a socket that sends just that, the answer once
-#                the client has sent something
+#                "close": bool} for a socket that sends only these bytes, the answer
+#                after the client has sent something
 #
-# SIGUSR1 closes the session, as the user's "stop" does.
-# SIGUSR2 makes the EIS server do what DIRECTORY/eis.json says (see Channel.act). A
-# script with "getLayout" makes it KDE's keyboard service as well.
+# SIGUSR1 closes the session, as the user can. SIGUSR2 makes the EIS server do what
+# DIRECTORY/eis.json says (see Channel.act). A script with "getLayout" makes this process
+# KDE's keyboard service as well.
 #
-# DIRECTORY/record has a line for each call, "Interface.Method ARGUMENTS"; the EIS
-# server adds its own. Tokens are written #1, #2... in order of appearance. A new
-# script starts all counts again.
+# DIRECTORY/record gets a line for each call, "Interface.Method ARGUMENTS", and the lines of the
+# EIS server. Tokens are recorded as #1, #2... in order of appearance. A new script resets all
+# counts.
 import json
 import os
 import re
@@ -41,7 +41,7 @@ directory = sys.argv[1]
 record = open(os.path.join(directory, 'record'), 'ab', buffering=0)
 desktop = '/org/freedesktop/portal/desktop'
 bus = Gio.bus_get_sync(Gio.BusType.SESSION)
-kept = []  # EIS channels
+kept = []  # keeps EIS channels from being garbage-collected
 
 full = lambda name: 'org.%s.%s' % ('freedesktop' if '.' in name else 'kde', name)
 INTERFACES = {
@@ -66,7 +66,7 @@ RESPONSES = {
     'SelectSources': '(uint32 0, @a{sv} {})',
     'Start': "(uint32 0, {'devices': <uint32 3>, 'streams': <[(uint32 NODE, {'size': <(1280, 720)>})]>})",
 }
-# In the order of a real compositor: a client may be content when the pointer has come.
+# A real compositor announces devices in this order. A client may stop waiting after the pointer.
 DEVICES = ['keyboard', 'pointer,button,scroll@1280,720,0,0']
 
 

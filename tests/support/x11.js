@@ -1,5 +1,6 @@
 'use strict';
-// X servers for tests, with a host and with a second client that sees what the host does: build/tests/x11_witness.
+// Starts X servers for tests, with a host and a witness: a second client that reports what the
+// host does (x11_witness.cpp).
 
 const { execFileSync, spawn } = require('node:child_process');
 const { once } = require('node:events');
@@ -7,8 +8,8 @@ const readline = require('node:readline');
 const { bound, endOf, program, temporaryDirectory } = require('./children');
 const { startHost } = require('./host');
 
-// Starts Xvfb on a free display. `screen` is WxHxDEPTH, `enter` the command that
-// runs it elsewhere.
+// Starts Xvfb on a free display. `screen` is WxHxDEPTH, `enter` a command that
+// runs the server in another root directory.
 async function startXvfb({ screen = '1280x720x24', options = [], enter = [] } = {}) {
   // -noreset: a server that resets when its last client leaves can refuse the next one.
   // -nolisten unix: leaves the abstract socket, which vanishes even when the server is killed.
@@ -23,7 +24,7 @@ async function startXvfb({ screen = '1280x720x24', options = [], enter = [] } = 
     pid: server.pid,
     env: { ...rest, DISPLAY: `:${number}`, XDG_SESSION_TYPE: 'x11', XDG_RUNTIME_DIR: temporaryDirectory() },
     async stop() {
-      server.kill('SIGCONT');  // it may have been stopped
+      server.kill('SIGCONT');  // a test may have sent SIGSTOP
       server.kill();
       await exited;
     },
@@ -47,7 +48,7 @@ async function startWitness(env, ...options) {
   }
   await readUntil('ready');
   return {
-    // All events since the last call, up to what the server had by now.
+    // Resolves to all events since the last call that the server has sent by now.
     events: () => child.stdin.write('\n') && readUntil('synced'),
     async stop() {
       child.kill();
@@ -56,7 +57,7 @@ async function startWitness(env, ...options) {
   };
 }
 
-// An X server with a witness and a host.
+// Starts an X server with a witness and a host.
 async function startX11(options) {
   const server = await startXvfb(options);
   const witness = await startWitness(server.env);
@@ -69,19 +70,19 @@ async function startX11(options) {
   };
 }
 
-// A test with such a server of its own.
+// Makes a test that has its own server, witness and host.
 const withX11 = (options, test) => async () => {
   const x11 = await startX11(options);
   await test(x11).finally(x11.stop);
 };
 
-// The keyboard map, and the keys and buttons that are down, as other clients read them.
+// Returns the keyboard map and the pressed keys and buttons, as other clients read them.
 const keyboardState = (env) => ({
   map: execFileSync('xmodmap', ['-pke'], { env, encoding: 'utf8' }),
   down: execFileSync(program('x11_witness'), ['state'], { env, encoding: 'utf8' }),
 });
 
-// The text of all key presses.
+// Returns the text of all key presses.
 const textOf = (events) => String.fromCodePoint(
   ...events.filter((event) => event.kind === 'key' && event.down && event.codePoint).map((event) => event.codePoint));
 

@@ -1,15 +1,14 @@
-// Another client of the X server: a window over the whole screen, painted in
-// bars of known colours, that prints every input event it gets as a line of
-// JSON. A line on its input makes it print {"kind":"synced"} once all that the
-// server had for it by then is out. A key's "age" is how many milliseconds after
-// the server had sent it its symbol had been looked up.
-//   x11_witness state   prints which buttons and keys are down
-//   x11_witness owner ANSWER...   owns CLIPBOARD instead, and answers each request with
-//     TYPE LENGTH   a text of that type and length, a to z over and over
-//     refuse 0      a refusal
-//     ignore 0      nothing
-//     die 0         its own end
-//     destroy 0     the end of the window that asked
+// A second client of the X server. Its window covers the screen with bars of known colours, and
+// it prints every input event as a line of JSON. After a line on stdin it prints the remaining
+// events that the server has sent, and then {"kind":"synced"}. The "age" of a key is the time in
+// milliseconds between the server's event and the lookup of its keysym.
+//   x11_witness state   only prints which buttons and keys are down
+//   x11_witness owner ANSWER...   owns CLIPBOARD instead, and answers each request:
+//     TYPE LENGTH   with a text of that type and length, which repeats a to z
+//     refuse 0      with a refusal
+//     ignore 0      never
+//     die 0         by exiting
+//     destroy 0     by destroying the window that sent the request
 
 #include <cstdio>
 #include <cstdlib>
@@ -27,7 +26,7 @@
 
 namespace {
 
-// As toolkits do: the character is in the keysym.
+// Returns the character of a keysym, as toolkits compute it, or 0.
 unsigned long codePointOf(KeySym keysym) {
   if ((keysym & 0xFF000000) == 0x01000000) return keysym & 0x00FFFFFF;
   if (keysym >= 0x20 && keysym <= 0xFF) return keysym;
@@ -35,7 +34,7 @@ unsigned long codePointOf(KeySym keysym) {
   return 0;
 }
 
-// The keys as a bit each, the buttons as a number.
+// Prints the buttons as a number, then the keys with one bit each.
 void printState(Display* display) {
   char keys[32];
   XQueryKeymap(display, keys);
@@ -64,7 +63,7 @@ void paintBars(Display* display, Window window, int width, int height) {
   XFreeGC(display, gc);
 }
 
-// The X server of the tests takes its times from this clock.
+// Xvfb takes its timestamps from this clock.
 unsigned ageOf(Time time) {
   timespec now{};
   clock_gettime(CLOCK_MONOTONIC, &now);
@@ -79,7 +78,7 @@ void printEvent(XEvent& event) {
   char text[32];
   if (event.type <= KeyRelease) XLookupString(&event.xkey, text, sizeof text, &keysym, nullptr);
   const char* const kinds[] = {"key", "key", "button", "button", "motion"};
-  // Events of keys and of the pointer's motion have these fields at the same places.
+  // Key and motion events have these fields at the same offsets.
   const XButtonEvent& input = event.xbutton;
   std::printf("{\"kind\":\"%s\",\"down\":%d,\"keysym\":%lu,\"codePoint\":%lu,\"button\":%u,",
               kinds[event.type - KeyPress], event.type == KeyPress || event.type == ButtonPress, keysym,

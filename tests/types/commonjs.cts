@@ -1,4 +1,4 @@
-// A host's CommonJS module, by both ways to import there are.
+// A CommonJS module of a host, which imports the addon in both possible ways.
 import byDefault from 'ostler';
 import ostler = require('ostler');
 

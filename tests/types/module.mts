@@ -1,18 +1,18 @@
-// A host's ECMAScript module, by the package's own name. Each @ts-expect-error
-// is a mistake that the declarations have to catch.
+// An ECMAScript module of a host. Each @ts-expect-error marks a mistake that the declarations
+// have to catch.
 import ostler, { click } from 'ostler';
 import type { Point } from 'ostler';
-// @ts-expect-error: the methods by name have the same parameters
+// @ts-expect-error: a named export has the parameters of its method
 click('left');
 
 const picture: Buffer | null = ostler.screenshot('', null, [], 800, 600, 0, 0, 0, 0, 0.8);
-// @ts-expect-error: there may be no picture
+// @ts-expect-error: the picture may be null
 picture.length;
 // @ts-expect-error: without a count nothing would be clicked
 ostler.click(10, 20, 'left');
-// @ts-expect-error: a text is no number
+// @ts-expect-error: the text has to be a string
 ostler.type(5);
-// @ts-expect-error: the callback gets no arguments
+// @ts-expect-error: the callback receives no arguments
 ostler.lock((key: string) => key);
 
 const { width, height }: ostler.DisplaySize = ostler.display();

@@ -1,4 +1,4 @@
-// A host of the promise API, mistakes included.
+// A host that uses the promise API. Each @ts-expect-error marks a mistake.
 import { AbortError, openDesktop, type Desktop, type DesktopEnd } from 'ostler/promises';
 
 export async function host(signal: AbortSignal): Promise<DesktopEnd> {
@@ -7,11 +7,11 @@ export async function host(signal: AbortSignal): Promise<DesktopEnd> {
   await desktop.click({ x: 1, y: 2, count: 2, timeout: 50 });
   await desktop.type('text', { timeout: 1000 });
   const png: Buffer | null = await desktop.screenshot({ format: 'png', width: 1280, height: 720 });
-  // @ts-expect-error: there may be no picture
+  // @ts-expect-error: the picture may be null
   png.length;
   // @ts-expect-error: there is no such format
   await desktop.screenshot({ format: 'gif' });
-  // @ts-expect-error: a listener takes the place of lock
+  // @ts-expect-error: onEscape replaces lock
   await desktop.lock(() => {});
   const stop = await desktop.onEscape((time: number) => time);
   await stop();

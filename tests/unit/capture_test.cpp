@@ -1,4 +1,4 @@
-// What a PipeWire server may send: formats, and buffers with pictures.
+// Tests the handling of formats and buffers that a PipeWire server may send.
 
 #include <chrono>
 #include <limits>
@@ -51,9 +51,9 @@ TEST(StreamFormat, AsksForBuffersOfTheSizeOfAFrame) {
   }
 }
 
-// A buffer as a server gives it, 3 x 2 pixels in tight rows, with both kinds of
-// metadata. The memory is exactly as long as it says, so that AddressSanitizer
-// sees a read past it.
+// Holds a buffer as a server sends it: 3 x 2 pixels in rows without padding, with both kinds of
+// metadata. The memory has exactly the declared size, so that AddressSanitizer detects a read
+// past its end.
 struct TestBuffer {
   TestBuffer() { resize(24); }
   TestBuffer(const TestBuffer&) = delete;
@@ -83,7 +83,7 @@ struct TestBuffer {
 
 using Change = void (*)(TestBuffer&);
 
-TEST(FrameIntake, DiscardsWhatIsNoPicture) {
+TEST(FrameIntake, DiscardsBuffersWithoutAValidPicture) {
   const std::pair<const char*, Change> cases[] = {
       {"no block", [](TestBuffer& b) { b.blocks = 0; }},
       {"not mapped", [](TestBuffer& b) { b.data.data = nullptr; }},
@@ -120,7 +120,7 @@ TEST(FrameIntake, TakesTheCursorOfABufferThatHasNoPicture) {
   }
 }
 
-TEST(FrameIntake, TakesRowsAndCursorFromWhereTheyAre) {
+TEST(FrameIntake, ReadsRowsAndCursorAtTheirOffsets) {
   const struct {
     const char* name;
     Change change;
@@ -177,7 +177,7 @@ TEST(CaptureState, ReusesTheStorageOfAFrameThatNobodyShares) {
   EXPECT_EQ(state.latestFrame()->bytes[0], 4);
 }
 
-// As a PipeWire 1.4 server does when the other end of the stream goes.
+// A PipeWire 1.4 server clears the format when the source of the stream disappears.
 TEST(CaptureState, FailsOnceTheFormatHasBeenClearedForAWhile) {
   CaptureState state;
   const auto isRunning = [&] {
@@ -197,8 +197,8 @@ TEST(CaptureState, FailsOnceTheFormatHasBeenClearedForAWhile) {
   EXPECT_TRUE(isRunning());
 }
 
-// Widths around the number of pixels that a vectorised loop takes at a time.
-TEST(Unpack, TakesTheColoursOfAPartInFourFormats) {
+// The widths are near multiples of the number of pixels that a vectorised loop handles at once.
+TEST(Unpack, ConvertsAPartInFourFormats) {
   for (std::uint32_t videoFormat = 0; videoFormat < 100; ++videoFormat) {
     const bool blueFirst = videoFormat == SPA_VIDEO_FORMAT_BGRx || videoFormat == SPA_VIDEO_FORMAT_BGRA;
     if (!blueFirst && videoFormat != SPA_VIDEO_FORMAT_RGBx && videoFormat != SPA_VIDEO_FORMAT_RGBA) {

@@ -12,7 +12,7 @@ namespace {
 
 void set(const char* name, const char* value) { value != nullptr ? setenv(name, value, 1) : unsetenv(name); }
 
-TEST(DetectSessionKind, TakesTheFirstVariableThatTells) {
+TEST(DetectSessionKind, UsesTheFirstVariableThatDecides) {
   unsetenv("XDG_RUNTIME_DIR");
   if (waylandSocketPresent()) GTEST_SKIP() << "this user's own Wayland session would be found";
   char directory[] = "/tmp/ostler-session-XXXXXX";
@@ -23,9 +23,9 @@ TEST(DetectSessionKind, TakesTheFirstVariableThatTells) {
     const char *name, *kind, *sessionType, *waylandDisplay, *display, *runtimeDirectory;
   } cases[] = {
       {"type in capitals", "wayland", "Wayland", unset, unset, unset},
-      {"type beside everything else", "x11", "x11", "wayland-0", ":0", directory},
+      {"type takes precedence over everything else", "x11", "x11", "wayland-0", ":0", directory},
       {"unknown type", "tty ", "TTY ", unset, unset, unset},
-      {"empty type, name of a Wayland display", "wayland", "", "no-such-socket", unset, unset},
+      {"empty type, WAYLAND_DISPLAY without a socket", "wayland", "", "no-such-socket", unset, unset},
       {"socket alone", "unknown", unset, unset, unset, directory},
       {"socket and empty names", "unknown", unset, "", "", directory},
       {"DISPLAY alone", "x11", unset, unset, ":0", unset},

@@ -27,7 +27,7 @@ RgbImage noise(std::int32_t width, std::int32_t height) {
   return image;
 }
 
-// A captured picture in packed RGB already.
+// Makes a capture whose pixels are already packed RGB.
 Capture captureOf(RgbImage image) {
   const Size size{image.width, image.height};
   auto copyPart = [image = std::move(image)](const Rect& part) {
@@ -47,7 +47,7 @@ RgbImage greyRow(std::initializer_list<unsigned char> values) {
   return image;
 }
 
-// The picture in a PNG; empty if it is none.
+// Decodes a PNG; returns an empty image if it is invalid.
 RgbImage decodePng(const std::vector<unsigned char>& file) {
   png_image info{};
   info.version = PNG_IMAGE_VERSION;
@@ -89,7 +89,7 @@ TEST(ResampleImage, IsTheAreaWeightedMean) {
   EXPECT_THROW(resampleImage(image, 2147483647, 2147483647), std::length_error);
 }
 
-TEST(FinishCapture, LetsACropWinOverATarget) {
+TEST(FinishCapture, PrefersACropToATarget) {
   constexpr std::int32_t most = std::numeric_limits<std::int32_t>::max(), least = -most - 1;
   const RgbImage image = noise(200, 100);
   const struct {
@@ -97,11 +97,11 @@ TEST(FinishCapture, LetsACropWinOverATarget) {
     double scale;
     Size target;
     Rect crop;
-    Rect part;  // of the image, unless it was resampled
+    Rect part;  // the expected part of the image, or the expected size after resampling
   } cases[] = {
-      {"nothing asked for", 1, {}, {}, {0, 0, 200, 100}},
+      {"neither target nor crop", 1, {}, {}, {0, 0, 200, 100}},
       {"target", 1, {100, 50}, {}, {0, 0, 100, 50}},
-      {"half a target, half a crop", 1, {100, 0}, {0, 0, 10, -5}, {0, 0, 200, 100}},
+      {"target and crop each without a height", 1, {100, 0}, {0, 0, 10, -5}, {0, 0, 200, 100}},
       {"crop and target", 1, {100, 50}, {10, 20, 30, 20}, {10, 20, 30, 20}},
       {"beyond the right edge", 1, {}, {180, 0, 50, 50}, {180, 0, 20, 50}},
       {"beyond the left and upper edges", 1, {}, {-10, -7, 50, 20}, {0, 0, 50, 20}},
@@ -134,9 +134,9 @@ TEST(EncodeJpeg, RoundsTheQualityAndLimitsIt) {
   EXPECT_EQ(encodedAt(75).at(25), 8) << "the first entry of the luminance table";
 }
 
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // which take memory without end
-// Ends the process with 0 if an encoder returned without a picture each time
-// that the memory was too little for it.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // which reserve too much address space
+// Limits the memory more and more loosely and encodes each time. Exits with 0 if the encoder
+// returned no picture at least once, and returns one without a limit.
 template <typename Encode>
 void encodeWithoutMemory(Encode encode) {
   const RgbImage image = noise(500, 500);
@@ -157,14 +157,14 @@ void encodeWithoutMemory(Encode encode) {
   std::exit(failures > 0 && !encode(image).empty() ? 0 : 1);
 }
 
-TEST(Encoders, FailQuietlyWithoutMemory) {
+TEST(Encoders, FailSilentlyWithoutMemory) {
   const auto encodeBest = [](const RgbImage& image) { return encodeJpeg(image, 1); };
   EXPECT_EXIT(encodeWithoutMemory(encodeBest), testing::ExitedWithCode(0), "^$");
   EXPECT_EXIT(encodeWithoutMemory(encodePng), testing::ExitedWithCode(0), "^$");
 }
 #endif
 
-TEST(Encoders, RefuseQuietlyAnImageWithoutPixels) {
+TEST(Encoders, RejectAnImageWithoutPixelsSilently) {
   for (const Size size : {Size{0, 5}, {5, 0}, {0, 0}}) {
     const RgbImage image(size.width, size.height);
     EXPECT_EXIT(std::exit(encodeJpeg(image, 1).empty() && encodePng(image).empty() ? 0 : 1),
@@ -173,15 +173,16 @@ TEST(Encoders, RefuseQuietlyAnImageWithoutPixels) {
   }
 }
 
-// Last, for what it frees would serve an encoder that is to run out of memory.
-TEST(Encoders, RefuseATooLargeTargetBeforeItIsMade) {
+// This test is the last one, because the memory that it frees would be available to the test
+// of encoders without memory.
+TEST(Encoders, RejectATooLargeTargetBeforeResampling) {
   for (const auto& [quality, limit] : {std::pair{0.5, 65500}, {-1.0, 1000000}}) {
     const auto isRefused = [quality = quality](Size target) {
       return finishCapture(captureOf(noise(2, 2)), 1, 1, target, {}, quality).empty();
     };
     EXPECT_FALSE(isRefused({limit, 1}));
     EXPECT_FALSE(isRefused({1, limit}));
-    // No memory would hold these.
+    // No machine has the memory for these sizes.
     EXPECT_TRUE(isRefused({2147483647, limit}));
     EXPECT_TRUE(isRefused({limit, 2147483647}));
   }

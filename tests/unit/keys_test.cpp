@@ -15,12 +15,12 @@ TEST(DecodeUtf8, GivesACodePointOrAReplacementForEveryByteSequence) {
     std::vector<std::uint32_t> codePoints;
   } cases[] = {
       {"one to four bytes", "a\0é€😀"s, {'a', 0, 0xE9, 0x20AC, 0x1F600}},
-      {"end after the first of two", "A\xC3", {'A', replacement}},
-      {"end after the third of four", "\xF0\x9F\x98", {replacement}},
-      {"a letter for the last of three", "\xE2\x82\x41", {replacement, replacement, 'A'}},
-      {"a letter for the second of three", "\xE2\x41\x42", {replacement, 'A', 'B'}},
-      {"no first byte", "\x80\xFF\x61", {replacement, replacement, 'a'}},
-      {"longer than necessary", "\xC0\x80", {0}},
+      {"text ends after the first of two bytes", "A\xC3", {'A', replacement}},
+      {"text ends after the third of four bytes", "\xF0\x9F\x98", {replacement}},
+      {"a letter instead of the last of three bytes", "\xE2\x82\x41", {replacement, replacement, 'A'}},
+      {"a letter instead of the second of three bytes", "\xE2\x41\x42", {replacement, 'A', 'B'}},
+      {"bytes that cannot start a sequence", "\x80\xFF\x61", {replacement, replacement, 'a'}},
+      {"overlong sequence", "\xC0\x80", {0}},
       {"surrogate", "\xED\xA0\x80", {0xD800}},
       {"beyond Unicode", "\xF7\xBF\xBF\xBF", {0x1FFFFF}},
   };
