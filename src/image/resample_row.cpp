@@ -61,11 +61,11 @@ OSTLER_AVX2 void resampleWithAvx2(unsigned char* out, const RgbImage& image, con
   for (const ResampleSpan& column : columns) {
     __m256d sums = _mm256_setzero_pd();
     const unsigned char* pixel = top + static_cast<std::size_t>(column.first) * 3;
-    const std::int32_t last = column.count - 1;
+    const std::ptrdiff_t last = column.count - 1;
     for (std::int32_t j = 0; j < rows.count; ++j, pixel += rowBytes) {
       const double rowWeight = rows.weight(j);
       sums = addWeighted(sums, pixel, column.firstWeight * rowWeight);
-      for (std::int32_t i = 1; i < last; ++i) sums = addWeighted(sums, pixel + i * 3, rowWeight);
+      for (std::ptrdiff_t i = 1; i < last; ++i) sums = addWeighted(sums, pixel + i * 3, rowWeight);
       if (last > 0) sums = addWeighted(sums, pixel + last * 3, column.lastWeight * rowWeight);
     }
     const __m256d weightSum = _mm256_permute4x64_pd(sums, _MM_SHUFFLE(3, 3, 3, 3));

@@ -15,6 +15,7 @@
 
 namespace ostler {
 
+// NOLINTNEXTLINE(bugprone-macro-parentheses): no name may stand in parentheses here.
 #define DEFINE(name) decltype(&::name) name = nullptr;
 OSTLER_GLIB_FUNCTIONS(DEFINE)
 OSTLER_PIPEWIRE_FUNCTIONS(DEFINE)
