@@ -54,7 +54,7 @@ public:
   std::optional<std::uint32_t> keyboardGroup() const { return group; }
 
   FileDescriptor eisFd;
-  // Null without a channel.
+  // Null if there is no channel.
   EiContext eiContext;
   EisSlot eiKeyboard{EI_DEVICE_CAP_KEYBOARD};
   EisSlot eiScroll{EI_DEVICE_CAP_SCROLL};
