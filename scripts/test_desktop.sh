@@ -1,8 +1,8 @@
 #!/bin/sh
-# Runs the tests of tests/real_desktop on desktops without a screen, gnome and
-# kde unless one is named, which the first run builds as directories of their own
-# (see docs/test-desktop.md): test_desktop.sh [gnome | kde]
-# Where that cannot be, says what is missing and exits with 77.
+# Runs the tests of tests/real_desktop on headless desktops, GNOME and KDE unless
+# one is named: test_desktop.sh [gnome | kde]
+# The first run builds each desktop in a directory (see docs/test-desktop.md).
+# If something is missing, prints what it is and exits with 77.
 set -eu
 cd "$(dirname "$0")/.."
 case "${1:-all}" in
@@ -14,7 +14,7 @@ roots=${OSTLER_DESKTOP_ROOTS:-${XDG_CACHE_HOME:-$HOME/.cache}/ostler}
 
 missing() { echo "ostler: no desktop to test on: $1" >&2; exit 77; }
 
-# In a namespace of process ids nothing outlives the tests, however they end.
+# The process id namespace ends all processes with the tests, even if those are killed.
 namespace='unshare --mount --pid --fork --kill-child --mount-proc'
 
 packages='dbus libglib2.0-bin python3-dbusmock pipewire wireplumber xdg-desktop-portal libgl1-mesa-dri libegl-mesa0
@@ -22,7 +22,7 @@ packages='dbus libglib2.0-bin python3-dbusmock pipewire wireplumber xdg-desktop-
 packages_of() {
   case $1 in
     gnome) echo gnome-shell mutter-common-bin xdg-desktop-portal-gnome adwaita-icon-theme ;;
-    # plasma-workspace has what the portal's dialog is made of. The headers are for render_node.cpp.
+    # plasma-workspace contains parts of the portal's dialog; libdrm-dev is for render_node.cpp.
     kde) echo kwin-wayland plasma-workspace breeze breeze-cursor-theme qt6-wayland libkscreen-bin \
       xdg-desktop-portal-kde libdrm-dev ;;
   esac
@@ -46,7 +46,7 @@ build_root() { # build_root DESKTOP ROOT
   rm -rf "$2.part"
   mkdir -p "$2.part"
   debootstrap --variant=minbase trixie "$2.part" "$(mirror)"
-  # The packages' set-up wants /proc and /dev.
+  # Package installation needs /proc and /dev.
   $namespace sh -euc '
     cd "$1"
     mount -t proc proc proc

@@ -25,7 +25,7 @@ void WaylandBackend::tapThroughEis(const KeyCombo& keys) {
   const bool shiftHeld = std::find(keys.held.begin(), keys.held.end(), XK_Shift_L) != keys.held.end();
   tapKeyCombo(keys, [&](std::uint64_t keysym, bool pressed) {
     auto key = eis.findKey(keysym);
-    // Shortcuts such as Ctrl+C are for the key of a US keyboard where the layout has no such letter.
+    // If the layout lacks the letter, programs expect shortcuts such as Ctrl+C on the key of a US keyboard.
     if (!key) key = EvdevKey{.code = keysymToEvdev(keysym)};
     if (key->code == 0) return;
     if (shiftHeld) key->shift = false;
@@ -34,7 +34,7 @@ void WaylandBackend::tapThroughEis(const KeyCombo& keys) {
 }
 
 void WaylandBackend::press(const EvdevKey& key) {
-  // Shift makes another key of AltGr on some layouts, so it comes second.
+  // On some layouts AltGr is another key while Shift is held, so AltGr is pressed first.
   if (key.altGr != 0) eis.key(key.altGr, true);
   if (key.shift) eis.key(KEY_LEFTSHIFT, true);
   eis.key(key.code, true);

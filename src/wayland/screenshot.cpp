@@ -14,7 +14,8 @@ double scaleOf(std::int32_t pixels, std::int32_t displayUnits) {
 
 }  // namespace
 
-// The latest frame that came, however long ago: nobody is asked for a new one.
+// Returns the last frame that arrived. The compositor sends one only when the
+// screen changes.
 std::vector<unsigned char> WaylandBackend::screenshot(Size target, Rect crop, double quality) {
   requireSession();
   capture.waitForFirstFrame(std::chrono::steady_clock::now() + std::chrono::seconds(5));

@@ -21,14 +21,16 @@ void WaylandBackend::type(const std::string& text) {
 
 void WaylandBackend::typeThroughEis(std::uint64_t keysym) {
   const auto key = eis.findKey(keysym);
-  // Letters, digits and the editing keys; all else is for the portal to type.
+  // Letters, digits, the space and the editing keys are plain. The portal types
+  // all else if it can.
   const bool isPlain = findEvdevKey(keysym).has_value();
   if (key && portalRefusesKeyboard && !isPlain) portalInput.requireKeyboard();
   if (key && (isPlain || portalRefusesKeyboard)) {
     tap(*key);
     return;
   }
-  // A character that no key gives is left to the portal as well: its error says so.
+  // The portal also gets a character that no key produces; the host then
+  // receives its error.
   try {
     typeThroughPortal(keysym);
   } catch (const PortalInputRefusal&) {

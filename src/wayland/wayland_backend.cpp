@@ -30,8 +30,8 @@ const char* nameOf(InputKind kind) {
 using namespace std::chrono_literals;
 
 WaylandBackend::WaylandBackend()
-    :  // A portal that has handed out the socket takes no other input, so it is not
-       // asked for a socket that cannot be used.
+    :  // A portal that has handed out the EIS socket accepts no other input, so the
+       // socket is requested only if libei can use it.
       eis(isLibeiLoaded() ? portalInput.connectToEis() : FileDescriptor(), portal.streamPlace,
           [this] { return activeLayoutGroup(portal.connection.get()); }) {
   if (portal.logicalSize) capture.setLogicalSize(*portal.logicalSize);
@@ -39,9 +39,9 @@ WaylandBackend::WaylandBackend()
   waitForFirstFrame();
 }
 
-// KDE Plasma 6.3 sends one frame when the stream starts and none while the screen
-// is still. PipeWire 0.3.65 misses it in 3 to 7 % of sessions, here and, seen
-// once, on GNOME 48.
+// KDE Plasma 6.3 sends one frame when the stream starts and no more until the
+// screen changes. PipeWire 0.3.65 loses that frame in 3 to 7 % of sessions
+// (once also on GNOME 48), so the stream is restarted.
 void WaylandBackend::waitForFirstFrame() {
   const auto start = std::chrono::steady_clock::now();
   for (const std::chrono::milliseconds lost : {700ms, 2000ms}) {
@@ -65,7 +65,7 @@ void WaylandBackend::send(InputKind kind, const std::function<void()>& throughEi
       return;
     } catch (const PortalInputRefusal&) {
       // KDE Plasma 6.3 announces the keyboard up to 0.4 ms after the pointer,
-      // with which the set-up of EIS ends.
+      // when the EIS set-up has already ended.
       if (!eis.waitForDevice(kind)) throw;
       if (kind == InputKind::keyboard) portalRefusesKeyboard = true;
     }

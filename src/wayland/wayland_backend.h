@@ -15,13 +15,13 @@
 
 namespace ostler {
 
-// Drives a Wayland desktop through its portal: the screen arrives as a PipeWire
-// stream; each input event goes through the compositor's EIS socket where that has
-// a device for it, and otherwise through the portal's own methods.
+// Drives a Wayland desktop through the desktop portal. The screen arrives as a
+// PipeWire stream. Each input event goes through the compositor's EIS socket if
+// a device there accepts it, and otherwise through the portal's own methods.
 class WaylandBackend : public PointingBackend {
 public:
-  // Blocks while a person answers the portal's dialog, and until the first
-  // frame has come. PipeWire is initialised.
+  // Blocks until the user has answered the portal's dialog and the first frame
+  // has arrived. PipeWire must be initialised.
   WaylandBackend();
 
   void mouseMove(double x, double y) override;
@@ -36,7 +36,7 @@ private:
   void waitForFirstFrame();
   // Throws when the portal session has ended.
   void requireSession();
-  // Sends an event through EIS where that has a device for it, and otherwise
+  // Sends an event through EIS if a device there accepts it, and otherwise
   // through the portal.
   void send(InputKind kind, const std::function<void()>& throughEis,
             const std::function<void()>& throughPortal);
@@ -49,15 +49,15 @@ private:
   void press(const EvdevKey& key);
   void release(const EvdevKey& key);
 
-  // In the order of construction, so that they go in the reverse order: the
-  // stream before the state that it writes to, all of them before the session.
+  // Destroyed in reverse order: the stream before the state that it writes to.
+  // Everything that uses the session is destroyed before the session.
   CaptureState capture;
   PortalSession portal;
   PortalInput portalInput{portal};
   EisInput eis;
   std::optional<CaptureStream> stream;
 
-  bool portalRefusesKeyboard = false;  // beside EIS
+  bool portalRefusesKeyboard = false;  // because the session has an EIS channel
 };
 
 }  // namespace ostler

@@ -36,7 +36,7 @@ describe('an EIS server', { concurrency: true }, () => {
       .filter((fd) => /socket|eventpoll/.test(fs.readlinkSync(`/proc/${pid}/fd/${fd}`))).length);
     for (const [i, name] of Object.keys(failures).entries()) {
       assert.match(desktop.record().join('\n'), RegExp(`PointerMotionAbsolute .* ${i}.0, 4.0\\)`), name);
-      // Only a channel that the server has ended in good order is kept to the end.
+      // A channel that the server has disconnected properly is the only one that stays open.
       if (!/good order/.test(name)) assert.strictEqual(held[i], held[0], `descriptors after ${name}`);
     }
     await desktop.stop();
@@ -46,7 +46,7 @@ describe('an EIS server', { concurrency: true }, () => {
     await host.call('display');
     const server = desktop.portal();
     const killServer = () => process.kill(server, 'SIGKILL');
-    process.once('exit', killServer);  // a stopped process stays where it is
+    process.once('exit', killServer);  // nothing else would end a stopped process
     const codes = { a: 30, b: 48, c: 46, d: 32, e: 18 };
     const taps = (text) => [...text].flatMap((letter) => [1, 0].map((state) => `eis 0 key ${codes[letter]} ${state}`));
     const keys = (record) => record.filter((line) => /key/.test(line));
@@ -54,7 +54,7 @@ describe('an EIS server', { concurrency: true }, () => {
     setTimeout(() => process.kill(server, 'SIGCONT'), 2000);
     const text = 'abcde'.repeat(60);
     await host.call('type', text);
-    // Nothing may be left in the client, which does not come back to send it.
+    // No event may stay in the client, because it sends nothing more.
     const lines = await desktop.recordWhen((record) => keys(record).length >= 600);
     assert.deepStrictEqual(keys(lines), taps(text));
 
@@ -64,7 +64,7 @@ describe('an EIS server', { concurrency: true }, () => {
     await host.call('type', 'a'.repeat(150));
     assert.ok(Date.now() - begin < 60000);
     process.kill(server, 'SIGCONT');
-    // Once it reads again the next keys are typed.
+    // Once the server reads again, the next keys are typed.
     const ends = (record, last) => keys(record).slice(-2 * last.length).join() === taps(last).join();
     await waitUntil(async () => { await host.call('type', 'b'); return ends(desktop.record(), 'b'); });
     await host.call('type', 'bcd');

@@ -6,9 +6,9 @@ const assert = require('node:assert');
 const { after, before, describe, it } = require('node:test');
 const { startDesktop } = require('../support/desktop');
 
-// A desktop with a host whose session is open. `sent` calls a method and gives
-// what arrived of it: "motion 1 2" from EIS (frames apart, device numbers left
-// out), "PointerButton 272, 1" from the portal.
+// Starts a desktop with a host whose session is open. `sent` calls a method and returns the events
+// that arrived: "motion 1 2" at EIS (each in its own frame, without device numbers), "PointerButton
+// 272, 1" at the portal.
 async function openSession(script) {
   const desktop = await startDesktop(script);
   const { call } = await desktop.startHost();
@@ -18,8 +18,8 @@ async function openSession(script) {
     call,
     async sent(method, ...values) {
       const error = await call(method, ...values).then(() => undefined, ({ message }) => message);
-      // What went before a move has arrived when the move has. Where there is
-      // none, all has: the portal answers when it has written a call down.
+      // Once this move has arrived, so have the events before it. If it fails, there is nothing to
+      // wait for: the portal records each call before it answers.
       const marked = await call('move', 3, 4).then(() => true, () => false);
       const marks = /^eis \d motion (3|32|1283) 4$|Absolute \('\/session\/\d', \{\}, \d+, 3.0, 4.0\)/;
       const lines = await desktop.recordWhen(
@@ -77,12 +77,12 @@ describe('through EIS', () => {
     assert.deepStrictEqual(await session.call('cursorPosition'), { x: 3, y: 4 });
   });
 
-  it('types signs that the portal refuses on a US layout, asking once', async () => {
+  it('types punctuation that the portal refuses on a US layout, asking once', async () => {
     assert.deepStrictEqual(await session.sent('type', 'a!;'),
       [...key(30), 'KeyboardKeysym 16777249, 1', ...shifted(2), ...key(39)]);
     assert.deepStrictEqual(await session.sent('type', '~"0)'),
       [...shifted(41), ...shifted(40), ...key(11), ...shifted(11)]);
-    // U+FF0D is no Return, whose keysym is 0xFF0D.
+    // U+FF0D must not be typed as Return, whose keysym is 0xFF0D.
     for (const [text, value] of [['€', 0x10020ac], ['\uff0d', 0x100ff0d]]) {
       assert.deepStrictEqual(await session.sent('type', `b${text}c`),
         [...key(48), `KeyboardKeysym ${value}, 1`, failure('KeyboardKeysym', refused.join(': '))]);
@@ -115,7 +115,7 @@ it('uses the portal for what EIS has no device for, and asks for permission ther
   const onEis = { click: ['motion 63.9999962 47.9999962', 'button 274 1', 'button 274 0'], mouseUp: ['button 272 0'] };
   const cases = [
     [{ ConnectToEIS: noChannel, Start: start(3) }, { ...pointer, ...keys }],
-    // Each stops at the call that fails.
+    // Each operation stops at the call that fails.
     [{ ConnectToEIS: noChannel, Start: start(3),
       NotifyPointerButton: [{}, gone], NotifyPointerAxisDiscrete: [{}, gone],
       NotifyKeyboardKeysym: [{}, gone, {}, {}, gone] }, {
@@ -127,7 +127,7 @@ it('uses the portal for what EIS has no device for, and asks for permission ther
     { scroll: [31.9999999999, 2, 0, -(2 ** 31)] }],
     [{ ConnectToEIS: noChannel, Start: start(1) }, { ...pointerDenied, ...keys }],
     [{ ConnectToEIS: noChannel, Start: start(2) }, { ...pointer, ...keysDenied }],
-    // Slots filled from different devices: the keyboard comes too late.
+    // The slots are filled from different devices; the keyboard is announced too late.
     [{ ConnectToEIS: { eis: ['pointer@32,48,32,0', 'button', 'keyboard!late'] }, Start: start(0) },
       { ...onEis, scroll: ['motion 32 2', denied('pointer axis')], ...keysDenied }],
     [{ ConnectToEIS: { eis: ['keyboard', 'pointer,button'] }, Start: start(0) },

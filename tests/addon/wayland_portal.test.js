@@ -1,5 +1,5 @@
 'use strict';
-// How the portal is asked for a session, and what comes of its failures.
+// How the addon asks the portal for a session, and how it handles the portal's failures.
 
 const assert = require('node:assert');
 const { execFileSync } = require('node:child_process');
@@ -111,7 +111,7 @@ it('names what failed, closes the session and keeps nothing of it', withDesktop(
 it('outlives the bus', withDesktop({ Start: { when: 'never' } }, async (desktop, host) => {
   const thinking = assert.rejects(host.call('display'), { message: 'The Wayland portal request failed.' });
   await desktop.recordWhen((record) => countOf(record, 'RemoteDesktop.Start'));
-  // The host has the reply to its call when the portal has answered the next one.
+  // When the portal has answered a later call, the host has the reply to its own.
   execFileSync('gdbus', ['call', '--session', '-d', 'org.freedesktop.portal.Desktop', '-o',
     '/org/freedesktop/portal/desktop', '-m', 'org.freedesktop.DBus.Properties.Get', 'org.freedesktop.portal.ScreenCast',
     'AvailableSourceTypes'], { env: desktop.env });
@@ -130,7 +130,7 @@ it('outlives the bus', withDesktop({ Start: { when: 'never' } }, async (desktop,
   assert.strictEqual((await host.call('display')).width, 1280);
 }));
 
-// Sanitizers want descriptors themselves.
+// Sanitizers need descriptors themselves.
 it('reports a lack of descriptors, and recovers from it', { skip: Boolean(process.env.OSTLER_PRELOAD) }, withDesktop({
 }, async (desktop, host) => {
   // Lowers the host's limit so that `count` more descriptors can be opened.

@@ -15,7 +15,7 @@ async function shot(host, ...sizes) {
   return decodePng(Buffer.from(await host.call('screenshot', ...values)));
 }
 
-// Until the picture is gone, which has to be for good.
+// Waits until screenshots fail and returns the message of the next one, which has to fail too.
 async function screenshotFailure(host) {
   const failure = () => host.call('screenshot').then(() => '', ({ message }) => message);
   await waitUntil(async () => await failure() !== '');

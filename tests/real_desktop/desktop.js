@@ -1,6 +1,6 @@
 'use strict';
-// A desktop for tests (see session.sh), with a user who answers the portal's
-// dialog, and windows that tell which input reached them.
+// Starts a desktop for tests (see session.sh), with a simulated user who answers the portal's
+// dialog, and a window that reports the input it receives.
 
 const { execFile, spawn } = require('node:child_process');
 const { once } = require('node:events');
@@ -26,16 +26,16 @@ async function startDesktop(size, scale = 1, monitors = 1) {
     if (session.exitCode !== null) throw new Error(`the desktop ended: ${fs.readFileSync(inside('log'))}`);
     return events.includes(line, from);
   }, () => events.slice(-10));
-  // Calls a method on the session's bus; the answer is a GVariant text.
+  // Calls a method on the session bus and returns the reply as GVariant text.
   const call = async (destination, object, method, ...values) => (await promisify(execFile)('gdbus',
     ['call', '--session', '-d', destination, '-o', object, '-m', method, '--', ...values], { env })).stdout;
 
   const desktop = {
     env,
-    // What the window received, a line an event (see witness.py).
+    // The input that the window received, one event a line (see witness.py).
     events,
     seen,
-    // A line for session.sh.
+    // Sends a command line to session.sh.
     command: (line) => session.stdin.write(`${line}\n`),
     async stop() {
       session.stdin.end();
@@ -43,9 +43,9 @@ async function startDesktop(size, scale = 1, monitors = 1) {
     },
   };
   await seen('ready');
-  // What the user does: share(ask), refuse(ask) and close(ask) call `ask` and
-  // answer the dialog that it opens, and give its result. endSharing() is the
-  // desktop's "stop"; isShared() says whether anybody has a session.
+  // The user's actions: share(ask), refuse(ask) and close(ask) call `ask`, answer the dialog that
+  // it opens and return its result. endSharing() ends the session as the desktop's "stop" does;
+  // isShared() returns whether any session is open.
   Object.assign(desktop, await makeUser({ call, env }));
   desktop.command(`"\${inside[@]}" python3 /run/desktop/witness.py &`);
   await seen('active');

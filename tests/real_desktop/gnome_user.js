@@ -1,10 +1,10 @@
 'use strict';
-// The user of a GNOME desktop, played inside the shell.
+// Simulates the user of a GNOME desktop, with JavaScript that runs inside the shell.
 
 const { waitUntil } = require('../support/wait');
 
 module.exports = async ({ call }) => {
-  // What the compositor makes of a piece of JavaScript.
+  // Evaluates JavaScript in the compositor and returns the result.
   async function evaluate(code) {
     const answer = await call('org.gnome.Shell', '/org/gnome/Shell', 'org.gnome.Shell.Eval', code);
     const [, succeeded, value] = /^\((true|false), '(.*)'\)\n$/.exec(answer);
@@ -14,7 +14,7 @@ module.exports = async ({ call }) => {
   const dialog = 'global.get_window_actors()'
     + ".find((actor) => actor.meta_window.wm_class === 'xdg-desktop-portal-gnome')";
 
-  // Clicks at places of the portal's dialog, once it is what lies there.
+  // Clicks at places of the portal's dialog, each as soon as the dialog is on top there.
   async function clickInDialog(...places) {
     for (const [x, y] of places) {
       const place = `const actor = ${dialog}, box = actor?.meta_window.get_frame_rect();
@@ -29,14 +29,14 @@ module.exports = async ({ call }) => {
   }
   const answering = (act) => async (ask) => {
     const asked = ask();
-    asked.catch(() => {});  // until it is waited for
+    asked.catch(() => {});  // it may reject before it is awaited
     await act();
     await waitUntil(() => evaluate(`!${dialog}`));
     return asked;
   };
 
-  // A seat without a pointer or a keyboard loses its first click and key, so
-  // the user's come first. The desktop opens with an overview of itself.
+  // A seat loses the first click and key when it has no pointer or keyboard yet, so the user sends
+  // some first. The desktop starts with its overview, which is closed below.
   await evaluate(`globalThis.Clutter = imports.gi.Clutter; globalThis.GLib = imports.gi.GLib;
     const seat = Clutter.get_default_backend().get_default_seat(), type = Clutter.InputDeviceType;
     globalThis.user = { pointer: seat.create_virtual_device(type.POINTER_DEVICE),
@@ -50,7 +50,7 @@ module.exports = async ({ call }) => {
     Main.messageTray.bannerBlocked = true; ''`);
   await waitUntil(() => evaluate('Main.overview.hide(); !Main.layoutManager._startingUp && !Main.overview.visible'));
   return {
-    // "Allow Remote Interaction", then "Share".
+    // Clicks "Allow Remote Interaction", then "Share".
     share: answering(() => clickInDialog([586, 105], [612, 23])),
     refuse: answering(() => clickInDialog([50, 23])),
     close: answering(async () => {

@@ -1,6 +1,7 @@
 'use strict';
-// The user of a KDE Plasma desktop. Sharing was granted for good, which leaves
-// no dialog; another dialog is answered by a host of the addon, for which that holds.
+// Simulates the user of a KDE Plasma desktop. Sharing is normally granted in advance, so no dialog
+// appears. Where a test needs the dialog, a second host of the addon, which was granted access
+// before, answers it.
 
 const { execFile } = require('node:child_process');
 const { promisify } = require('node:util');
@@ -18,21 +19,20 @@ module.exports = async ({ call, env }) => {
       '-o', '/org/freedesktop/portal/desktop'], { env });
     return stdout.match(/\/org\/freedesktop\/portal\/desktop\/session\/\w+\/ostler_\w+/g) ?? [];
   }
-  // What KWin says of the portal's dialog, while there is one.
+  // Returns KWin's description of the portal's dialog, or undefined if there is none.
   async function findDialog() {
     const answer = await call('org.kde.KWin', '/WindowsRunner', 'org.kde.krunner1.Match', 'Remote control requested');
     const [, id] = /_(\{[^}]*\})/.exec(answer) ?? [];
     return id && call('org.kde.KWin', '/KWin', 'org.kde.KWin.getWindowInfo', id);
   }
 
-  // The buttons count from the bottom right corner of the dialog.
   const answering = (act) => async (ask) => {
     const user = await startHost(env);
     try {
       await user.call('display');
       await grant('no');
       const asked = ask();
-      asked.catch(() => {});  // until it is waited for
+      asked.catch(() => {});  // it may reject before it is awaited
       await waitUntil(findDialog);
       await act(user);
       await waitUntil(async () => !await findDialog());
@@ -42,6 +42,7 @@ module.exports = async ({ call, env }) => {
       await user.stop();
     }
   };
+  // The position of the button is relative to the dialog's bottom right corner.
   async function cancel(user) {
     const info = await findDialog();
     const [x, y, width, height] = ['x', 'y', 'width', 'height']

@@ -1,6 +1,6 @@
 'use strict';
-// The addon on a real desktop. What a window of that desktop received, and the
-// blocks that it draws, are the only judges.
+// Runs the addon on a real desktop. Input is judged by what a window of that desktop received,
+// pictures by the blocks that the window draws.
 
 const assert = require('node:assert');
 const { after, afterEach, before, beforeEach, describe, it } = require('node:test');
@@ -17,7 +17,7 @@ let mark = 0;
 const call = (...invocation) => host.call(...invocation);
 const shot = async () => decodePng(await call('screenshot', '', null, [], 0, 0, 0, 0, 0, 0, -1));
 
-// What arrived at the window while `act` ran. A last move tells when all has.
+// Returns the events that arrived at the window while `act` ran. A final move marks their end.
 async function received(act) {
   await act();
   mark = 1 - mark;
@@ -34,8 +34,8 @@ const key = (name) => [`key ${name} down`, `key ${name} up`];
 const click = (button, count, at) => (
   [`button ${button} down ${at}`, `clicks ${count}`, `button ${button} up ${at}`]);
 
-// What the lines say that was typed; each key has to come up before the next
-// goes down, and none may repeat.
+// Returns the text that the lines of key events spell. Each key has to be released before the next
+// is pressed, and none may repeat.
 function textOf(lines) {
   const keys = lines.filter((line) => !line.startsWith('key Shift_L ')).map((line) => line.split(' '));
   const names = keys.filter((_, i) => i % 2 === 0).map(([, name]) => name);
@@ -43,7 +43,7 @@ function textOf(lines) {
   return names.map((name) => ({ space: ' ', Return: '\n', Tab: '\t' }[name] ?? name)).join('');
 }
 
-// The blocks of a picture of the window that are not in its colours.
+// Returns the blocks of a picture whose colours differ from those that the window draws.
 function wrongBlocks({ width, height, pixel }) {
   const wrong = [];
   for (let column = 0; column < 16; column++) {
@@ -64,14 +64,14 @@ async function start(size, scale, monitors) {
   await waitUntil(async () => wrongBlocks(await shot()).length === 0);
   seen = desktop.events.length;
 }
-// Nothing is shared any more when the host has ended.
+// The session has to be closed when the host has ended.
 async function finish() {
   await host.stop();
   await waitUntil(async () => !await desktop.isShared());
   await desktop.stop();
 }
 
-// A place beyond the desktop is the last one on it, which KWin counts in whole pixels.
+// A position beyond the desktop is moved to the last one on it, which is a whole pixel on KWin.
 const toEdge = desktopName === 'kde' ? 1 : 1 / 256;
 async function reachEverything() {
   const { width, height } = await call('display');
@@ -86,7 +86,7 @@ async function reachEverything() {
   }
 }
 
-// The pointer stays off the middles of the blocks.
+// The pointer is kept away from the centres of the blocks, where colours are compared.
 async function takePictures() {
   const { width, height } = await call('display');
   await received(async () => {
@@ -131,7 +131,7 @@ describe(`on ${desktopName} at 1280x720`, { timeout: 300000 }, () => {
     assert.ok(drag.length > 5 && drag.slice(3, -1).every((line) => line.startsWith('motion ')), `${drag}`);
   });
 
-  it('tells where the pointer is', () => received(async () => {
+  it('reports the pointer position', () => received(async () => {
     for (const [x, y] of [[300, 200], [301, 203], [1000, 700]]) {
       await call('move', x, y);
       await waitUntil(async () => {
@@ -145,10 +145,10 @@ describe(`on ${desktopName} at 1280x720`, { timeout: 300000 }, () => {
     assert.deepStrictEqual(await sent('key', 'ctrl+alt+shift+p'), [
       'key Control_L down', 'key Alt_L down ctrl', 'key Shift_L down ctrl alt', 'key P down ctrl alt',
       'key P up', 'key Shift_L up', 'key Alt_L up', 'key Control_L up']);
-    // GNOME keeps the press of its own key, and tells of the modifier.
+    // GNOME keeps the press of Super to itself, but reports the modifier.
     assert.deepStrictEqual((await sent('key', 'super+j')).filter((line) => line !== 'key Super_L down'),
       ['key j down super', 'key j up', 'key Super_L up']);
-    // Caps Lock stays on until the next time.
+    // Caps Lock stays on until it is pressed again.
     assert.deepStrictEqual(await received(async () => {
       for (const name of ['capslock', 'a', 'capslock', 'a']) await call('key', name);
     }), [...key('Caps_Lock'), ...key('A'), ...key('Caps_Lock'), ...key('a')]);

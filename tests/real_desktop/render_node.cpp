@@ -1,8 +1,9 @@
-// A DRM render node without a GPU, for KWin: it casts screens only with OpenGL,
-// and its virtual backend and Mesa's software renderer allocate their buffers
-// through a render node. Loaded into KWin with LD_PRELOAD, this answers as the
-// kernel's vgem driver would; the buffers are memory files. The environment
-// variable RENDER_NODE names a character device that stands for the node.
+// Emulates a DRM render node for KWin on machines without a GPU. KWin casts
+// screens only with OpenGL, and its virtual backend and Mesa's software
+// renderer allocate their buffers through a render node. This library is loaded
+// into KWin with LD_PRELOAD and answers like the kernel's vgem driver; the
+// buffers are memory files. The environment variable RENDER_NODE names a
+// character device that stands for the node.
 
 #include <algorithm>
 #include <cerrno>
@@ -25,7 +26,8 @@
 
 namespace {
 
-// To the map of a buffer the kernel gives an offset that no file reaches.
+// A buffer is mapped at an offset beyond the end of any file, by which mmap64()
+// recognises it.
 constexpr int handleShift = 32;
 constexpr std::uint64_t firstOffset = std::uint64_t{1} << 44;
 
@@ -42,7 +44,7 @@ int fail(int error) {
   return -1;
 }
 
-// Takes the descriptor, and gives the handle of its file.
+// Takes ownership of the descriptor and returns the handle of its file.
 std::uint32_t handleOf(int descriptor) {
   struct stat status {};
   fstat(descriptor, &status);
@@ -167,7 +169,8 @@ void* mmap(void* address, std::size_t size, int protection, int flags, int descr
   return mmap64(address, size, protection, flags, descriptor, offset);
 }
 
-// What KWin and Mesa ask of libdrm. The description is static.
+// The functions of libdrm that KWin and Mesa call. The description is static,
+// so nothing is freed.
 int drmGetDevices2(uint32_t, drmDevicePtr devices[], int count) {
   if (devices != nullptr && count > 0) devices[0] = describe();
   return 1;

@@ -1,10 +1,11 @@
 #!/bin/bash
 # A desktop without a screen or GPU:
 #   session.sh gnome|kde ROOT RUN WIDTHxHEIGHT SCALE MONITORS
-# Its programs come from the file system ROOT, its sockets and logs go to the
-# empty directory RUN. It says "ready" when it is there, runs each line of its
-# input as a command, with "${inside[@]}" before a program of the desktop's, and
-# ends with its input. $compositor is a process id.
+# ROOT is the file system with its programs, RUN an empty directory for its
+# sockets and log. Prints "ready" when the desktop has started, then runs each
+# line of its input as a command, and exits at the end of the input. A command
+# can use "${inside[@]}" to run a program inside the desktop, and $compositor,
+# a process id.
 set -euo pipefail
 if [ $# = 6 ]; then exec unshare --mount "$0" "$@" unshared; fi
 desktop=$1 root=$2 run=$3 size=$4 scale=$5 monitors=$6
@@ -21,7 +22,7 @@ inside=(chroot "$root" /usr/bin/env -i PATH=/usr/bin:/bin:/usr/sbin:/sbin HOME=/
   XDG_CONFIG_HOME=/run/desktop/config XDG_RUNTIME_DIR=/run/desktop XDG_SESSION_TYPE=wayland
   XDG_CURRENT_DESKTOP="${desktop^^}" WAYLAND_DISPLAY=wayland-0
   DBUS_SESSION_BUS_ADDRESS=unix:path=/run/desktop/bus)
-until_process() { # until_process CONDITION...: waits for it while the latest process runs
+until_process() { # until_process CONDITION...: waits for it; fails if the last background process ends
   until "$@"; do kill -0 $!; sleep 0.1; done
 }
 bus() { # bus METHOD VALUE...: calls a method of the session's bus
@@ -37,7 +38,8 @@ configure() { # configure FILE LINE...
 }
 
 start_gnome() {
-  # A click on a switch counts at the end of its animation otherwise.
+  # With animations, a click on a switch takes effect only when its animation
+  # ends.
   configure glib-2.0/settings/keyfile '[org/gnome/desktop/interface]' enable-animations=false
   "${inside[@]}" python3 -m dbusmock --system --template logind >&2 &
   # shellcheck disable=SC2046

@@ -5,13 +5,13 @@ gi.require_version('Gdk', '4.0')
 gi.require_version('Gtk', '4.0')
 from gi.repository import Gdk, Gtk
 
-# Shift is left out: the character tells.
+# Shift is omitted because the character shows it.
 MODIFIERS = ((Gdk.ModifierType.CONTROL_MASK, 'ctrl'), (Gdk.ModifierType.ALT_MASK, 'alt'),
              (Gdk.ModifierType.SUPER_MASK, 'super'))
 
 
 def log(kind, *words):
-    """Numbers as JavaScript writes them."""
+    """Prints a line, with numbers formatted as in JavaScript."""
     print(kind, *(f'{word:.12g}' if isinstance(word, float) else word for word in words), flush=True)
 
 
@@ -36,7 +36,7 @@ def log_event(controller, _):
 
 
 def draw(_, context, width, height):
-    """Sixteen by nine blocks, each in a colour of its own."""
+    """Sixteen by nine blocks, each in a different colour."""
     for column in range(16):
         for row in range(9):
             context.set_source_rgb(column / 15, row / 8, (column ^ row) / 15)

@@ -12,16 +12,16 @@
 #include "base/file_descriptor.h"
 #include "wayland/eis/eis_channel.h"
 
-// libei has no function that gives its versions, and announces them only to a
-// server, so a context of its own is set up here with a server that says no
-// more than the two messages of a complete handshake (see eis_handshake.cpp).
+// libei has no function that returns its versions; it only announces them to a
+// server. So a separate context is connected here to a minimal server, which
+// sends just the two messages of a complete handshake (see eis_handshake.cpp).
 
 namespace ostler {
 namespace {
 
 constexpr std::uint32_t firstVersion = 1;
 
-// Each message begins with its object, 0, in two words, its length in bytes and its opcode.
+// Each message begins with its object (0, in two words), its length in bytes and its opcode.
 constexpr std::array<std::uint32_t, 5> greeting{0, 0, 20, 0, firstVersion};
 constexpr auto object = std::bit_cast<std::array<std::uint32_t, 2>>(std::uint64_t{0xff00000000000000});
 constexpr std::array<std::uint32_t, 8> connection{0, 0, 32, 2, 1, object[0], object[1], firstVersion};
@@ -32,7 +32,7 @@ bool sendMessage(int socket, std::span<const std::uint32_t> message) {
 }
 
 std::uint32_t findConnectionVersion(std::span<const char> announcement) {
-  // The name with its closing zero, filled up to a multiple of 4 bytes.
+  // The name is followed by a zero byte and padded to a multiple of 4 bytes.
   constexpr std::string_view name("ei_connection\0\0\0", 16);
   const auto found = std::search(announcement.begin(), announcement.end(), name.begin(), name.end());
   if (announcement.end() - found < static_cast<std::ptrdiff_t>(name.size() + sizeof(std::uint32_t))) {
@@ -60,7 +60,7 @@ std::uint32_t announcedConnectionVersion() {
   ei_dispatch(context.get());
   std::array<char, 8192> announcement;
   const ssize_t size = recv(server.get(), announcement.data(), announcement.size(), 0);
-  // The context would crash when released before the handshake is complete.
+  // Releasing the context before the handshake is complete would crash, so it is leaked then.
   const bool complete = size > 0 && sendMessage(server.get(), connection);
   ei_dispatch(context.get());
   if (!complete) {

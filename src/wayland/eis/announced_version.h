@@ -4,8 +4,9 @@
 
 namespace ostler {
 
-// The highest version of a connection that the loaded libei announces to a
-// server; 1, which all have, when that cannot be told.
+// Returns the highest version of the connection interface that the loaded libei
+// announces to a server, or 1, which every libei supports, if that cannot be
+// determined.
 std::uint32_t announcedConnectionVersion();
 
 }  // namespace ostler

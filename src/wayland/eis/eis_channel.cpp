@@ -19,11 +19,11 @@
 #include "wayland/eis/announced_version.h"
 #include "wayland/eis/eis_handshake.h"
 
-// The server speaks first, then announces a seat, whose capabilities the client
-// binds, then devices, which it resumes when they may be used. It may hang up,
-// send nothing or anything at any moment. Before the handshake is complete,
-// libei 1.3 crashes when it wants to disconnect and when its context is
-// released, and never returns from a message of length 0.
+// The server speaks first. It announces a seat, whose capabilities the client
+// binds, then devices, and resumes each device when it may be used. At any
+// moment the server may hang up, stop responding or send garbage. Before the
+// handshake is complete, libei 1.3 crashes when it disconnects or its context
+// is released, and hangs on a message of length 0.
 
 namespace ostler {
 namespace {
@@ -33,19 +33,19 @@ using std::chrono::milliseconds;
 
 constexpr milliseconds setUpLimit{5000};
 constexpr milliseconds longestPoll{500};
-constexpr milliseconds replacementLimit{500};  // for a device that is announced late or replaced
+constexpr milliseconds replacementLimit{500};  // the longest wait for a new or replaced device
 
 bool hungUp(int socket) {
   pollfd state{socket, 0, 0};
   int hangUps = 0;
   do {
-    hangUps = poll(&state, 1, 0);  // POLLHUP, POLLERR and POLLNVAL come unasked
+    hangUps = poll(&state, 1, 0);  // POLLHUP, POLLERR and POLLNVAL are always reported
   } while (hangUps < 0 && errno == EINTR);
   return hangUps != 0;
 }
 
-// libei 1.3 crashes on a connection of a version above what it announced. Later
-// ones may announce more than version 1.
+// libei 1.3 crashes on a connection with a higher version than it announced.
+// Later releases may announce versions above 1.
 bool isVersionAnnounced(std::uint32_t version) {
   return version <= 1 || version <= announcedConnectionVersion();
 }
@@ -54,13 +54,14 @@ bool isVersionAnnounced(std::uint32_t version) {
 
 void ignoreLog(ei*, ei_log_priority, const char*, ei_log_context*) noexcept {}
 
-// Lets to libei only what it can take, until the handshake is through.
+// Until the handshake is complete, lets libei read only messages that cannot
+// crash it.
 class EisChannel::ServerWait {
 public:
   void begin() { deadline = Clock::now() + setUpLimit; }
 
-  // Until `source` is readable. False when the time is up, or when a server that
-  // has not shaken hands is not to be talked with.
+  // Waits until `source` is readable. Returns false when the time is up, or
+  // when an untrusted server has hung up or violated the handshake.
   bool wait(int source, int socket, bool trusted) {
     while (true) {
       const auto left = std::chrono::duration_cast<milliseconds>(deadline - Clock::now());
@@ -72,7 +73,7 @@ public:
         state = peek(socket);
         if (!isVersionAnnounced(handshake.connectionVersion())) state = State::broken;
       }
-      // A server that hangs up after this look still brings libei down.
+      // A server that hangs up after this check still crashes libei.
       if (state == State::broken || hungUp(socket)) return false;
       if (state != State::partial) return true;
       sleepFor(milliseconds(1));
@@ -101,23 +102,25 @@ EisChannel::EisChannel(FileDescriptor socket) {
   while (!done && server.wait(ei_get_fd(eiContext.get()), eisFd.get(), handshaken)) done = dispatch();
   settingUp = false;
   if (!handshaken) abandon();
-  // A server that announces nothing is no session that ends.
+  // If no device was announced, a disconnection does not end the session: the
+  // portal takes the input.
   const auto all = slots();
   if (std::none_of(all.begin(), all.end(), std::mem_fn(&EisSlot::isFilled))) disconnected = false;
 }
 
 bool EisChannel::connectEis(FileDescriptor socket, ServerWait& server) {
   if (!socket) return false;
-  // libei reads until there is nothing left, which has to be an end.
+  // libei reads until the socket is empty, so reading must not block.
   const int flags = fcntl(socket.get(), F_GETFL);
   if (flags < 0 || fcntl(socket.get(), F_SETFL, flags | O_NONBLOCK) != 0) return false;
-  // libei closes what it is given when the server hangs up, and the number may be anybody's then.
+  // libei gets a duplicate because it closes its descriptor when the server hangs up, after which
+  // the number may be reused.
   FileDescriptor copy(fcntl(socket.get(), F_DUPFD_CLOEXEC, 0));
   EiContext context(ei_new_sender(nullptr));
   if (!copy || context == nullptr) return false;
   ei_log_set_handler(context.get(), ignoreLog);
   ei_configure_name(context.get(), "ostler-client");
-  // The set-up reads already.
+  // ei_setup_backend_fd() reads from the socket, so the greeting is checked first.
   server.begin();
   if (!server.wait(socket.get(), socket.get(), false)) return false;
   if (ei_setup_backend_fd(context.get(), copy.get()) != 0) return false;
@@ -147,7 +150,8 @@ bool EisChannel::waitForDevice(EisSlot& slot) {
   return false;
 }
 
-// Whether the set-up is done with what has come.
+// Processes the events that have arrived. Returns whether the set-up is
+// complete.
 bool EisChannel::dispatch() {
   bool done = false;
   ei_dispatch(eiContext.get());
@@ -156,7 +160,7 @@ bool EisChannel::dispatch() {
 }
 
 bool EisChannel::handle(ei_event* event) {
-  handshaken = true;  // no event comes before that
+  handshaken = true;  // libei delivers no event before
   ei_device* const device = ei_event_get_device(event);
   switch (ei_event_get_type(event)) {
     case EI_EVENT_DISCONNECT:
@@ -200,10 +204,10 @@ void EisChannel::fillSlots(ei_device* device) {
   }
 }
 
-// GNOME 48 replaces the keyboard when the user switches layouts and takes the
-// pointer away for good when the scale changes; KDE Plasma 6.3 replaces the
-// pointer then, and the keyboard when the list of layouts changes. What is sent
-// through a removed device vanishes without an error.
+// GNOME 48 replaces the keyboard when the user switches layouts, and removes
+// the pointer permanently when the scale changes. KDE Plasma 6.3 replaces the
+// pointer when the scale changes and the keyboard when the list of layouts
+// changes. Events sent through a removed device are lost without an error.
 void EisChannel::noteRemoval(ei_device* device) {
   for (EisSlot* slot : slots()) {
     if (slot->device.get() != device) continue;
@@ -217,7 +221,7 @@ void EisChannel::takeDevice(EisSlot& slot) {
     if (!ei_device_has_capability(device.get(), slot.capability)) continue;
     slot.device.reset(ei_device_ref(device.get()));
     slot.removed = false;
-    ei_device_start_emulating(device.get(), 0);  // nothing if it is done already
+    ei_device_start_emulating(device.get(), 0);  // no effect if it was started already
     if (&slot == &eiKeyboard) group.reset();
     return;
   }
@@ -227,8 +231,8 @@ void EisChannel::forget(ei_device* device) {
   std::erase_if(resumedDevices, [device](const EiDevice& resumed) { return resumed.get() == device; });
 }
 
-// Gives up a context that would crash when released. Its descriptors are
-// closed; its memory is kept where a leak checker sees that it is meant.
+// Abandons a context that would crash when released. Its descriptors are
+// closed. Its memory stays reachable, so that leak checkers do not report it.
 void EisChannel::abandon() {
   static ei* abandoned = nullptr;
   close(ei_get_fd(eiContext.get()));

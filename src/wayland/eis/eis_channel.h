@@ -16,7 +16,7 @@ using EiContext = Owner<ei, ei_unref>;
 using EiDevice = Owner<ei_device, ei_device_unref>;
 using EiEvent = Owner<ei_event, ei_event_unref>;
 
-// The log handler of every context: libei logs to stderr otherwise.
+// The log handler of every context. Without it libei logs to stderr.
 void ignoreLog(ei*, ei_log_priority, const char*, ei_log_context*) noexcept;
 
 // The device to which one kind of input goes. Null until the compositor has
@@ -24,34 +24,37 @@ void ignoreLog(ei*, ei_log_priority, const char*, ei_log_context*) noexcept;
 struct EisSlot {
   const ei_device_capability capability;
   EiDevice device{};
-  bool removed = false;  // the compositor has taken the device away, and replaced it by none
+  bool removed = false;  // the compositor has removed the device and not replaced it yet
 
   bool isFilled() const { return device != nullptr; }
 };
 
-// A connection through the compositor's input socket. A device stands in each
-// slot whose capability it has; events for an empty slot have to go through the
+// A connection to the compositor's EIS socket. Each slot holds a device with
+// the slot's capability. Events for an empty slot have to go through the
 // portal.
 class EisChannel {
 public:
-  // Takes 5 s at the most. On failure, or without a socket, the slots stay empty.
+  // Takes up to 5 s. On failure, or without a socket, the slots stay empty.
   explicit EisChannel(FileDescriptor socket);
   EisChannel(const EisChannel&) = delete;
   EisChannel& operator=(const EisChannel&) = delete;
 
-  // Takes in what has arrived since the last time; does not wait. A device that
-  // replaces a removed one gets its slots. Empty slots stay empty.
+  // Processes the events that have arrived, without waiting. A device that
+  // replaces a removed one takes over its slots. Slots that were empty stay
+  // empty.
   void read();
-  // Waits up to 500 ms for a device to fill an empty slot with, or to replace a
-  // removed one. False when none has come.
+  // Waits up to 500 ms for a device that fills an empty slot or replaces a
+  // removed device. Returns false if none arrives.
   bool waitForDevice(EisSlot& slot);
-  // The compositor has ended the connection after devices had been announced.
+  // Whether the compositor has ended the connection after it had announced
+  // devices.
   bool isDisconnected() const { return disconnected; }
-  // The group of the keyboard's layout, where the compositor tells it.
+  // The active layout group of the keyboard, if the compositor has reported
+  // one.
   std::optional<std::uint32_t> keyboardGroup() const { return group; }
 
   FileDescriptor eisFd;
-  // Null without a channel.
+  // Null if there is no channel.
   EiContext eiContext;
   EisSlot eiKeyboard{EI_DEVICE_CAP_KEYBOARD};
   EisSlot eiScroll{EI_DEVICE_CAP_SCROLL};
@@ -71,11 +74,11 @@ private:
   void takeDevice(EisSlot& slot);
   std::array<EisSlot*, 4> slots() { return {&eiPointer, &eiButton, &eiScroll, &eiKeyboard}; }
 
-  int contextFd = -1;  // the copy of eisFd that the context has
+  int contextFd = -1;  // the duplicate of eisFd that the context uses
   bool handshaken = false;
   bool settingUp = true;
   bool disconnected = false;
-  std::vector<EiDevice> resumedDevices;  // in the order in which they may be used
+  std::vector<EiDevice> resumedDevices;  // in the order in which they were resumed
   std::optional<std::uint32_t> group;
 };
 

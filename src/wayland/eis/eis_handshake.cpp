@@ -3,17 +3,18 @@
 #include <cstdint>
 #include <cstring>
 
-// A message is the number of its object (64 bits), its length in bytes, header
-// included, its opcode, then arguments, all in the machine's byte order; a
-// string is its length with the closing zero, then bytes, in fours. On object 0
-// the server sends its version once, the version of each interface that it
-// knows, and at last the number of the object that is the connection.
+// A message consists of the number of its object (64 bits), its length in bytes
+// (header included), its opcode and its arguments, all in the machine's byte
+// order. A string is its length (terminating zero included), then its bytes,
+// padded to a multiple of 4. On object 0 the server sends its version once,
+// then the version of each interface that it supports, and finally the number
+// of the connection object.
 
 namespace ostler {
 namespace {
 
 constexpr std::size_t headerSize = 16;
-constexpr std::size_t longestMessage = 1024;  // a name and a number
+constexpr std::size_t longestMessage = 1024;  // a message holds no more than a name and numbers
 constexpr std::uint64_t firstClientObject = 1;
 constexpr std::uint64_t firstServerObject = 0xff00000000000000;
 
@@ -26,7 +27,8 @@ T valueAt(std::span<const std::byte> bytes, std::size_t offset) {
   return value;
 }
 
-// Of a whole message of the opcode.
+// Whether the arguments are valid. `message` is one complete message with the
+// opcode.
 bool argumentsFit(std::uint32_t opcode, std::span<const std::byte> message) {
   const std::size_t size = message.size() - headerSize;
   if (opcode == handshakeVersion) return size == 4 && valueAt<std::uint32_t>(message, headerSize) != 0;
@@ -49,9 +51,9 @@ EisHandshake::State EisHandshake::read(std::span<const std::byte> bytes) {
     const auto length = valueAt<std::uint32_t>(bytes, 8);
     const auto opcode = valueAt<std::uint32_t>(bytes, 12);
     if (length < headerSize || length > longestMessage) return State::broken;
-    // libei may have read more than was there when it was let to, the end too.
-    // The connection is the first object of the server, and libei's own first
-    // one waits for an answer then.
+    // libei may have read messages that arrived after the previous peek, the
+    // end of the handshake included. The server then continues with its first
+    // object, the connection, or answers libei's first object.
     if (object == firstClientObject || object == firstServerObject) {
       return greeted && first ? State::complete : State::broken;
     }

@@ -6,22 +6,22 @@
 
 namespace ostler {
 
-// What a server says in the handshake, which begins its side of an EIS
-// connection: a greeting, and when that is answered all the rest.
+// Checks the server's side of the handshake that begins an EIS connection: a
+// greeting, then, once the client has answered it, the remaining messages.
 class EisHandshake {
 public:
   enum class State {
-    partial,   // more has to come
-    greeting,  // may be answered
-    complete,  // is through; what follows is not looked at
-    broken,    // is not a handshake
+    partial,   // more bytes are needed
+    greeting,  // the greeting has arrived and may be answered
+    complete,  // the handshake is complete; later bytes are not checked
+    broken,    // the bytes are not a valid handshake
   };
 
-  // Of all that is there to be read.
+  // `bytes` is everything that can be read from the socket.
   State read(std::span<const std::byte> bytes);
 
-  // The version that the server gives its connection, once that is complete;
-  // 0 when it was not seen.
+  // The version that the server gives the connection object; 0 if that message
+  // has not been seen.
   std::uint32_t connectionVersion() const { return version; }
 
 private:

@@ -12,9 +12,9 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-// After this the host has waited enough for a compositor that has stopped reading.
+// The longest wait for a compositor that has stopped reading.
 constexpr milliseconds stallLimit{10000};
-constexpr std::uint32_t wheelStep = 120;  // of a scroll event, by convention of all wheel protocols
+constexpr std::uint32_t wheelStep = 120;  // the value of one step in ei_device_scroll_discrete()
 
 void finishFrame(ei_device* device) {
   const auto now = Clock::now().time_since_epoch();
@@ -31,8 +31,8 @@ void EisInput::moveTo(double x, double y) {
 
 void EisInput::button(std::uint32_t code, bool pressed) {
   if (!admit(code, pressed)) return;
-  // What is dragged is dropped where the host asked for, not where the pointer
-  // was when the compositor stopped reading.
+  // A drag must end where the host asked, not where the pointer was when the
+  // compositor stopped reading.
   if (!pressed) sendPendingMotion();
   ei_device* const device = channel.eiButton.device.get();
   ei_device_button_button(device, code, pressed);
@@ -61,7 +61,8 @@ void EisInput::sendPendingMotion() {
   const PointerRegions regions(channel.eiPointer.device.get(), stream);
   const EisPosition target = regions.place(*pendingMotion);
   pendingMotion.reset();
-  // Before the first motion the pointer is taken to be at the stream's corner.
+  // Before the first motion the pointer is assumed to be at the stream's top
+  // left corner.
   const EisPosition from = lastPlace ? *lastPlace : regions.place({0, 0});
   if (const auto stop = regions.stopBetween(from, target)) sendMotion(*stop);
   sendMotion(target);
@@ -88,7 +89,7 @@ EisSlot& EisInput::slot(InputKind kind) {
   return channel.eiKeyboard;
 }
 
-// Whether the press or release of a key or button is to be sent.
+// Returns whether to send the press or release of a key or button.
 bool EisInput::admit(std::uint32_t code, bool pressed) {
   if (pressed) {
     if (admitBeginning()) {
@@ -110,17 +111,18 @@ bool EisInput::admit(std::uint32_t code, bool pressed) {
   return true;
 }
 
-// Whether an event that begins something is to be sent.
+// Returns whether to send a press, a motion or a scroll.
 bool EisInput::admitBeginning() {
   if (!dropping) dropping = !waitForRoom();
   return !dropping;
 }
 
-// What does not fit the socket would stay in libei until the next event, and
-// the compositor would repeat a key whose release stayed there. So events wait
-// for a compositor that is behind; one that does not come back in time holds up
-// only the first of them. The system counts a socket as writable while it is
-// three quarters empty, so there is room for releases even then.
+// libei keeps what does not fit into the socket until the next event, and the
+// compositor would repeat a key whose release is delayed like that. So each
+// event waits until the compositor has caught up; if it does not in time, the
+// following events no longer wait. The kernel reports a socket as writable only
+// while it is three quarters empty, so releases fit even when it is not
+// writable.
 bool EisInput::waitForRoom() {
   pollfd writable{channel.eisFd.get(), POLLOUT, 0};
   const Clock::time_point deadline = Clock::now() + (stalled ? milliseconds(0) : stallLimit);

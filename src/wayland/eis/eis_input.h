@@ -20,32 +20,32 @@ enum class InputKind { pointer, button, scroll, keyboard };
 // its own. An event needs a device of its kind: ask hasDevice() first.
 //
 // While the compositor does not read, a press, a motion or a scroll is dropped
-// after a wait, and so is what follows in the same operation. A release is
-// dropped only if its press was: otherwise the key would stay down.
+// after a wait, and so are the following ones of the same operation. A release
+// is dropped only if its press was; otherwise the key would stay down.
 class EisInput {
 public:
-  // As EisChannel. Motions are relative to the stream; `askLayoutGroup` is for
-  // KeyboardLayout.
+  // Connects like EisChannel. Motions are relative to the stream.
+  // `askLayoutGroup` is passed to KeyboardLayout.
   EisInput(FileDescriptor socket, StreamPlace streamPlace, std::function<std::size_t()> askLayoutGroup)
       : channel(std::move(socket)), stream(std::move(streamPlace)), layout(std::move(askLayoutGroup)) {}
 
   // Whether events of the kind go through EIS.
   bool hasDevice(InputKind kind) { return slot(kind).isFilled(); }
-  // The compositor has taken the device away, and replaced it by none so far.
+  // Whether the compositor has removed the device and not replaced it yet.
   bool isDeviceRemoved(InputKind kind) { return slot(kind).removed; }
-  // See EisChannel, also for the next two.
+  // The next three functions forward to EisChannel.
   bool waitForDevice(InputKind kind) { return channel.waitForDevice(slot(kind)); }
   void readChannel() { channel.read(); }
   bool isDisconnected() const { return channel.isDisconnected(); }
 
-  // Call it before the first event of each operation of the host, and not
-  // within one: a click makes no sense without its motion.
+  // Call this before the first event of each operation of the host, but not
+  // within one: a click must be dropped with its motion.
   void beginOperation() {
     dropping = false;
     layout.expectSwitch();
   }
 
-  // The key of the keyboard that gives a keysym.
+  // The key that produces a keysym.
   std::optional<EvdevKey> findKey(std::uint64_t keysym) {
     return layout.find(keysym, channel.eiKeyboard.device.get(), channel.keyboardGroup());
   }
@@ -54,7 +54,7 @@ public:
   void moveTo(double x, double y);
   // `code` is an evdev code, here and in key().
   void button(std::uint32_t code, bool pressed);
-  // In wheel steps to the right and down; one event for all of them, none for none.
+  // Sends one event for all wheel steps, and none if both are 0.
   void scroll(std::int64_t right, std::int64_t down);
   void key(std::uint32_t code, bool pressed);
 
@@ -69,11 +69,11 @@ private:
   EisChannel channel;
   const StreamPlace stream;
   KeyboardLayout layout;
-  bool stalled = false;                      // the compositor did not read in time, and has not since
+  bool stalled = false;                      // the compositor did not read in time and has not read since
   bool dropping = false;                     // an event of this operation was dropped
-  std::optional<EisPosition> pendingMotion;  // the last motion, if it was dropped
-  std::optional<EisPosition> lastPlace;      // on the desktop, of the last motion that was sent
-  // Keys and buttons by their codes, which differ.
+  std::optional<EisPosition> pendingMotion;  // the last requested motion, until it is sent
+  std::optional<EisPosition> lastPlace;      // on the desktop, where the last motion that was sent ended
+  // Codes of keys and buttons; the two ranges do not overlap.
   std::set<std::uint32_t> heldDown;
   std::map<std::uint32_t, int> droppedPresses;
 };

@@ -65,7 +65,7 @@ std::unordered_map<std::uint64_t, EvdevKey> makeTable() {
   std::unordered_map<std::uint64_t, EvdevKey> table;
   for (const NamedKey& key : namedKeys) table[key.keysym] = {.code = key.code};
   for (std::uint32_t i = 0; i < 10; ++i) {
-    table[XK_F1 + i] = {.code = KEY_F1 + i};  // up to F10; F11 is elsewhere
+    table[XK_F1 + i] = {.code = KEY_F1 + i};  // F1 to F10; the codes of F11 and F12 do not follow
     table[static_cast<unsigned char>(shiftedDigits[i])] = {.code = digitCodes[i], .shift = true};
   }
   for (const PunctuationKey& key : punctuationKeys) {
@@ -87,7 +87,7 @@ std::optional<EvdevKey> findEvdevKey(std::uint64_t keysym) {
 }
 
 std::optional<EvdevKey> findUsKey(std::uint64_t keysym) {
-  // Beyond ASCII a code point would be taken for the keysym of another key.
+  // A code point above ASCII can equal the keysym of another key: U+FF0D is not Return (0xFF0D).
   constexpr std::uint64_t unicodeForm = 0x01000000;
   const bool isAscii = keysym >= unicodeForm && keysym < unicodeForm + 0x80;
   return findEvdevKey(isAscii ? keysym - unicodeForm : keysym);

@@ -5,7 +5,7 @@
 
 namespace ostler {
 
-// A key by its Linux evdev code, and what is held for the character in question.
+// A key by its Linux evdev code, and the modifiers that are held with it.
 struct EvdevKey {
   std::uint32_t code = 0;
   bool shift = false;
@@ -15,7 +15,7 @@ struct EvdevKey {
 // The key that carries an X keysym on a US layout, with Shift or without.
 std::optional<EvdevKey> findEvdevKey(std::uint64_t keysym);
 
-// The same, and for the Unicode form of an ASCII character, too.
+// Like findEvdevKey(), but also accepts the Unicode form of an ASCII character.
 std::optional<EvdevKey> findUsKey(std::uint64_t keysym);
 
 // The code of the key of findEvdevKey(), 0 when there is none.

@@ -12,13 +12,14 @@
 
 namespace ostler {
 
-// Which key of the compositor's keyboard gives a keysym, by the layout in use.
+// Finds the key of the compositor's keyboard that produces a keysym in the
+// active layout.
 class KeyboardLayout {
 public:
-  // `askGroup` asks the desktop which of a keymap's groups is in use.
+  // `askGroup` asks the desktop which group of a keymap is active.
   explicit KeyboardLayout(std::function<std::size_t()> askDesktop) : askGroup(std::move(askDesktop)) {}
 
-  // The user may have switched layouts.
+  // Call this whenever the user may have switched layouts.
   void expectSwitch() { askedGroup.reset(); }
   // Without a keymap the key is that of a US keyboard.
   std::optional<EvdevKey> find(std::uint64_t keysym, ei_device* keyboard,
@@ -26,7 +27,7 @@ public:
 
 private:
   const std::function<std::size_t()> askGroup;
-  EiDevice keyboardRead;  // whose keymap it is
+  EiDevice keyboardRead;  // the keyboard of `keymap`
   std::unique_ptr<const Keymap> keymap;
   std::optional<std::size_t> askedGroup;
 };

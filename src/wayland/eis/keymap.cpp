@@ -15,8 +15,8 @@ using XkbContext = Owner<xkb_context, xkb_context_unref>;
 using XkbKeymap = Owner<xkb_keymap, xkb_keymap_unref>;
 using XkbState = Owner<xkb_state, xkb_state_unref>;
 
-constexpr std::uint32_t keycodeOffset = 8;  // of an XKB keycode to its evdev code
-// The codes above have brackets and the like that no keyboard has.
+constexpr std::uint32_t keycodeOffset = 8;  // XKB keycode minus evdev code
+// Keymaps give higher codes characters such as brackets, but no keyboard has those keys.
 constexpr std::uint32_t lastCode = KEY_COMPOSE;
 constexpr std::uint64_t unicodeForm = 0x01000000;
 
@@ -24,8 +24,8 @@ void ignoreLog(xkb_context*, xkb_log_level, const char*, std::va_list) noexcept 
 
 bool isKeypad(std::uint64_t keysym) { return keysym >= XKB_KEY_KP_Space && keysym <= XKB_KEY_KP_Equal; }
 
-// A character's keysym has a form of its own, such as XK_adiaeresis, and a
-// Unicode form; this is the latter.
+// Many characters have a keysym of their own, such as XK_adiaeresis, and a
+// Unicode keysym. Returns the Unicode one.
 std::uint64_t unify(std::uint64_t keysym) {
   if (keysym >= unicodeForm || isKeypad(keysym)) return keysym;
   const std::uint32_t character = xkb_keysym_to_utf32(static_cast<xkb_keysym_t>(keysym));
@@ -33,7 +33,8 @@ std::uint64_t unify(std::uint64_t keysym) {
   return isControl ? keysym : unicodeForm | character;
 }
 
-// Presses keys as the compositor will, and looks at what each other key gives.
+// Simulates the compositor's keyboard state: holds keys and tells what another
+// key produces.
 class GroupState {
 public:
   GroupState(xkb_keymap* keymap, xkb_layout_index_t group) : state(xkb_state_new(keymap)) {

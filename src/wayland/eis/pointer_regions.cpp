@@ -23,10 +23,10 @@ bool startsAt(ei_region* region, Point position) {
          std::int64_t{ei_region_get_y(region)} == position.y;
 }
 
-// libei (to 1.4 at least) silently drops a motion that lies in none of the
-// device's regions, and a region ends before its far edge, so a move to the
-// right or bottom edge of the desktop would be lost. Such a point is moved to
-// the nearest one inside: the last that a float can tell from the edge.
+// libei (up to 1.4 at least) drops a motion outside the device's regions
+// without an error. A region does not contain its right and bottom edges, so a
+// move there would be lost. Such a point is moved to the nearest float inside
+// the region.
 EisPosition nearestInside(ei_region* region, EisPosition target) {
   if (ei_region_contains(region, target.x, target.y)) return target;
   const float right = left(region) + width(region), bottom = top(region) + height(region);
@@ -49,8 +49,9 @@ PointerRegions::PointerRegions(ei_device* pointer, const StreamPlace& stream) {
   }
 }
 
-// The portal counts from the stream's corner, EIS from the desktop's. On GNOME
-// 48 and KDE Plasma 6.3 a click on a second monitor would land on the first.
+// Coordinates of the portal are relative to the stream, those of EIS to the
+// desktop. Without the conversion a click on a second monitor would land on the
+// first on GNOME 48 and KDE Plasma 6.3.
 EisPosition PointerRegions::place(EisPosition inStream) const {
   EisPosition nearest = inStream;
   float nearestDistance = std::numeric_limits<float>::infinity();
@@ -66,9 +67,9 @@ EisPosition PointerRegions::place(EisPosition inStream) const {
   return nearest;
 }
 
-// KDE Plasma 6.3 has an edge barrier between monitors: 100 pixels (2000 in
-// corners) of a motion across it are held back, absolute motion included, so that
-// one from 100,100 to 1300,100 ends at 1279. A motion to the middle of the other
+// KDE Plasma 6.3 has an edge barrier between monitors. It holds back 100 pixels
+// (2000 in corners) of a motion across the edge, absolute motions included: one
+// from 100,100 to 1300,100 ends at 1279. A motion to the middle of the other
 // monitor gets through.
 std::optional<EisPosition> PointerRegions::stopBetween(EisPosition from, EisPosition to) const {
   ei_region* const target = regionAt(to);

@@ -8,7 +8,7 @@
 
 namespace ostler {
 
-// In floats, as the wire carries it.
+// The EIS protocol transmits coordinates as floats.
 struct EisPosition {
   float x;
   float y;
@@ -19,17 +19,18 @@ class PointerRegions {
 public:
   PointerRegions(ei_device* pointer, const StreamPlace& stream);
 
-  // Where on the desktop a position in the stream is; a position outside all
-  // regions is moved to the nearest point inside one.
+  // Converts a position in the stream to one on the desktop. A position outside
+  // all regions is moved to the nearest point inside one.
   EisPosition place(EisPosition inStream) const;
-  // Where a motion between two places has to stop on its way.
+  // The point where a motion between two positions has to stop on its way, if
+  // any.
   std::optional<EisPosition> stopBetween(EisPosition from, EisPosition to) const;
 
 private:
   ei_region* regionAt(EisPosition place) const;
 
   std::vector<ei_region*> regions;
-  std::vector<ei_region*> ofStream;  // empty when it is not known
+  std::vector<ei_region*> ofStream;  // the stream's regions; empty if they are unknown
 };
 
 }  // namespace ostler

@@ -38,8 +38,8 @@ constexpr LazyFunction xkbcommonFunctions[] = {OSTLER_XKBCOMMON_FUNCTIONS(ROW)};
 bool libeiLoaded = false;
 bool xkbcommonLoaded = false;
 
-// Finds functions of other libraries that the library in the file needs, too.
-// Returns nothing on success, otherwise the loader's words.
+// Also finds functions in the dependencies of the library. Returns nothing on
+// success, otherwise the loader's message.
 std::optional<std::string> load(const char* file, std::span<const LazyFunction> functions) {
   void* const library = dlopen(file, RTLD_NOW | RTLD_LOCAL);
   if (library == nullptr) return dlerror();

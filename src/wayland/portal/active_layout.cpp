@@ -9,7 +9,7 @@
 #include "wayland/portal/glib_handles.h"
 #include "wayland/portal/portal_call.h"
 
-// Neither KDE Plasma 6.3 nor GNOME 48 tells the active layout on the EIS channel.
+// Neither KDE Plasma 6.3 nor GNOME 48 reports the active layout on the EIS channel.
 
 namespace ostler {
 namespace {
@@ -49,8 +49,8 @@ std::vector<InputSource> readSources(GVariant* settings, const char* key) {
   return result;
 }
 
-// GNOME Shell makes a keymap of up to three sources, followed by the layout of
-// the user's language, and another keymap of the next three.
+// GNOME Shell puts up to three input sources into a keymap, followed by the
+// layout of the user's language. The next three sources form another keymap.
 std::optional<std::size_t> askGnome(GDBusConnection* connection) {
   constexpr char settingsNamespace[] = "org.gnome.desktop.input-sources";
   constexpr std::size_t sourcesOfKeymap = 3;

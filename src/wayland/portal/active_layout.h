@@ -6,8 +6,8 @@
 
 namespace ostler {
 
-// The group of the keymap whose layout the user has in use, as the desktop
-// tells; the first where no desktop does. Takes 1 s at the most.
+// Asks KDE or GNOME for the keymap group of the user's active layout. Returns
+// 0, the first group, if neither answers. Takes up to 1 s.
 std::size_t activeLayoutGroup(GDBusConnection* connection);
 
 }  // namespace ostler

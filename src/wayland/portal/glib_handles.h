@@ -5,7 +5,7 @@
 
 namespace ostler {
 
-// Owners of what GLib hands out: one reference, or one allocation, each.
+// Each type owns one reference or one allocation of GLib.
 
 inline void destroySource(GSource* source) {
   g_source_destroy(source);

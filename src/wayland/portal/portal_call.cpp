@@ -10,30 +10,29 @@
 
 #include "wayland/portal/signal_subscription.h"
 
-// A request of the portal is a method call whose reply only names an object;
-// the answer is a Response signal of that object, which may come at once, when
-// a person has answered a dialog, or never, when the portal or the bus goes
-// away. The portal may send the signal before the reply.
+// The reply to a portal request only names an object. The answer is a Response
+// signal of that object. It may arrive before the reply, when the user has
+// answered a dialog, or never if the portal or the bus goes away.
 
 namespace ostler {
 namespace {
 
 constexpr char requestInterface[] = "org.freedesktop.portal.Request";
-constexpr int callTimeout = -1;  // GDBus's own
-// What a call takes for a main context, and what may come with its answer.
+constexpr int callTimeout = -1;  // the default of GDBus
+// A call needs descriptors for a main context, and its answer may contain one.
 constexpr int descriptorsOfCall = 4;
 
-// The main context that a wait runs, as this thread's own while the guard
-// lives: the default one, so that the host's sources go on meanwhile. Where
-// another thread is running that, handlers would be called over there, so the
-// wait gets a context of its own.
+// The main context in which a wait runs, which is this thread's default while
+// the guard exists. It is the global default context, so that the host's
+// sources keep running. If another thread is running that one, it would call
+// the handlers there, so the wait gets a separate context.
 class WaitContext {
 public:
   WaitContext() {
     const bool acquired = g_main_context_acquire(nullptr) != FALSE;
     context.reset(acquired ? g_main_context_ref(g_main_context_default()) : g_main_context_new());
     g_main_context_push_thread_default(context.get());
-    if (acquired) g_main_context_release(nullptr);  // the push holds it
+    if (acquired) g_main_context_release(nullptr);  // the push has acquired it too
   }
   WaitContext(const WaitContext&) = delete;
   WaitContext& operator=(const WaitContext&) = delete;
@@ -67,8 +66,8 @@ void onResponse(PortalWait& wait, std::string_view objectPath, GVariant* paramet
   wait.end();
 }
 
-// The connection's "closed" signal is emitted in the main context in which the
-// connection was made, which nobody may be running, so its state is polled.
+// The connection emits "closed" in the main context in which it was created.
+// Possibly nothing runs that context, so the connection's state is polled.
 gboolean onBusCheck(gpointer data) noexcept {
   PortalWait& wait = *static_cast<PortalWait*>(data);
   if (g_dbus_connection_is_closed(wait.connection)) wait.end();
@@ -150,9 +149,9 @@ Variant portalRequest(GDBusConnection* connection, const char* interfaceName, co
                                              [&wait](std::string_view, GVariant* change) {
                                                if (hasPortalLeft(change)) wait.end();
                                              });
-  // To the answers of all requests, so that one is heard that comes before the
-  // reply has named its request, at whatever path. It waits in the context
-  // until the loop runs.
+  // The subscription covers the responses to all requests, because the response
+  // may arrive before the reply that names its path. It stays queued in the
+  // context until the loop runs.
   const SignalSubscription responseSubscription(
       connection, context, {portalBusName, requestInterface, "Response", nullptr, nullptr},
       [&wait](std::string_view requestPath, GVariant* response) { onResponse(wait, requestPath, response); });

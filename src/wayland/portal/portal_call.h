@@ -10,9 +10,9 @@
 
 namespace ostler {
 
-// What is said to the desktop portal goes through here. All of it blocks.
+// Synchronous calls of the desktop portal.
 //
-// Floating parameters are consumed. Failures are std::runtime_error.
+// Floating parameters are consumed. Failures are thrown as std::runtime_error.
 
 inline constexpr char portalBusName[] = "org.freedesktop.portal.Desktop";
 inline constexpr char portalObjectPath[] = "/org/freedesktop/portal/desktop";
@@ -20,11 +20,11 @@ inline constexpr char remoteDesktopInterface[] = "org.freedesktop.portal.RemoteD
 inline constexpr char screenCastInterface[] = "org.freedesktop.portal.ScreenCast";
 inline constexpr char sessionInterface[] = "org.freedesktop.portal.Session";
 
-// Whether that many descriptors can be opened. GLib ends the process when it
-// finds none for the main context that each of its blocking calls makes.
+// Whether that many descriptors can be opened. GLib aborts the process if it
+// has none left for the main context that each of its blocking calls creates.
 bool haveSpareDescriptors(int count) noexcept;
 
-// A fresh handle token, fit to be part of an object path.
+// A unique handle token that is valid in an object path.
 std::string newPortalToken();
 
 // The portal refused a Notify* method because the session has an EIS channel.
@@ -34,29 +34,29 @@ public:
   using std::runtime_error::runtime_error;
 };
 
-// Throws the prefix and the error's message, and frees the error, which may be
-// null. The exception is a PortalInputRefusal where the message tells of one.
+// Frees the error, which may be null, and throws the prefix with the error's
+// message: as PortalInputRefusal if the message says so.
 [[noreturn]] void throwGError(std::string_view prefix, GError* error);
 
 // A uint32 property of the ScreenCast interface.
 std::uint32_t readPortalProperty(GDBusConnection* connection, const char* name);
 
-// Calls a method whose real answer is a Response signal, and waits for that as
-// long as a person takes. The last of the parameters is the dictionary of
-// options, with a handle_token. Returns the dictionary of the Response.
+// Calls a method that answers with a Response signal, and waits for the signal
+// as long as the user takes. The last parameter is the dictionary of options,
+// with a handle_token. Returns the dictionary of the Response.
 Variant portalRequest(GDBusConnection* connection, const char* interfaceName, const char* method,
                       GVariant* parameters);
 
-// Calls a RemoteDesktop method that answers at once. Throws PortalInputRefusal
-// when the portal refuses such calls beside EIS.
+// Calls a RemoteDesktop method that needs no Response. Throws
+// PortalInputRefusal if the portal refuses such calls because of EIS.
 void portalInputCall(GDBusConnection* connection, const char* method, GVariant* parameters);
 
 // The result of a method that hands out a descriptor. Only a lack of file
 // descriptors is thrown, because a later attempt may succeed.
 struct PortalDescriptor {
-  bool answered = false;      // the call itself went well
+  bool answered = false;      // the call itself succeeded
   FileDescriptor descriptor;  // none when the call failed or the reply held none
-  GLibError error;            // may be null all the same
+  GLibError error;            // may be null even then
 };
 PortalDescriptor portalDescriptorCall(GDBusConnection* connection, const char* interfaceName,
                                       const char* method, const std::string& sessionHandle);

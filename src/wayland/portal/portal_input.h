@@ -8,18 +8,19 @@
 namespace ostler {
 
 // Sends input events through the portal's Notify methods, one call each. Throws
-// std::runtime_error when the user has not granted the device or a call fails.
+// std::runtime_error if the user has not granted the device or the call fails.
 class PortalInput {
 public:
   explicit PortalInput(const PortalSession& started) : session(started) {}
 
-  // Asks for the compositor's EIS socket. None when there is no such channel.
+  // Asks for the compositor's EIS socket. Returns an empty descriptor if the
+  // portal offers none.
   FileDescriptor connectToEis() const;
 
   void moveTo(double x, double y) const;
   // `code` is an evdev code.
   void button(std::uint32_t code, bool pressed) const;
-  // In wheel steps to the right and down; one call for each.
+  // Calls the portal once for each wheel step.
   void scroll(std::int64_t right, std::int64_t down) const;
   void key(std::uint64_t keysym, bool pressed) const;
 

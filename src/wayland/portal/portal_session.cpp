@@ -20,7 +20,7 @@ constexpr std::uint32_t keyboardAndPointer = 1 | 2;
 
 BusConnection connectToSessionBus() {
   constexpr char failure[] = "Unable to connect to the session D-Bus";
-  // For GDBus's own thread, and the socket.
+  // GDBus needs descriptors for its own thread and the socket.
   constexpr int descriptors = 8;
   if (!haveSpareDescriptors(descriptors))
     throw std::runtime_error(std::string(failure) + ": " + std::strerror(EMFILE));
@@ -33,14 +33,15 @@ BusConnection connectToSessionBus() {
 BusConnection openSessionBus() {
   BusConnection bus = connectToSessionBus();
   if (g_dbus_connection_is_closed(bus.get())) {
-    // The bus died, and is handed out until what GLib left in the default
-    // context has run. The host's own sources there may never come to an end.
+    // GLib returns a closed connection until its pending sources in the default
+    // context have run. The number of iterations is limited because the host's
+    // sources may always be ready.
     bus.reset();
     for (int i = 0; i < 100 && g_main_context_iteration(nullptr, FALSE) != FALSE; ++i) {
     }
     bus = connectToSessionBus();
   }
-  // The end of the bus would end the process otherwise.
+  // By default GLib ends the process when the bus goes away.
   g_dbus_connection_set_exit_on_close(bus.get(), FALSE);
   return bus;
 }
@@ -98,7 +99,7 @@ StreamInfo readFirstStream(GVariant* response) {
 
 }  // namespace
 
-// Once the other constructor is through, a failure runs the destructor.
+// After the delegated constructor has returned, a failure runs the destructor.
 PortalSession::PortalSession() : PortalSession(openSessionBus()) { startPortalSession(); }
 
 PortalSession::PortalSession(BusConnection bus) : connection(std::move(bus)) {}
@@ -125,7 +126,7 @@ void PortalSession::startPortalSession() {
                                            g_variant_new("(a{sv})", &options.builder));
     const char* handle = "";
     g_variant_lookup(response.get(), "session_handle", "&s", &handle);
-    // Nothing can be asked of a session whose handle is no path, either.
+    // A handle that is not an object path is useless, too.
     if (!g_variant_is_object_path(handle)) {
       throw std::runtime_error("Missing portal response field: session_handle");
     }

@@ -10,7 +10,7 @@ namespace ostler {
 namespace {
 
 MainContext newMainContext() {
-  // GLib ends the process when it finds no descriptor for a context.
+  // GLib aborts the process if it has no descriptor for a context.
   if (!haveSpareDescriptors(1)) {
     throw std::runtime_error(std::string("Unable to watch the Wayland portal session: ") +
                              std::strerror(EMFILE));

@@ -7,18 +7,20 @@
 
 namespace ostler {
 
-// Knows whether the session has ended before we closed it: the user pressed the
-// desktop's "stop", the screen was locked, or the portal or the bus went away.
-// GNOME 48 and KDE Plasma 6.3 then drop all input and send no more pictures,
-// and nothing that we call fails.
+// Tells whether the session has ended before we closed it: the user stopped
+// sharing, the screen was locked, or the portal or the bus went away. GNOME 48
+// and KDE Plasma 6.3 then drop all input and send no more frames, but no call
+// fails.
 class SessionEnd {
 public:
-  // Throws std::runtime_error when file descriptors run out. The connection is open.
+  // The connection must be open. Throws std::runtime_error when file
+  // descriptors run out.
   SessionEnd(GDBusConnection* connection, const std::string& sessionHandle);
 
-  // Takes in what has arrived on the bus by now; does not wait.
+  // Processes the signals that have arrived and returns whether the session has
+  // ended. Does not wait.
   bool hasCome();
-  // For an end that is not heard on the bus.
+  // Records an end that was not reported on the bus.
   void mark() { ended = true; }
 
 private:

@@ -7,7 +7,7 @@
 
 namespace ostler {
 
-// What a signal on the bus has to be from and about. Null matches everything.
+// Selects signals on the bus. A null field matches everything.
 struct SignalMatch {
   const char* sender = nullptr;
   const char* interfaceName = nullptr;
@@ -16,16 +16,15 @@ struct SignalMatch {
   const char* arg0 = nullptr;
 };
 
-// Hears a signal. The handler, which must not throw, is called by whoever
-// iterates the main context. The destructor iterates it too: GLib may still have
-// a call of the handler queued after the subscription has been ended, so the
-// object goes only when GLib has let go of it. Nothing of it is left in the
-// context then.
+// Receives a signal. The handler, which must not throw, is called by whoever
+// iterates the main context. GLib may have a call of the handler queued even
+// after the subscription has ended, so the destructor iterates the context
+// until GLib has released the subscription.
 class SignalSubscription {
 public:
   using Handler = std::function<void(std::string_view objectPath, GVariant* parameters)>;
 
-  // GLib complains on stderr about a connection that is closed.
+  // The connection must be open; otherwise GLib writes a warning to stderr.
   SignalSubscription(GDBusConnection* connection, GMainContext* context, const SignalMatch& match,
                      Handler handler);
   SignalSubscription(const SignalSubscription&) = delete;
@@ -45,8 +44,8 @@ private:
   bool released = false;
 };
 
-// Tells of each change of the portal's owner. The first owner of its name does
-// not mean that a portal has left: a method call may have started it.
+// Matches each change of the owner of the portal's bus name. If there was no
+// owner before, no portal has left: a method call may have just started it.
 SignalMatch portalOwnerChange();
 bool hasPortalLeft(GVariant* parametersOfOwnerChange);
 

@@ -7,7 +7,8 @@
 namespace ostler {
 namespace {
 
-// After a format has been cleared the next one of a change comes sooner.
+// When the format changes, the new one follows the cleared one within this
+// time.
 constexpr std::chrono::seconds longestChange{1};
 
 }  // namespace
@@ -18,8 +19,8 @@ void CaptureState::setFormat(const StreamFormat& format) {
   frameWidth = format.width;
   frameHeight = format.height;
   formatLost.reset();
-  // A logical size from the portal stays; one taken from the stream stays at
-  // the first, so that the pointer's coordinates keep their meaning.
+  // A logical size is set once, by the portal or from the first format, so that
+  // the pointer's coordinates keep their meaning.
   if (logicalWidth > 0 && logicalHeight > 0) return;
   logicalWidth = format.width;
   logicalHeight = format.height;
@@ -35,9 +36,9 @@ StreamFormat CaptureState::format() const {
   return {videoFormat, frameWidth, frameHeight};
 }
 
-// Large frames are mapped and unmapped by the allocator one by one, which takes
-// several times as long as copying them. So the last reference hands the
-// storage back, on whichever thread it goes.
+// The allocator maps and unmaps each large frame, which takes several times as
+// long as copying it. So the storage is reused: the last reference returns it,
+// on whichever thread that is released.
 std::shared_ptr<const Frame> CaptureState::share(Frame newFrame) {
   const auto handBack = [this](Frame* replaced) noexcept {
     const std::unique_ptr<Frame> owner(replaced);
@@ -53,7 +54,8 @@ PixelBytes CaptureState::takeStorage() {
 }
 
 void CaptureState::store(std::optional<Frame> newFrame, std::optional<Point> cursor) {
-  // The replaced frame goes with this reference, after the lock.
+  // This releases the replaced frame after the lock, which the frame's deleter
+  // takes too.
   std::shared_ptr<const Frame> next;
   if (newFrame) next = share(std::move(*newFrame));
   {
@@ -108,8 +110,8 @@ void CaptureState::waitForFirstFrame(std::chrono::steady_clock::time_point deadl
   waitForNews(deadline);
   const MutexLock lock(frameMutex);
   if (streamFailed) throw std::runtime_error("Wayland ScreenCast stream failed: " + streamError);
-  // A GNOME 48 desktop whose scale changes, and any compositor that ends, leaves
-  // a stream that is paused, without a format or an error.
+  // If a compositor ends, or the scale changes on GNOME 48, the stream is
+  // paused without a format or an error.
   if (frameReady && formatLost && std::chrono::steady_clock::now() - *formatLost > longestChange) {
     throw std::runtime_error("Wayland ScreenCast stream failed: the desktop has ended it");
   }

@@ -13,38 +13,41 @@
 
 namespace ostler {
 
-// What the PipeWire thread and the caller's thread share. The lock is held only
-// to read or write fields, never during a copy or a call of PipeWire. Outlives
-// the stream that writes to it.
+// State shared by the PipeWire thread and the caller's thread. The lock is held
+// only to read or write fields, never while a frame is copied or PipeWire is
+// called. The object must outlive the stream that writes to it.
 class CaptureState {
 public:
   // The stream's side.
   void setFormat(const StreamFormat& format);
   StreamFormat format() const;
-  // Either may be missing: then the last one stays.
+  // If one of them is missing, its last value stays.
   void store(std::optional<Frame> newFrame, std::optional<Point> cursor);
-  // The storage of a replaced frame that nobody shares any more, for the next
-  // frame. Empty when there is none.
+  // Returns the storage of a released frame for reuse by the next one, or empty
+  // storage if there is none.
   PixelBytes takeStorage();
-  // Until the next format.
+  // Marks the stream as having no format, until setFormat() is called.
   void loseFormat();
-  // For good: no frame that follows makes up for it.
+  // Marks the stream as failed for good, even if frames follow.
   void failStream(const char* error) noexcept;
 
   // The caller's side.
   void setLogicalSize(Size size);
   void setLastPointer(Point position);
-  // Waits for a frame or the stream's failure, and returns whether one has come.
+  // Waits for the first frame or the stream's failure. Returns false on
+  // time-out.
   bool waitForNews(std::chrono::steady_clock::time_point deadline);
-  // Returns when there is a frame and the stream has not failed. Throws when it
-  // has, with or without a frame, when no frame came in time, and when the
-  // desktop has ended the stream.
+  // Waits for the first frame. Throws if the stream has failed, even if there
+  // is a frame, if no frame arrived in time, or if the desktop has ended the
+  // stream.
   void waitForFirstFrame(std::chrono::steady_clock::time_point deadline);
   // Null before the first frame.
   std::shared_ptr<const Frame> latestFrame() const;
-  // In display units, else stream pixels; throws while neither is known.
+  // The size in display units, or in stream pixels if that is unknown. Throws
+  // while neither is known.
   Size display() const;
-  // The stream's last word on it, or else where the pointer was sent last.
+  // The last position that the stream reported, or the target of the last move
+  // if it has reported none.
   Point cursorPosition() const;
 
 private:
@@ -67,7 +70,8 @@ private:
   std::int32_t lastPointerX OSTLER_GUARDED_BY(frameMutex) = 0;
   std::int32_t lastPointerY OSTLER_GUARDED_BY(frameMutex) = 0;
   PixelBytes storage OSTLER_GUARDED_BY(frameMutex);
-  // Hands its storage back when it goes, so it goes first.
+  // Declared last, and so destroyed first, because its deleter writes to
+  // `storage`.
   std::shared_ptr<const Frame> frame OSTLER_GUARDED_BY(frameMutex);
 };
 

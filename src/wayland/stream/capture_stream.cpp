@@ -53,7 +53,7 @@ private:
   pw_buffer* buffer;
 };
 
-// No exception may reach PipeWire: it fails the stream instead.
+// No exception may reach PipeWire, so it is recorded as the stream's failure.
 template <typename Action>
 void failingTheStream(CaptureState& state, Action action) noexcept {
   try {
@@ -87,8 +87,8 @@ void CaptureStream::disconnectAndDestroy(pw_stream* connected) {
   pw_stream_destroy(connected);
 }
 
-// The object counts as built once it has delegated, so a connection that fails
-// half way is torn down by the destructor.
+// After the delegated constructor has returned, a failure runs the destructor,
+// which cleans up a partial connection.
 CaptureStream::CaptureStream(FileDescriptor remote, std::uint32_t nodeId, CaptureState& captureState)
     : CaptureStream(std::move(remote), captureState) {
   connectStream(nodeId);
@@ -108,7 +108,7 @@ CaptureStream::~CaptureStream() {
 }
 
 void CaptureStream::connectStream(std::uint32_t nodeId) {
-  // PipeWire closes the descriptor that it is given.
+  // PipeWire closes the descriptor that it receives.
   FileDescriptor connectionFd = duplicate(pipeWireFd);
   threadLoop.reset(pw_thread_loop_new("ostler-wayland", nullptr));
   if (threadLoop == nullptr) throw std::runtime_error("Failed to create the PipeWire thread loop.");
@@ -116,7 +116,7 @@ void CaptureStream::connectStream(std::uint32_t nodeId) {
     throw std::runtime_error("Failed to start the PipeWire thread loop.");
   }
 
-  // No event runs before the stream is connected as a whole.
+  // The lock keeps events from running before the stream is connected.
   const LoopLock lock(threadLoop.get());
   // PipeWire's RT module may ask the portal for realtime scheduling, which this thread does not need.
   pipeWireContext.reset(pw_context_new(pw_thread_loop_get_loop(threadLoop.get()),
@@ -156,8 +156,8 @@ const pw_stream_events CaptureStream::streamEvents = [] {
   return events;
 }();
 
-// The core's own events say the same, but take a macro that is no standard C++
-// to listen to. Errors of other objects go to those objects.
+// The core has an error event too, but listening to it takes a macro that is
+// not standard C++. This listener receives only errors of the core itself.
 const pw_proxy_events CaptureStream::coreEvents = [] {
   pw_proxy_events events{};
   events.version = PW_VERSION_PROXY_EVENTS;
@@ -172,7 +172,8 @@ void CaptureStream::onStreamStateChanged(void* data, pw_stream_state, pw_stream_
                                                                        : "unknown PipeWire stream error");
 }
 
-// When the daemon dies the stream turns unconnected, without an error.
+// If the daemon dies, only the core reports an error: the stream just becomes
+// unconnected.
 void CaptureStream::onCoreError(void* data, int, int, const char* message) noexcept {
   static_cast<CaptureStream*>(data)->state.failStream(message != nullptr ? message
                                                                          : "unknown PipeWire stream error");

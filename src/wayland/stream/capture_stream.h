@@ -10,28 +10,28 @@
 
 namespace ostler {
 
-// Once per process, before the first stream. PipeWire prints nothing from then
-// on unless the user asks for it with PIPEWIRE_DEBUG.
+// Call this before creating the first stream; only the first call has an
+// effect. From then on PipeWire prints nothing unless PIPEWIRE_DEBUG is set.
 void initialisePipeWire();
 
-// The PipeWire stream that the portal gives of a session's first monitor or
-// window. It is connected once and never again.
+// The PipeWire stream of a session's first monitor or window. It is connected
+// once and never reconnected.
 //
-// A thread of its own runs its events, with the lock of the thread loop held:
+// A separate thread handles its events with the thread loop locked:
 // `param_changed` when the server has fixed a format, `process` for each
-// buffer, `state_changed`, and `error` of the core. They write to the state,
-// whose lock is always taken after the loop's. The destructor stops the thread
-// before it returns, so no event comes after it.
+// buffer, `state_changed`, and `error` of the core. The handlers write to the
+// state, whose lock is always taken after the loop's. The destructor stops the
+// thread, so no event is handled after it.
 class CaptureStream {
 public:
-  // `remote` is the socket of the PipeWire server that has the node. Returns
-  // with the stream on its way; the first frame is waited for in the state.
+  // `remote` is a socket of the PipeWire server that has the node. Returns
+  // while the stream is still connecting; wait for the first frame in `state`.
   CaptureStream(FileDescriptor remote, std::uint32_t nodeId, CaptureState& state);
   CaptureStream(const CaptureStream&) = delete;
   CaptureStream& operator=(const CaptureStream&) = delete;
   ~CaptureStream();
 
-  // Stops and starts the stream, on which the server sends a frame.
+  // Stops and starts the stream, which makes the server send a frame.
   void restart();
 
 private:
@@ -52,8 +52,8 @@ private:
   static void disconnectAndDestroy(pw_stream* connected);
 
   CaptureState& state;
-  // In the order of construction. What stands between the loop and the hooks
-  // is touched under the lock of the loop only.
+  // In the order of construction. The context, the core, the stream and the
+  // hooks are used only with the loop locked.
   FileDescriptor pipeWireFd;
   Owner<pw_thread_loop, stopAndDestroy> threadLoop;
   Owner<pw_context, pw_context_destroy> pipeWireContext;
@@ -61,7 +61,7 @@ private:
   Owner<pw_stream, disconnectAndDestroy> stream;
   spa_hook coreListener{};
   spa_hook streamListener{};
-  PixelBytes storage;  // for the next frame; touched by the loop's thread alone
+  PixelBytes storage;  // for the next frame; used only by the loop's thread
 };
 
 }  // namespace ostler

@@ -17,9 +17,9 @@ struct StreamFormat {
   bool operator==(const StreamFormat&) const = default;
 };
 
-// One picture as the stream sent it: rows of width * 4 bytes with no gap, top
-// row first. It keeps the format that it arrived under, so a renegotiation
-// never shows it under another geometry.
+// One picture as the stream sent it: rows of width * 4 bytes without gaps, top
+// row first. It keeps its format, so a later change of the stream's format does
+// not affect it.
 struct Frame {
   StreamFormat format;
   PixelBytes bytes;

@@ -11,8 +11,8 @@
 namespace ostler {
 namespace {
 
-// The first metadata of a type, if it is as large as `Meta`. SPA gives room for
-// the whole of it, aligned.
+// The first metadata of a type, if it is as large as `Meta`. SPA guarantees its
+// size and alignment.
 template <typename Meta>
 const Meta* findMeta(const spa_buffer& buffer, std::uint32_t type) {
   return static_cast<const Meta*>(spa_buffer_find_meta_data(&buffer, type, sizeof(Meta)));
@@ -29,20 +29,22 @@ std::optional<Point> cursorIn(const spa_buffer& buffer) {
   return Point{cursor->position.x, cursor->position.y};
 }
 
-// When only the pointer has moved, KDE Plasma 6.3 and GNOME 48 send a buffer for
-// its metadata. KWin's has the size of a picture, with pixels of an earlier one
-// or none at all; GNOME's has size 0.
+// When only the pointer has moved, KDE Plasma 6.3 and GNOME 48 send a buffer
+// just for its metadata and mark the chunk as corrupted. The chunk of KDE has
+// the size of a picture, but holds old pixels or none; that of GNOME has size
+// 0.
 bool isCursorOnly(const volatile spa_chunk& chunk) { return (chunk.flags & SPA_CHUNK_FLAG_CORRUPTED) != 0; }
 
-// Where the rows stand in the mapped memory.
+// The position of the rows in the mapped memory.
 struct RowLayout {
   std::size_t offset;
   std::size_t stride;
   std::size_t rowBytes;
   std::size_t rows;
 
-  // In steps that cannot overflow: each value is below 2^34. Rows that overlap
-  // could fit into a small buffer and still add up to a huge frame.
+  // No step overflows, since each value is below 2^34. The first check rejects
+  // overlapping rows, which would fit into a small buffer but add up to a huge
+  // frame.
   bool fitsIn(std::size_t size) const {
     if (rows > size / rowBytes) return false;
     if (offset > size || rowBytes > size - offset) return false;

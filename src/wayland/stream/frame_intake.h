@@ -9,17 +9,16 @@ struct spa_buffer;
 
 namespace ostler {
 
-// What a buffer holds, copied.
+// A copy of the contents of a buffer.
 struct FrameIntake {
   std::optional<Frame> frame;
-  std::optional<Point> cursor;  // as the buffer's metadata has it, when it has one
+  std::optional<Point> cursor;  // from the buffer's metadata, if present
 };
 
-// Reads a buffer that arrived under `format`. There is nothing in one that is
-// null, empty, marked as corrupted or too short for the format, except that a
-// buffer with a cursor only, which a mark on its chunk tells, has no frame but a
-// cursor. Throws on a format that unpack() cannot read. A frame is copied into
-// `storage`, which is then empty.
+// Reads a buffer that arrived with `format`. Returns nothing for a buffer that
+// is null, empty, marked as corrupted or too short for the format, and only the
+// cursor if just the chunk is marked as corrupted. Throws on a format that
+// unpack() cannot read. A frame takes over `storage`, which is then empty.
 FrameIntake takeIn(const spa_buffer* buffer, const StreamFormat& format, PixelBytes& storage);
 
 }  // namespace ostler

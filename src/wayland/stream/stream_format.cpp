@@ -24,7 +24,7 @@ spa_pod_builder builderIn(PodRoom& room) {
   return builder;
 }
 
-// A size that no buffer can have is left for the server to refuse.
+// The server refuses a size that no buffer can have, so clamping is enough.
 std::int32_t clampToInt(std::int64_t value) {
   using Limits = std::numeric_limits<std::int32_t>;
   return static_cast<std::int32_t>(std::clamp<std::int64_t>(value, Limits::min(), Limits::max()));
@@ -74,8 +74,8 @@ std::array<const spa_pod*, 3> buildBufferParams(PodRoom& room, const StreamForma
   const void* const header = spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta,
                                                         SPA_PARAM_META_type, SPA_POD_Id(SPA_META_Header),
                                                         SPA_PARAM_META_size, SPA_POD_Int(headerMetaSize));
-  // The cursor's image is never read, but a server leaves the whole metadata
-  // out when there is no room for its image.
+  // The cursor's image is never read, but a server omits the whole cursor
+  // metadata if its image does not fit.
   const void* const cursor = spa_pod_builder_add_object(
       &builder, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta, SPA_PARAM_META_type, SPA_POD_Id(SPA_META_Cursor),
       SPA_PARAM_META_size,

@@ -10,21 +10,22 @@ struct spa_pod;
 
 namespace ostler {
 
-// What is said between the stream and the server about format and buffers, as
-// pods. The pods that are built stand in a PodRoom and live as long as it.
+// Builds and parses the pods with which the stream and the server negotiate
+// format and buffers. A pod that is built here is stored in a PodRoom and must
+// not outlive it.
 struct PodRoom {
   alignas(8) std::array<unsigned char, 1024> bytes;
 };
 
-// The formats offered when the stream is connected, and nothing else: size and
-// rate are the server's to settle.
+// The pixel formats offered when the stream is connected. The server chooses
+// size and rate.
 const spa_pod* buildOfferedFormats(PodRoom& room);
 
-// What the server fixed. Nothing for what is not raw video.
+// Returns the format that the server fixed, or nothing if it is not raw video.
 std::optional<StreamFormat> parseFormat(const spa_pod* param);
 
-// The answer to a format: how the buffers are to look, and the two kinds of
-// metadata (header, cursor) that are to come with them.
+// Builds the answer to a format: the layout of the buffers, and the two kinds
+// of metadata (header, cursor) that they should carry.
 std::array<const spa_pod*, 3> buildBufferParams(PodRoom& room, const StreamFormat& format);
 
 // Throws std::runtime_error unless unpack() can read the format.

@@ -9,8 +9,8 @@
 namespace ostler {
 namespace {
 
-// Written for the compiler to vectorise (at -O3), which takes one shuffle for
-// several pixels where the processor has a byte shuffle.
+// The compiler vectorises this loop at -O3. If the processor has a byte
+// shuffle, one instruction converts several pixels.
 template <int red, int blue>
 [[gnu::always_inline]] inline void unpackPixels(unsigned char* __restrict to,
                                                 const unsigned char* __restrict from, std::size_t pixels) {
@@ -29,7 +29,7 @@ void unpackPlain(unsigned char* to, const unsigned char* from, std::size_t pixel
 }
 
 #if defined(__x86_64__) || defined(__i386__)
-// SSSE3 brought the byte shuffle to x86, and the baseline is older: four times as fast.
+// The byte shuffle of SSSE3, which the x86 baseline lacks, makes this four times as fast.
 template <int red, int blue>
 [[gnu::target("ssse3")]] void unpackShuffled(unsigned char* to, const unsigned char* from,
                                              std::size_t pixels) {

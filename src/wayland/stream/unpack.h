@@ -6,9 +6,8 @@
 
 namespace ostler {
 
-// The colours of a part of a frame, as they are: padding and alpha are left out.
-// The part lies within the frame. Throws on a format other than the four that
-// the stream may have.
+// Returns the colours of a part of a frame, without padding and alpha. The part
+// must lie within the frame. Throws on an unsupported pixel format.
 RgbImage unpack(const Frame& frame, const Rect& part);
 
 }  // namespace ostler
