@@ -23,7 +23,10 @@ constexpr std::uint32_t firstVersion = 1;
 
 // Each message begins with its object (0, in two words), its length in bytes and its opcode.
 constexpr std::array<std::uint32_t, 5> greeting{0, 0, 20, 0, firstVersion};
-constexpr auto object = std::bit_cast<std::array<std::uint32_t, 2>>(std::uint64_t{0xff00000000000000});
+// The first object of a server is 0xff00000000000000.
+constexpr bool isLittleEndian = std::endian::native == std::endian::little;
+constexpr std::array<std::uint32_t, 2> object{isLittleEndian ? 0 : 0xff000000,
+                                              isLittleEndian ? 0xff000000 : 0};
 constexpr std::array<std::uint32_t, 8> connection{0, 0, 32, 2, 1, object[0], object[1], firstVersion};
 
 bool sendMessage(int socket, std::span<const std::uint32_t> message) {
