@@ -1,0 +1,1 @@
+export { openDesktop, AbortError, DesktopClosedError } from './promises.js';
