@@ -4,7 +4,6 @@
 
 const assert = require('node:assert');
 const { fork, spawn } = require('node:child_process');
-const { once } = require('node:events');
 const path = require('node:path');
 const { endWithOutput } = require('./children');
 
@@ -22,8 +21,11 @@ async function startHost(env) {
   const child = fork(path.join(__dirname, 'host_main.js'),
     { env: hostEnvironment(env), silent: true, serialization: 'advanced', execArgv: ['--expose-gc'] });
   const ended = endWithOutput(child);
+  // The calls that have no answer yet, the oldest first: the host answers in their order.
+  const unanswered = [];
+  child.on('message', (message) => unanswered.shift()(message));
   const answer = () => Promise.race([
-    once(child, 'message').then(([message]) => message),
+    new Promise((resolve) => { unanswered.push(resolve); }),
     ended.then(({ end, output }) => { throw new Error(`the host ended: ${end}: ${output}`); }),
   ]);
   await answer();
