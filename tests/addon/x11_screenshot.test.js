@@ -56,6 +56,21 @@ it('throws when there is not enough memory for a picture', { skip: Boolean(proce
   assert.notStrictEqual(await shot(x11), null);
 }));
 
+// Each of the two copies of the screen that Xlib makes has 2,000 pages.
+it('uses the memory of one screenshot for the next', { skip: Boolean(process.env.OSTLER_PRELOAD) }, withX11({
+  screen: '1920x1080x24',
+}, async (x11) => {
+  const faults = await x11.run((addon) => {
+    const crop = () => addon.screenshot('', null, [], 0, 0, 800, 300, 1000, 500, 0.75);
+    const pageFaults = () => process.resourceUsage().minorPageFault;
+    for (let i = 0; i < 5; i++) crop();
+    const before = pageFaults();
+    for (let i = 0; i < 20; i++) crop();
+    return (pageFaults() - before) / 20;
+  });
+  assert.ok(faults < 500, `${faults} page faults in a screenshot`);
+}));
+
 it('crops, resamples and encodes as asked', withX11({ screen: '640x480x24' }, async (x11) => {
   const whole = await pngOf(x11, undefined, NaN);
   assert.deepStrictEqual([whole.width, whole.height, whole.depth, whole.colorType, whole.interlace],
