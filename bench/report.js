@@ -33,33 +33,40 @@ const escapeXml = (text) => text.replace(/[<>&"]/g, (character) => `&#${characte
 // Makes an SVG with a bar for each subject's time per picture, relative to the plain program's.
 function chart({ results, subjects, description }) {
   const shown = Object.keys(results).filter((name) => operations[name].picture && results[name]['plain program']);
-  const colours = ['#0b7285', '#868e96', '#e8590c', '#ae3ec9', '#2b8a3e', '#c92a2a', '#5f3dc4'];
-  const left = 190, right = 120, barHeight = 14, longest = 4, scale = 110;
+  const drawn = subjects.filter((subject) => shown.some((name) => results[name][subject]));
+  const ratios = shown.flatMap((name) => Object.values(results[name]).map(({ ratio }) => ratio));
+  const colours = ['#0b7285', '#868e96', '#e8590c', '#ae3ec9', '#2b8a3e', '#c92a2a', '#5f3dc4', '#e67700'];
+  const colour = (subject) => colours[subjects.indexOf(subject)];
+  const left = 165, right = 150, barHeight = 14, longest = Math.min(4, Math.max(...ratios)), scale = 420 / longest;
   const parts = [];
-  let y = 58;
+  let x = 20, y = 58;
+  for (const subject of drawn) {
+    parts.push(`<rect x="${x}" y="30" width="10" height="10" fill="${colour(subject)}"/>`,
+      `<text x="${x + 14}" y="39" class="small">${escapeXml(subject)}</text>`);
+    x += 38 + 6.5 * subject.length;
+  }
   for (const operation of shown) {
-    const bars = subjects.filter((subject) => results[operation][subject]);
+    const bars = drawn.filter((subject) => results[operation][subject]);
     parts.push(`<text x="${left - 12}" y="${y + bars.length * barHeight / 2 + 4}" text-anchor="end">${
       escapeXml(operations[operation].label)}</text>`);
     for (const subject of bars) {
-      const { ratio, nanoseconds } = results[operation][subject];
+      const { ratio, nanoseconds, bytes } = results[operation][subject];
       const width = Math.min(ratio, longest) * scale;
+      const label = `${milliseconds(nanoseconds)} ms, ${Math.round(bytes / 1000)} kB${
+        ratio > longest ? ' (longer than shown)' : ''}`;
       parts.push(`<rect x="${left}" y="${y}" width="${width.toFixed(1)}" height="${barHeight - 2}" fill="${
-        colours[subjects.indexOf(subject)]}"/>`,
-      `<text x="${left + width + 6}" y="${y + barHeight - 4}" class="small">${escapeXml(
-        `${milliseconds(nanoseconds)} ms${ratio > longest ? ' (longer than shown)' : ''}`)}</text>`);
+        colour(subject)}"/>`,
+      `<text x="${(left + width + 6).toFixed(1)}" y="${y + barHeight - 4}" class="small">${escapeXml(label)}</text>`);
       y += barHeight;
     }
     y += 14;
   }
-  const legend = subjects.map((subject, i) => `<rect x="${20 + i * 110}" y="30" width="10" height="10" fill="${
-    colours[i]}"/><text x="${34 + i * 110}" y="39" class="small">${escapeXml(subject)}</text>`);
-  const width = Math.max(left + longest * scale + right, 20 + subjects.length * 110);
+  const width = Math.ceil(Math.max(left + longest * scale + right, x));
   return `<svg xmlns="http://www.w3.org/2000/svg" width="${width}" height="${y + 24}" font-family="sans-serif" font-size="13">
 <style>.small { font-size: 11px }</style>
 <rect width="100%" height="100%" fill="white"/>
 <text x="20" y="20">Time for one screenshot, shorter is better</text>
-${[...legend, ...parts].join('\n')}
+${parts.join('\n')}
 <text x="20" y="${y + 10}" class="small">${escapeXml(description)}</text>
 </svg>
 `;
