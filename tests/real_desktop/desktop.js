@@ -45,8 +45,8 @@ async function startDesktop(size, scale = 1, monitors = 1) {
   await seen('ready');
   // The user's actions: share(ask), refuse(ask) and close(ask) call `ask`, answer the dialog that
   // it opens and return its result. endSharing() ends the session as the desktop's "stop" does;
-  // isShared() returns whether any session is open.
-  Object.assign(desktop, await makeUser({ call, env }));
+  // isShared() returns whether any session is open, and on GNOME pointer() where the pointer is.
+  Object.assign(desktop, await makeUser({ call, env, monitors }));
   desktop.command(`"\${inside[@]}" python3 /run/desktop/witness.py &`);
   await seen('active');
   return desktop;

@@ -3,7 +3,7 @@
 
 const { waitUntil } = require('../support/wait');
 
-module.exports = async ({ call }) => {
+module.exports = async ({ call, monitors }) => {
   // Evaluates JavaScript in the compositor and returns the result.
   async function evaluate(code) {
     const answer = await call('org.gnome.Shell', '/org/gnome/Shell', 'org.gnome.Shell.Eval', code);
@@ -50,8 +50,9 @@ module.exports = async ({ call }) => {
     Main.messageTray.bannerBlocked = true; ''`);
   await waitUntil(() => evaluate('Main.overview.hide(); !Main.layoutManager._startingUp && !Main.overview.visible'));
   return {
-    // Clicks "Allow Remote Interaction", then "Share".
-    share: answering(() => clickInDialog([586, 105], [612, 23])),
+    // Clicks "Allow Remote Interaction", the second monitor if there is one, then "Share".
+    share: answering(() => clickInDialog([586, 105], ...(monitors === 2 ? [[470, 336]] : []), [612, 23])),
+    pointer: () => evaluate('global.get_pointer().slice(0, 2)'),
     refuse: answering(() => clickInDialog([50, 23])),
     close: answering(async () => {
       await waitUntil(() => evaluate(`!!${dialog}`));

@@ -37,7 +37,7 @@ const click = (button, count, at) => (
 // Returns the text that the lines of key events spell. Each key has to be released before the next
 // is pressed, and none may repeat.
 function textOf(lines) {
-  const keys = lines.filter((line) => !line.startsWith('key Shift_L ')).map((line) => line.split(' '));
+  const keys = lines.filter((line) => !/^key (Shift_L|ISO_Level3_Shift) /.test(line)).map((line) => line.split(' '));
   const names = keys.filter((_, i) => i % 2 === 0).map(([, name]) => name);
   assert.deepStrictEqual(keys.map((words) => words.join(' ')), names.flatMap(key));
   return names.map((name) => ({ space: ' ', Return: '\n', Tab: '\t' }[name] ?? name)).join('');
@@ -61,7 +61,8 @@ async function start(size, scale, monitors) {
   host = await startHost(desktop.env);
   await desktop.share(() => call('display'));
   await waitUntil(() => desktop.events.lastIndexOf('active') > desktop.events.lastIndexOf('inactive'));
-  await waitUntil(async () => wrongBlocks(await shot()).length === 0);
+  // The window covers one of two monitors.
+  if (!monitors) await waitUntil(async () => wrongBlocks(await shot()).length === 0);
   seen = desktop.events.length;
 }
 // The session has to be closed when the host has ended.
@@ -173,6 +174,39 @@ describe(`on ${desktopName} at 1280x720`, { timeout: 300000 }, () => {
     }
     await stranger.stop();
   });
+
+  it('types and presses what is on a German keyboard', async () => {
+    desktop.command(`layout_${desktopName} de`);
+    await received(() => waitUntil(() => call('type', 'ß').then(() => true, () => false)));
+    const text = 'Grüße, 42 € {x}@y zZ?/';
+    assert.strictEqual(textOf(await sent('type', text)), text);
+    assert.deepStrictEqual(await sent('key', 'ctrl+y'),
+      ['key Control_L down', 'key y down ctrl', 'key y up', 'key Control_L up']);
+    assert.strictEqual(textOf(await received(() => assert.rejects(call('type', 'x^y')))), 'x', 'a dead key');
+  });
+});
+
+const onTwoMonitors = {
+  // The user shares the second monitor.
+  gnome: ['moves on the shared one', async () => {
+    for (const [x, y] of [[100, 300], [1279, 0], [0, 719]]) {
+      await call('move', x, y);
+      await waitUntil(async () => `${await desktop.pointer()}` === `${1280 + x},${y}`, () => desktop.pointer());
+    }
+  }],
+  // KWin holds the pointer at the edge. The window covers one monitor, and sees no motion up to there.
+  kde: ['crosses the edge between them', async () => {
+    for (const y of [100, 360, 700]) {
+      await sent('move', 100, y);
+      assert.deepStrictEqual(await sent('move', 1900, y), []);
+      assert.deepStrictEqual(await sent('click', 200, y, 'left', 1), [`motion 200 ${y}`, ...click(1, 1, `200 ${y}`)]);
+    }
+  }],
+};
+describe(`on ${desktopName} with two monitors`, { timeout: 120000 }, () => {
+  before(() => start('1280x720', 1, 2));
+  after(finish);
+  it(...onTwoMonitors[desktopName]);
 });
 
 // GNOME refuses a scale that leaves less than 800x480.

@@ -57,6 +57,7 @@ scale_gnome() {
   done
   "${inside[@]}" gdctl set "${places[@]}" >&2
 }
+layout_gnome() { "${inside[@]}" gsettings set org.gnome.desktop.input-sources sources "[('xkb', '$1')]"; }
 
 start_kde() {
   configure kwinrc '[Plugins]' overviewEnabled=false windowviewEnabled=false shakecursorEnabled=false
@@ -74,6 +75,10 @@ start_kde() {
 scale_kde() {
   local i
   for ((i = 1; i <= monitors; i++)); do "${inside[@]}" kscreen-doctor "output.$i.scale.$1" >&2; done
+}
+layout_kde() {
+  configure kxkbrc '[Layout]' Use=true "LayoutList=$1"
+  "${inside[@]}" dbus-send --session --type=signal /Layouts org.kde.keyboard.reloadConfig
 }
 
 exec 2>"$run/log"
