@@ -113,8 +113,13 @@ private:
     XSync(display, False);
   }
 
-  static std::size_t none(const std::function<void()>& action) {
-    action();
+  std::size_t key() {
+    tap({XK_a});
+    return 0;
+  }
+
+  std::size_t combo() {
+    tap({XK_Control_L, XK_Shift_L, XK_a});
     return 0;
   }
 
@@ -177,10 +182,8 @@ private:
   int position = 0;
   const std::map<std::string, std::function<std::size_t()>> operations{
       {"move", [this] { return move(); }},
-      {"key", [this] { return none([this] { tap({XK_a}); }); }},
-      {"combo", [this] { return none([this] {
-                           tap({XK_Control_L, XK_Shift_L, XK_a});
-                         }); }},
+      {"key", [this] { return key(); }},
+      {"combo", [this] { return combo(); }},
       {"type", [this] { return typeCharacter(); }},
       {"cursorPosition", [this] { return cursorPosition(); }},
       {"jpeg", [this] { return encodeJpeg(capture()).size(); }},
@@ -206,6 +209,6 @@ int main() {
     const auto start = std::chrono::steady_clock::now();
     for (int i = 0; i < count; ++i) bytes = program.run(operation);
     const auto time = std::chrono::steady_clock::now() - start;
-    std::cout << std::chrono::nanoseconds(time).count() << ' ' << bytes << std::endl;
+    std::cout << std::chrono::nanoseconds(time).count() << ' ' << bytes << '\n' << std::flush;
   }
 }

@@ -45,8 +45,9 @@ void WaylandBackend::dragTo(double x, double y) {
 
 void WaylandBackend::sendButton(Button button, bool pressed) {
   const std::uint32_t code = buttonCode(button);
-  send(
-      InputKind::button, [&] { eis.button(code, pressed); }, [&] { portalInput.button(code, pressed); });
+  const auto throughEis = [&] { eis.button(code, pressed); };
+  const auto throughPortal = [&] { portalInput.button(code, pressed); };
+  send(InputKind::button, throughEis, throughPortal);
 }
 
 void WaylandBackend::scroll(double x, double y, int dx, int dy) {
@@ -54,8 +55,9 @@ void WaylandBackend::scroll(double x, double y, int dx, int dy) {
   sleepFor(waits::afterMove);
   // A positive dy scrolls up here, while on X11 it scrolls down.
   const std::int64_t down = -static_cast<std::int64_t>(dy);
-  send(
-      InputKind::scroll, [&] { eis.scroll(dx, down); }, [&] { portalInput.scroll(dx, down); });
+  const auto throughEis = [&] { eis.scroll(dx, down); };
+  const auto throughPortal = [&] { portalInput.scroll(dx, down); };
+  send(InputKind::scroll, throughEis, throughPortal);
 }
 
 }  // namespace ostler

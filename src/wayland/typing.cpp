@@ -13,8 +13,9 @@ void WaylandBackend::type(const std::string& text) {
     if (escapePressed) return;
     const auto keysym = typedKeysym(codePoint);
     if (!keysym) continue;
-    send(
-        InputKind::keyboard, [&] { typeThroughEis(*keysym); }, [&] { typeThroughPortal(*keysym); });
+    const auto throughEis = [&] { typeThroughEis(*keysym); };
+    const auto throughPortal = [&] { typeThroughPortal(*keysym); };
+    send(InputKind::keyboard, throughEis, throughPortal);
     sleepFor(waits::afterCharacter);
   }
 }

@@ -46,7 +46,7 @@ int fail(int error) {
 
 // Takes ownership of the descriptor and returns the handle of its file.
 std::uint32_t handleOf(int descriptor) {
-  struct stat status {};
+  struct stat status;
   fstat(descriptor, &status);
   for (auto& [handle, buffer] : buffers) {
     if (buffer.file != status.st_ino) continue;

@@ -24,7 +24,7 @@ Function find(const char* symbol) {
   // RTLD_LAZY, because this process does not define the functions of Node-API.
   void* const addon = dlopen(std::getenv("OSTLER_ADDON"), RTLD_LAZY);
   void* const function = addon != nullptr ? dlsym(addon, symbol) : nullptr;
-  if (function == nullptr) std::cout << dlerror() << std::endl;
+  if (function == nullptr) std::cout << dlerror() << '\n' << std::flush;
   return reinterpret_cast<Function>(function);
 }
 

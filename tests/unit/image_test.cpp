@@ -176,15 +176,15 @@ TEST(Encoders, RejectAnImageWithoutPixelsSilently) {
 // This test is the last one, because the memory that it frees would be available to the test
 // of encoders without memory.
 TEST(Encoders, RejectATooLargeTargetBeforeResampling) {
+  const auto isRefused = [](Size target, double quality) {
+    return finishCapture(captureOf(noise(2, 2)), 1, 1, target, {}, quality).empty();
+  };
   for (const auto& [quality, limit] : {std::pair{0.5, 65500}, {-1.0, 1000000}}) {
-    const auto isRefused = [quality = quality](Size target) {
-      return finishCapture(captureOf(noise(2, 2)), 1, 1, target, {}, quality).empty();
-    };
-    EXPECT_FALSE(isRefused({limit, 1}));
-    EXPECT_FALSE(isRefused({1, limit}));
+    EXPECT_FALSE(isRefused({limit, 1}, quality));
+    EXPECT_FALSE(isRefused({1, limit}, quality));
     // No machine has the memory for these sizes.
-    EXPECT_TRUE(isRefused({2147483647, limit}));
-    EXPECT_TRUE(isRefused({limit, 2147483647}));
+    EXPECT_TRUE(isRefused({2147483647, limit}, quality));
+    EXPECT_TRUE(isRefused({limit, 2147483647}, quality));
   }
 }
 

@@ -29,7 +29,7 @@ struct LazyFunction {
   void* pointer;  // the address of the function pointer of that name
 };
 
-#define ROW(name) {#name, &ostler::name},
+#define ROW(name) {#name, static_cast<void*>(&ostler::name)},
 constexpr LazyFunction glibFunctions[] = {OSTLER_GLIB_FUNCTIONS(ROW)};
 constexpr LazyFunction pipeWireFunctions[] = {OSTLER_PIPEWIRE_FUNCTIONS(ROW)};
 constexpr LazyFunction libeiFunctions[] = {OSTLER_LIBEI_FUNCTIONS(ROW)};
@@ -50,7 +50,7 @@ std::optional<std::string> load(const char* file, std::span<const LazyFunction> 
       dlclose(library);
       return missing;
     }
-    std::memcpy(function.pointer, &found, sizeof found);
+    std::memcpy(function.pointer, static_cast<const void*>(&found), sizeof found);
   }
   return std::nullopt;
 }
