@@ -5,6 +5,7 @@
 #include "addon/methods.h"
 #include "backend/interruption.h"
 #include "session/session.h"
+#include "x11/escape_watcher.h"
 
 namespace ostler {
 namespace {
@@ -31,6 +32,8 @@ void setKey(const std::string& name, bool pressed) { openedSession().setKey(name
 
 void releaseAll() { openedSession().releaseAll(); }
 
+std::string escapeFailure() { return EscapeWatcher::instance().startFailure(); }
+
 std::string sessionEnd() { return openedSession().sessionEnd(); }
 
 // `interrupt` may be called on any thread that has loaded the module, all others on the thread
@@ -42,6 +45,7 @@ constexpr Method sessionMethods[] = {
     {"setButton", forward<setButton>},
     {"setKey", forward<setKey>},
     {"releaseAll", forward<releaseAll>},
+    {"escapeFailure", forward<escapeFailure>},
     {"sessionEnd", forward<sessionEnd>},
 };
 
