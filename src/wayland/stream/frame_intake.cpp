@@ -73,7 +73,7 @@ FrameIntake takeIn(const spa_buffer* buffer, const StreamFormat& format, PixelBy
   // The chunk is in memory shared with the server. Each field is read once, so
   // that what is checked is what is used.
   const volatile spa_chunk& chunk = *data.chunk;
-  if (isCursorOnly(chunk)) return {std::nullopt, cursorIn(*buffer)};
+  if (isCursorOnly(chunk)) return {std::nullopt, cursorIn(*buffer), chunk.size == 0};
   const std::int32_t stride = chunk.stride;
   if (chunk.size == 0 || format.width <= 0 || format.height <= 0) return {};
   requireSupportedFormat(format.videoFormat);
@@ -88,7 +88,7 @@ FrameIntake takeIn(const spa_buffer* buffer, const StreamFormat& format, PixelBy
   const std::size_t size = layout.rows * layout.rowBytes;
   if (storage.size() != size) storage = PixelBytes(size);
   copyRows(storage.data(), static_cast<const unsigned char*>(data.data), layout);
-  return {Frame{format, std::exchange(storage, {})}, cursorIn(*buffer)};
+  return {Frame{format, std::exchange(storage, {})}, cursorIn(*buffer), false};
 }
 
 }  // namespace ostler
