@@ -32,7 +32,9 @@ using namespace std::chrono_literals;
 WaylandBackend::WaylandBackend()
     :  // A portal that has handed out the EIS socket accepts no other input, so the
        // socket is requested only if libei can use it.
-      eis(isLibeiLoaded() ? portalInput.connectToEis() : FileDescriptor(), portal.streamPlace,
+      eis(
+          isLibeiLoaded() ? portalInput.connectToEis() : FileDescriptor(), portal.streamPlace,
+          [this] { return capture.reportedPointer(); },
           [this] { return activeLayoutGroup(portal.connection.get()); }) {
   if (portal.logicalSize) capture.setLogicalSize(*portal.logicalSize);
   stream.emplace(portal.openPipeWireRemote(), portal.nodeId, capture);

@@ -212,6 +212,7 @@ void CaptureStream::takeBuffer(const spa_buffer* buffer) {
   const bool repeated = intake.cursorOnly && intake.cursor == lastCursor;
   repeatedCursors = repeated ? repeatedCursors + 1 : 0;
   lastCursor = intake.cursor;
+  if (intake.cursorHidden) state.hideCursor();
   if (intake.frame || intake.cursor) state.store(std::move(intake.frame), intake.cursor);
 }
 
