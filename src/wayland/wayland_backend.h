@@ -42,6 +42,9 @@ private:
             const std::function<void()>& throughPortal);
   void sendButton(Button button, bool pressed) override;
   void dragTo(double x, double y) override;
+  void sendMotion(Position target);
+  bool beginsAtCorner(Position target) const;
+  bool isHeldAtCorner(Position target);
   void tapThroughEis(const KeyCombo& keys);
   void typeThroughEis(std::uint64_t keysym);
   void typeThroughPortal(std::uint64_t keysym);
@@ -57,6 +60,7 @@ private:
   EisInput eis;
   std::optional<CaptureStream> stream;
 
+  std::optional<Position> lastTarget;  // of a motion, in the stream
   bool portalRefusesKeyboard = false;  // because the session has an EIS channel
 };
 

@@ -234,6 +234,8 @@ it('moves on the monitor that the stream shows, and across the edge between two'
       [[1300, 100], ['motion 1920 360', 'motion 1300 100', 'motion 640 360']]]],
     ['pointer on the other monitor', second, monitors(), both, [[[100, 100], ['motion 640 360', 'motion 100 100']]]],
     ['pointer elsewhere', nowhere, monitors(), both, [[[1300, 100], ['motion 1920 360', 'motion 1300 100', 'motion 640 360']]]],
+    ['held at the corner', '0 1', 'pointer@2560,720,0,0', both,
+      [[[100, 100], ['motion 100 100']], [[100, 15.5], Array(2).fill('motion 100 15.5')]]],
   ];
   for (const [name, pointer, device, properties, moves] of cases) {
     const session = await openSession({ ConnectToEIS: { eis: [device, 'button'] }, Start: start(properties) },
