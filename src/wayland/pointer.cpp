@@ -90,7 +90,10 @@ void WaylandBackend::sendButton(Button button, bool pressed) {
   const std::uint32_t code = buttonCode(button);
   const auto throughEis = [&] { eis.button(code, pressed); };
   const auto throughPortal = [&] { portalInput.button(code, pressed); };
-  send(InputKind::button, throughEis, throughPortal);
+  if (pressed) return send(InputKind::button, throughEis, throughPortal);
+  // A button that was held when the screen was locked must not stay down.
+  requireSession();
+  deliver(InputKind::button, throughEis, throughPortal);
 }
 
 void WaylandBackend::scroll(double x, double y, int dx, int dy) {

@@ -61,6 +61,12 @@ void WaylandBackend::requireSession() {
 void WaylandBackend::send(InputKind kind, const std::function<void()>& throughEis,
                           const std::function<void()>& throughPortal) {
   requireSession();
+  portal.requireUnlocked();
+  deliver(kind, throughEis, throughPortal);
+}
+
+void WaylandBackend::deliver(InputKind kind, const std::function<void()>& throughEis,
+                             const std::function<void()>& throughPortal) {
   if (!eis.hasDevice(kind)) {
     try {
       throughPortal();

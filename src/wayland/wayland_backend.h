@@ -37,9 +37,13 @@ private:
   // Throws when the portal session has ended.
   void requireSession();
   // Sends an event through EIS if a device there accepts it, and otherwise
-  // through the portal.
+  // through the portal. Throws when the session has ended or the screen is
+  // locked.
   void send(InputKind kind, const std::function<void()>& throughEis,
             const std::function<void()>& throughPortal);
+  // Does the same without these checks.
+  void deliver(InputKind kind, const std::function<void()>& throughEis,
+               const std::function<void()>& throughPortal);
   void sendButton(Button button, bool pressed) override;
   void dragTo(double x, double y) override;
   void sendMotion(Position target);

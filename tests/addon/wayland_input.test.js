@@ -5,6 +5,7 @@
 const assert = require('node:assert');
 const { after, before, describe, it } = require('node:test');
 const { startDesktop } = require('../support/desktop');
+const { waitUntil } = require('../support/wait');
 
 // Starts a desktop with a host whose session is open. `sent` calls a method and returns the events
 // that arrived: "motion 1 2" at EIS (each in its own frame, without device numbers), "PointerButton
@@ -217,6 +218,26 @@ it('fills an empty slot when the portal refuses, and waits for a device that was
     assert.deepStrictEqual(await session.sent(method, ...values), expected, name);
   }
   await session.stop();
+});
+
+it('sends nothing but releases while the screen is locked', async () => {
+  const session = await openSession({ GetActive: {} });
+  const becomes = async (locked, events) => {
+    await session.act(['lock', locked]);
+    await waitUntil(async () => `${await session.sent('key', 'a')}` === `${events}`);
+  };
+  const refused = ['The screen is locked.'];
+  assert.deepStrictEqual(await session.sent('mouseDown', 5, 5), ['motion 5 5', 'button 272 1']);
+  await becomes(true, refused);
+  for (const input of [['move', 6, 6], ['type', 'a'], ['scroll', 1, 1, 0, 1], ['mouseDown', 1, 1]]) {
+    assert.deepStrictEqual(await session.sent(...input), refused, `${input}`);
+  }
+  assert.deepStrictEqual(await session.sent('mouseUp', 0, 0), ['button 272 0']);
+  await becomes(false, key(30));
+  await session.stop();
+  const other = await openSession({ GetActive: { reply: '(true,)' } });
+  assert.deepStrictEqual(await other.sent('key', 'a'), refused, 'before the session');
+  await other.stop();
 });
 
 it('moves on the monitor that the stream shows, and across the edge between two', async () => {

@@ -163,6 +163,10 @@ void PortalSession::requireOpen() {
   if (end->hasCome()) throw std::runtime_error("The Wayland portal session has ended.");
 }
 
+void PortalSession::requireUnlocked() const {
+  if (end->isScreenLocked()) throw std::runtime_error("The screen is locked.");
+}
+
 void PortalSession::markEnded() { end->mark(); }
 
 FileDescriptor PortalSession::openPipeWireRemote() const {

@@ -29,6 +29,9 @@ public:
   // Throws std::runtime_error if the messages that have arrived by now say that
   // the session has ended. Does not wait.
   void requireOpen();
+  // Throws std::runtime_error if the screen was locked when requireOpen() was
+  // last called.
+  void requireUnlocked() const;
   // Call this if the compositor has ended the session and the portal has not
   // reported it.
   void markEnded();

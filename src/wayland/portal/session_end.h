@@ -3,13 +3,14 @@
 #include <string>
 
 #include "wayland/portal/glib_handles.h"
+#include "wayland/portal/screen_lock.h"
 #include "wayland/portal/signal_subscription.h"
 
 namespace ostler {
 
 // Tells whether the session has ended before we closed it: the user stopped
-// sharing, the screen was locked, or the portal or the bus went away. GNOME 48
-// and KDE Plasma 6.3 then drop all input and send no more frames, but no call
+// sharing, the screen was locked on GNOME, or the portal or the bus went away.
+// GNOME and KDE Plasma then drop all input and send no more frames, but no call
 // fails.
 class SessionEnd {
 public:
@@ -22,6 +23,8 @@ public:
   bool hasCome();
   // Records an end that was not reported on the bus.
   void mark() { ended = true; }
+  // Whether the screen was locked when hasCome() last looked.
+  bool isScreenLocked() const { return screen.isLocked(); }
 
 private:
   GDBusConnection* const connection;
@@ -30,6 +33,7 @@ private:
   bool ended = false;
   const SignalSubscription closed;
   const SignalSubscription portalLeft;
+  const ScreenLock screen;
 };
 
 }  // namespace ostler
