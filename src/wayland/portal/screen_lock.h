@@ -5,7 +5,8 @@
 namespace ostler {
 
 // Tells whether the screen is locked. KDE Plasma (6.3, 6.7) keeps a session open
-// then, and input would go to the lock screen. GNOME (48, 51) ends the session.
+// then, and input would go to the lock screen. GNOME (48, 51) ends the session,
+// unless it runs without a monitor.
 class ScreenLock {
 public:
   // The connection must be open. The signals are handled by whoever iterates the

@@ -9,7 +9,7 @@
 namespace ostler {
 
 // Tells whether the session has ended before we closed it: the user stopped
-// sharing, the screen was locked on GNOME, or the portal or the bus went away.
+// sharing, GNOME locked the screen, or the portal or the bus went away.
 // GNOME and KDE Plasma then drop all input and send no more frames, but no call
 // fails.
 class SessionEnd {
