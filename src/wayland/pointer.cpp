@@ -45,7 +45,7 @@ bool wasHeldAtEdge(Position pointer, Position target) {
 }  // namespace
 
 void WaylandBackend::mouseMove(double x, double y) {
-  eis.beginOperation();
+  beginOperation();
   dragTo(x, y);
 }
 

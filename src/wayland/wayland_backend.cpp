@@ -52,6 +52,13 @@ void WaylandBackend::waitForFirstFrame() {
   capture.waitForFirstFrame(start + 15s);
 }
 
+// The compositor may report the group of a layout on the EIS channel, and the desktop a switch of layouts on
+// the bus. The later of the two counts.
+void WaylandBackend::beginOperation() {
+  eis.beginOperation();
+  if (portal.takeLayoutSwitch()) eis.noteLayoutSwitch();
+}
+
 void WaylandBackend::requireSession() {
   eis.readChannel();
   if (eis.isDisconnected()) portal.markEnded();

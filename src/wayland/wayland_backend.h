@@ -34,6 +34,8 @@ public:
 
 private:
   void waitForFirstFrame();
+  // Call this before the first event of each operation of the host.
+  void beginOperation();
   // Throws when the portal session has ended.
   void requireSession();
   // Sends an event through EIS if a device there accepts it, and otherwise

@@ -157,7 +157,8 @@ it('types by the keymap of the keyboard and the layout in use', async () => {
   const session = await openSession({
     ConnectToEIS: { eis: ['keyboard#us', 'pointer,button,scroll'] },
     NotifyKeyboardKeysym: { error: refused },
-    getLayout: [{ reply: '(uint32 1,)' }, ...Array(2).fill({ error: ['org.test.No', 'no'] })],
+    getLayout: [{ reply: '(uint32 1,)' }, ...Array(2).fill({ error: ['org.test.No', 'no'] }),
+      ...Array(50).fill({ reply: '(uint32 0,)' })],
     ReadAll: [{ reply: `(${gnome},)` }],
   });
   const altGr = (...events) => ['key 100 1', ...events, 'key 100 0'];
@@ -186,6 +187,10 @@ it('types by the keymap of the keyboard and the layout in use', async () => {
   }
   await session.act(['group', 1]);
   assert.deepStrictEqual(await session.sent('key', 'z'), key(21), 'the compositor tells the group');
+  await session.act(['switch', 0]);
+  await waitUntil(async () => `${await session.sent('key', 'z')}` === `${[kde, ...key(44)]}`);
+  await session.act(['group', 1]);
+  assert.deepStrictEqual(await session.sent('key', 'z'), key(21), 'the later one counts');
   await session.stop();
 });
 

@@ -22,7 +22,7 @@
 #
 # SIGUSR1 closes the session, as the user can. SIGUSR2 makes the EIS server do what
 # DIRECTORY/eis.json says (see Channel.act). A script with "getLayout" makes this process
-# KDE's keyboard service as well, and one with "GetActive" the service that locks the screen: the
+# KDE's keyboard service as well, for which the command "switch" reports a layout, and one with "GetActive" the service that locks the screen: the
 # command "lock" then does it.
 #
 # DIRECTORY/record gets a line for each call, "Interface.Method ARGUMENTS", and the lines of the
@@ -182,9 +182,11 @@ with open(os.path.join(directory, 'portal.pid'), 'w') as pid:
 def act():
     with open(os.path.join(directory, 'eis.json')) as file:
         commands = json.load(file)
-    for command, locked in commands:
+    for command, value in commands:
+        if command == 'switch':
+            bus.emit_signal(None, '/Layouts', 'org.kde.KeyboardLayouts', 'layoutChanged', GLib.Variant('(u)', (value,)))
         if command == 'lock':
-            bus.emit_signal(None, locker, 'org.freedesktop.ScreenSaver', 'ActiveChanged', GLib.Variant('(b)', (locked,)))
+            bus.emit_signal(None, locker, 'org.freedesktop.ScreenSaver', 'ActiveChanged', GLib.Variant('(b)', (value,)))
     kept[-1].act(commands)
     return True
 

@@ -53,6 +53,9 @@ public:
     dropping = false;
     layout.expectSwitch();
   }
+  // Call this if the desktop has reported a switch of layouts, before the events
+  // of the channel are read: those are the later ones, or agree.
+  void noteLayoutSwitch() { channel.forgetKeyboardGroup(); }
 
   // The key that produces a keysym.
   std::optional<EvdevKey> findKey(std::uint64_t keysym) {

@@ -132,6 +132,8 @@ void PortalSession::startPortalSession() {
     }
     sessionHandle = handle;
     end.emplace(bus, sessionHandle);
+    screen.emplace(bus, end->signalContext());
+    layout.emplace(bus, end->signalContext());
   }
   {
     PortalOptions options;
@@ -164,7 +166,12 @@ void PortalSession::requireOpen() {
 }
 
 void PortalSession::requireUnlocked() const {
-  if (end->isScreenLocked()) throw std::runtime_error("The screen is locked.");
+  if (screen->isLocked()) throw std::runtime_error("The screen is locked.");
+}
+
+bool PortalSession::takeLayoutSwitch() {
+  end->hasCome();
+  return layout->take();
 }
 
 void PortalSession::markEnded() { end->mark(); }

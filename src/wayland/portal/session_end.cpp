@@ -26,11 +26,9 @@ SessionEnd::SessionEnd(GDBusConnection* bus, const std::string& sessionHandle)
       closed(connection, context.get(),
              {portalBusName, sessionInterface, "Closed", sessionHandle.c_str(), nullptr},
              [this](std::string_view, GVariant*) { ended = true; }),
-      portalLeft(connection, context.get(), portalOwnerChange(),
-                 [this](std::string_view, GVariant* change) {
-                   if (hasPortalLeft(change)) ended = true;
-                 }),
-      screen(connection, context.get()) {}
+      portalLeft(connection, context.get(), portalOwnerChange(), [this](std::string_view, GVariant* change) {
+        if (hasPortalLeft(change)) ended = true;
+      }) {}
 
 bool SessionEnd::hasCome() {
   while (g_main_context_iteration(context.get(), FALSE) != FALSE) {

@@ -3,7 +3,6 @@
 #include <string>
 
 #include "wayland/portal/glib_handles.h"
-#include "wayland/portal/screen_lock.h"
 #include "wayland/portal/signal_subscription.h"
 
 namespace ostler {
@@ -23,8 +22,9 @@ public:
   bool hasCome();
   // Records an end that was not reported on the bus.
   void mark() { ended = true; }
-  // Whether the screen was locked when hasCome() last looked.
-  bool isScreenLocked() const { return screen.isLocked(); }
+  // The main context that hasCome() iterates, for signals that matter as long as
+  // the session is open.
+  GMainContext* signalContext() const { return context.get(); }
 
 private:
   GDBusConnection* const connection;
@@ -33,7 +33,6 @@ private:
   bool ended = false;
   const SignalSubscription closed;
   const SignalSubscription portalLeft;
-  const ScreenLock screen;
 };
 
 }  // namespace ostler
