@@ -52,6 +52,7 @@ public:
   // The active layout group of the keyboard, if the compositor has reported
   // one.
   std::optional<std::uint32_t> keyboardGroup() const { return group; }
+  void forgetKeyboardGroup() { group.reset(); }
 
   FileDescriptor eisFd;
   // Null if there is no channel.
