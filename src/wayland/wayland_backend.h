@@ -6,6 +6,7 @@
 
 #include "backend/pointing_backend.h"
 #include "keys/combo.h"
+#include "wayland/eis/compose.h"
 #include "wayland/eis/eis_input.h"
 #include "wayland/eis/evdev_keys.h"
 #include "wayland/portal/portal_input.h"
@@ -46,6 +47,7 @@ private:
   void typeThroughEis(std::uint64_t keysym);
   void typeThroughPortal(std::uint64_t keysym);
   void tap(const EvdevKey& key);
+  void tap(const DeadKeySequence& sequence);
   void press(const EvdevKey& key);
   void release(const EvdevKey& key);
 
