@@ -72,4 +72,14 @@ std::vector<std::uint32_t> decodeUtf8(const std::string& text) {
   return codePoints;
 }
 
+std::vector<std::uint32_t> decodeLines(const std::string& text) {
+  std::vector<std::uint32_t> result;
+  std::uint32_t previous = 0;
+  for (const std::uint32_t codePoint : decodeUtf8(text)) {
+    if (codePoint != '\n' || previous != '\r') result.push_back(codePoint == '\r' ? '\n' : codePoint);
+    previous = codePoint;
+  }
+  return result;
+}
+
 }  // namespace ostler
