@@ -8,6 +8,15 @@
 namespace ostler {
 namespace {
 
+double clampTo(double limit, double coordinate) {
+  if (coordinate > limit) return limit;
+  return coordinate > 0.0 ? coordinate : 0.0;  // NaN becomes 0 as well
+}
+
+std::int32_t rounded(double coordinate) { return static_cast<std::int32_t>(std::lround(coordinate)); }
+
+}  // namespace
+
 std::uint32_t buttonCode(Button button) {
   switch (button) {
     case Button::right:
@@ -19,15 +28,6 @@ std::uint32_t buttonCode(Button button) {
   }
   return BTN_LEFT;
 }
-
-double clampTo(double limit, double coordinate) {
-  if (coordinate > limit) return limit;
-  return coordinate > 0.0 ? coordinate : 0.0;  // NaN becomes 0 as well
-}
-
-std::int32_t rounded(double coordinate) { return static_cast<std::int32_t>(std::lround(coordinate)); }
-
-}  // namespace
 
 void WaylandBackend::mouseMove(double x, double y) {
   eis.beginOperation();
@@ -54,9 +54,12 @@ void WaylandBackend::scroll(double x, double y, int dx, int dy) {
   mouseMove(x, y);
   sleepFor(waits::afterMove);
   // A positive dy scrolls up here, while on X11 it scrolls down.
-  const std::int64_t down = -static_cast<std::int64_t>(dy);
-  const auto throughEis = [&] { eis.scroll(dx, down); };
-  const auto throughPortal = [&] { portalInput.scroll(dx, down); };
+  turnWheel(dx, -static_cast<std::int64_t>(dy));
+}
+
+void WaylandBackend::turnWheel(std::int64_t right, std::int64_t down) {
+  const auto throughEis = [&] { eis.scroll(right, down); };
+  const auto throughPortal = [&] { portalInput.scroll(right, down); };
   send(InputKind::scroll, throughEis, throughPortal);
 }
 

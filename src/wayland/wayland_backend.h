@@ -16,6 +16,9 @@
 
 namespace ostler {
 
+// Returns the evdev code of a button.
+std::uint32_t buttonCode(Button button);
+
 // Drives a Wayland desktop through the desktop portal. The screen arrives as a
 // PipeWire stream. Each input event goes through the compositor's EIS socket if
 // a device there accepts it, and otherwise through the portal's own methods.
@@ -33,24 +36,32 @@ public:
   Size display() override;
   std::vector<unsigned char> screenshot(Size target, Rect crop, double quality) override;
 
-private:
-  void waitForFirstFrame();
-  // Throws when the portal session has ended.
-  void requireSession();
+protected:
+  // Throws when the portal session has ended. Each event calls this before it is sent.
+  virtual void requireSession();
   // Sends an event through EIS if a device there accepts it, and otherwise
   // through the portal.
   void send(InputKind kind, const std::function<void()>& throughEis,
             const std::function<void()>& throughPortal);
   void sendButton(Button button, bool pressed) override;
   void dragTo(double x, double y) override;
+  virtual void turnWheel(std::int64_t right, std::int64_t down);
+  // Sends a key through EIS.
+  virtual void sendKey(std::uint32_t code, bool pressed);
+  // Returns the key of a combo's part; its code is 0 when the keyboard lacks it.
+  EvdevKey keyOfCombo(std::uint64_t keysym);
+  void press(const EvdevKey& key);
+  void release(const EvdevKey& key);
+
+private:
+  void waitForFirstFrame();
   void tapThroughEis(const KeyCombo& keys);
   void typeThroughEis(std::uint64_t keysym);
   void typeThroughPortal(std::uint64_t keysym);
   void tap(const EvdevKey& key);
   void tap(const DeadKeySequence& sequence);
-  void press(const EvdevKey& key);
-  void release(const EvdevKey& key);
 
+protected:
   // Destroyed in reverse order: the stream before the state that it writes to.
   // Everything that uses the session is destroyed before the session.
   CaptureState capture;
@@ -59,6 +70,7 @@ private:
   EisInput eis;
   std::optional<CaptureStream> stream;
 
+private:
   bool portalRefusesKeyboard = false;  // because the session has an EIS channel
 };
 

@@ -1,0 +1,61 @@
+#include <cstdint>
+#include <string>
+
+#include "addon/call_frame.h"
+#include "addon/methods.h"
+#include "backend/interruption.h"
+#include "session/session.h"
+#include "x11/escape_watcher.h"
+
+namespace ostler {
+namespace {
+
+// Takes { record }, the descriptor of a file for the record of what is held down.
+napi_value open(napi_env env, napi_callback_info info) {
+  return guarded(env, undefinedValue(env), [&] {
+    const std::vector<napi_value> arguments = fetchArguments(env, info, 1);
+    napi_value record = nullptr;
+    std::int32_t descriptor = -1;
+    if (napi_get_named_property(env, arguments[0], "record", &record) == napi_ok) {
+      napi_get_value_int32(env, record, &descriptor);
+    }
+    openSession(HeldRecord(descriptor));
+    return undefinedValue(env);
+  });
+}
+
+void setButton(const std::string& button, bool pressed) {
+  openedSession().setButton(buttonNamed(button), pressed);
+}
+
+void setKey(const std::string& name, bool pressed) { openedSession().setKey(name, pressed); }
+
+void releaseAll() { openedSession().releaseAll(); }
+
+std::string escapeFailure() { return EscapeWatcher::instance().startFailure(); }
+
+std::string sessionEnd() { return openedSession().sessionEnd(); }
+
+// `interrupt` may be called on any thread that has loaded the module, all others on the thread
+// that calls `open`.
+constexpr Method sessionMethods[] = {
+    {"open", open},
+    {"startCall", forward<startCall>},
+    {"interrupt", forward<interruptCall>},
+    {"setButton", forward<setButton>},
+    {"setKey", forward<setKey>},
+    {"releaseAll", forward<releaseAll>},
+    {"escapeFailure", forward<escapeFailure>},
+    {"sessionEnd", forward<sessionEnd>},
+};
+
+}  // namespace
+}  // namespace ostler
+
+extern "C" NAPI_MODULE_EXPORT std::int32_t node_api_module_get_api_version_v1() { return 8; }
+
+extern "C" NAPI_MODULE_EXPORT napi_value napi_register_module_v1(napi_env env, napi_value exports) {
+  ostler::registerMethods(env, exports, ostler::driverMethods);
+  ostler::registerMethods(env, exports, ostler::sessionMethods);
+  return exports;
+}

@@ -1,0 +1,44 @@
+#include "session/session.h"
+
+#include <memory>
+#include <stdexcept>
+#include <utility>
+
+#include "driver/selection.h"
+#include "driver/session.h"
+#include "wayland/wayland_session.h"
+#include "x11/x11_session.h"
+
+namespace ostler {
+namespace {
+
+std::unique_ptr<SessionBackend> makeSession(HeldRecord record) {
+  switch (chooseBackend()) {
+    case BackendKind::wayland:
+      return makeWaylandSession(std::move(record));
+    case BackendKind::x11:
+      return makeX11Session(std::move(record));
+    case BackendKind::none:
+      break;
+  }
+  throw std::runtime_error(noSessionMessage);
+}
+
+std::unique_ptr<SessionBackend> session;  // destroyed when the process exits
+
+}  // namespace
+
+void openSession(HeldRecord record) {
+  if (session != nullptr) throw std::runtime_error("The session is open already.");
+  session = makeSession(std::move(record));
+}
+
+SessionBackend& openedSession() {
+  if (session == nullptr) throw std::runtime_error("The session is not open.");
+  return *session;
+}
+
+// The driver functions control the session.
+Backend& backendInstance() { return openedSession(); }
+
+}  // namespace ostler

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "backend/session_backend.h"
+
+namespace ostler {
+
+// Opens the session of the process, with a record of what it holds down (see HeldRecord).
+// Throws std::runtime_error when that fails or when it is open already.
+void openSession(HeldRecord record);
+
+// Returns the session. Throws std::runtime_error while none is open.
+SessionBackend& openedSession();
+
+}  // namespace ostler

@@ -1,0 +1,106 @@
+#include "wayland/wayland_session.h"
+
+#include <algorithm>
+#include <chrono>
+#include <map>
+#include <stdexcept>
+#include <utility>
+
+#include <linux/input-event-codes.h>
+
+#include "wayland/lazy/load.h"
+#include "wayland/wayland_backend.h"
+
+namespace ostler {
+namespace {
+
+// In the record, keys and buttons have their evdev codes.
+class WaylandSession final : public SessionBackend {
+public:
+  explicit WaylandSession(HeldRecord heldRecord) : SessionBackend(std::move(heldRecord)) {}
+
+  std::string sessionEnd() override { return wayland.sessionEnd(); }
+
+private:
+  // Records what it presses, and can be interrupted before each event.
+  class Recorded final : public WaylandBackend {
+  public:
+    explicit Recorded(WaylandSession& owner) : session(owner) {}
+
+    void requireSession() override {
+      throwIfInterrupted();
+      WaylandBackend::requireSession();
+    }
+    void sendButton(Button button, bool pressed) override {
+      session.sendRecorded(buttonCode(button), pressed, [&] { WaylandBackend::sendButton(button, pressed); });
+    }
+    // The portal gets one call for each step, so this takes long for many steps.
+    void turnWheel(std::int64_t right, std::int64_t down) override {
+      if (eis.hasDevice(InputKind::scroll)) return WaylandBackend::turnWheel(right, down);
+      const auto sign = [](std::int64_t steps) { return std::clamp<std::int64_t>(steps, -1, 1); };
+      for (; right != 0; right -= sign(right)) WaylandBackend::turnWheel(sign(right), 0);
+      for (; down != 0; down -= sign(down)) WaylandBackend::turnWheel(0, sign(down));
+    }
+    void sendKey(std::uint32_t code, bool pressed) override {
+      session.sendRecorded(code, pressed, [&] { WaylandBackend::sendKey(code, pressed); });
+    }
+
+    void setKey(const std::string& name, bool pressed) {
+      const auto itself = [](std::uint64_t keysym, const std::string&) { return keysym; };
+      const std::optional<KeyCombo> keys = resolveKeyCombo(name, "Wayland", itself);
+      if (!keys || !keys->held.empty()) throw std::runtime_error("This is not the name of one key: " + name);
+      eis.beginOperation();
+      const auto throughEis = [&] {
+        const EvdevKey key = keyOfCombo(keys->main);
+        if (key.code != 0) pressed ? press(key) : release(key);
+      };
+      const auto throughPortal = [&] {
+        const std::uint32_t code = keysymToEvdev(keys->main);
+        portalKeys[code] = keys->main;
+        session.sendRecorded(code, pressed, [&] { portalInput.key(keys->main, pressed); });
+      };
+      send(InputKind::keyboard, throughEis, throughPortal);
+    }
+    void release(std::uint32_t code) {
+      const bool isButton = code >= BTN_MISC && code < BTN_GEAR_UP;
+      const auto throughEis = [&] { isButton ? eis.button(code, false) : eis.key(code, false); };
+      const auto throughPortal = [&] {
+        isButton ? portalInput.button(code, false) : portalInput.key(portalKeys[code], false);
+      };
+      send(isButton ? InputKind::button : InputKind::keyboard, throughEis, throughPortal);
+    }
+
+    std::string sessionEnd() {
+      try {
+        WaylandBackend::requireSession();
+        capture.waitForFirstFrame(std::chrono::steady_clock::now());
+      } catch (const std::runtime_error& error) {
+        return error.what();
+      }
+      return {};
+    }
+
+  private:
+    using WaylandBackend::release;
+
+    WaylandSession& session;
+    std::map<std::uint32_t, std::uint64_t> portalKeys;  // the keysym of each code that the portal got
+  };
+
+  Backend& desktop() override { return wayland; }
+  void sendButton(Button button, bool pressed) override { wayland.sendButton(button, pressed); }
+  void sendKey(const std::string& name, bool pressed) override { wayland.setKey(name, pressed); }
+  void sendRelease(std::uint32_t code) override { wayland.release(code); }
+
+  Recorded wayland{*this};
+};
+
+}  // namespace
+
+std::unique_ptr<SessionBackend> makeWaylandSession(HeldRecord record) {
+  loadWaylandLibraries();
+  initialisePipeWire();
+  return std::make_unique<WaylandSession>(std::move(record));
+}
+
+}  // namespace ostler

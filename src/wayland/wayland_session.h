@@ -1,0 +1,12 @@
+#pragma once
+
+#include <memory>
+
+#include "backend/session_backend.h"
+
+namespace ostler {
+
+// Blocks until the user has answered the portal's dialog. Throws std::runtime_error.
+std::unique_ptr<SessionBackend> makeWaylandSession(HeldRecord record);
+
+}  // namespace ostler

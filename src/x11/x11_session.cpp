@@ -1,0 +1,92 @@
+#include "x11/x11_session.h"
+
+#include <stdexcept>
+#include <utility>
+
+#include <X11/extensions/XTest.h>
+#include <poll.h>
+
+#include "x11/x11_backend.h"
+
+namespace ostler {
+namespace {
+
+// In the record, a key has its keycode, which is below 256, and a button its number plus this.
+constexpr std::uint32_t firstButton = 256;
+
+class X11Session final : public SessionBackend {
+public:
+  explicit X11Session(HeldRecord heldRecord) : SessionBackend(std::move(heldRecord)) {}
+
+  std::string sessionEnd() override { return x11.isServerGone() ? "The X server has ended." : ""; }
+
+private:
+  // Records what it presses, and can be interrupted before each step.
+  class Recorded final : public X11Backend {
+  public:
+    explicit Recorded(X11Session& owner) : session(owner) {}
+
+    void mouseMove(double x, double y) override {
+      throwIfInterrupted();
+      X11Backend::mouseMove(x, y);
+    }
+    void dragTo(double x, double y) override {
+      throwIfInterrupted();
+      X11Backend::dragTo(x, y);
+    }
+    void sendButton(Button button, bool pressed) override {
+      session.sendRecorded(firstButton + buttonNumber(button), pressed,
+                           [&] { X11Backend::sendButton(button, pressed); });
+    }
+    void turnWheel(unsigned button, std::int64_t steps) override {
+      for (std::int64_t left = steps; left > 0; --left) {
+        session.tapRecorded({firstButton + button}, [&] { X11Backend::turnWheel(button, 1); });
+        XSync(xDisplay, False);
+      }
+    }
+    void tap(KeyCode keycode, KeyCode shiftKeycode) override {
+      std::vector<std::uint32_t> codes{keycode};
+      if (shiftKeycode != 0) codes.push_back(shiftKeycode);
+      session.tapRecorded(codes, [&] { X11Backend::tap(keycode, shiftKeycode); });
+    }
+    void tapCombo(const KeyCombo& keys) override {
+      std::vector<std::uint32_t> codes(keys.held.begin(), keys.held.end());
+      codes.push_back(static_cast<std::uint32_t>(keys.main));
+      session.tapRecorded(codes, [&] { X11Backend::tapCombo(keys); });
+    }
+
+    void setKey(const std::string& name, bool pressed) {
+      const std::optional<KeyCombo> keys = resolveCombo(name);
+      if (!keys || !keys->held.empty()) throw std::runtime_error("This is not the name of one key: " + name);
+      const auto keycode = static_cast<KeyCode>(keys->main);
+      session.sendRecorded(keycode, pressed, [&] { sendKey(keycode, pressed); });
+    }
+    void release(std::uint32_t code) {
+      if (code < firstButton) return sendKey(static_cast<KeyCode>(code), false);
+      XTestFakeButtonEvent(xDisplay, code - firstButton, False, 0);
+      XSync(xDisplay, False);
+    }
+    bool isServerGone() const {
+      pollfd connected{ConnectionNumber(xDisplay), 0, 0};
+      return poll(&connected, 1, 0) > 0;  // only POLLHUP and errors are reported
+    }
+
+  private:
+    X11Session& session;
+  };
+
+  Backend& desktop() override { return x11; }
+  void sendButton(Button button, bool pressed) override { x11.sendButton(button, pressed); }
+  void sendKey(const std::string& name, bool pressed) override { x11.setKey(name, pressed); }
+  void sendRelease(std::uint32_t code) override { x11.release(code); }
+
+  Recorded x11{*this};
+};
+
+}  // namespace
+
+std::unique_ptr<SessionBackend> makeX11Session(HeldRecord record) {
+  return std::make_unique<X11Session>(std::move(record));
+}
+
+}  // namespace ostler
