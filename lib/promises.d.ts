@@ -7,9 +7,10 @@ export interface CallOptions {
   signal?: AbortSignal;
   /**
    * Milliseconds, including the time in the queue, after which the call ends with an {@link AbortError}
-   * whose `cause` is a `TimeoutError`. Defaults to the `timeout` of {@link openDesktop}.
+   * whose `cause` is a `TimeoutError`. Defaults to the `timeout` of {@link openDesktop}. `null` and Infinity are no
+   * limit; more than 2147483647 (24 days) counts as that. Any other value that is not a number from 0 is a RangeError.
    */
-  timeout?: number;
+  timeout?: number | null;
 }
 
 export interface OpenOptions {
@@ -18,7 +19,7 @@ export interface OpenOptions {
   /** Cancels opening, and closes the dialog of a Wayland session. Has no effect once the desktop is open. */
   signal?: AbortSignal;
   /** Milliseconds for each call that has no `timeout` of its own. Defaults to no limit. Does not limit opening. */
-  timeout?: number;
+  timeout?: number | null;
 }
 
 export interface ClickOptions extends CallOptions {
@@ -26,14 +27,14 @@ export interface ClickOptions extends CallOptions {
   y: number;
   /** Defaults to "left". */
   button?: 'left' | 'middle' | 'right';
-  /** Defaults to 1. */
+  /** From 1. Defaults to 1. */
   count?: number;
 }
 
 export interface ScreenshotOptions extends CallOptions {
-  /** The part of the desktop to show, in the coordinates of `display`. It is not resampled. */
+  /** The part of the desktop to show, in the coordinates of `display`. Cannot be combined with a size. */
   region?: Rect;
-  /** The size in pixels to which a picture of the whole desktop is resampled. */
+  /** The size in pixels, up to 16384x16384, to which a picture of the whole desktop is resampled. */
   size?: { width: number; height: number };
   /** Same as `size.width` and `size.height`. */
   width?: number;
@@ -66,16 +67,18 @@ export interface StillOptions extends WatchOptions {
 /** Says how a desktop ended. */
 export interface DesktopEnd {
   /**
-   * "closed": `close` was called. "aborted": a call was aborted that could be stopped only by killing the
-   * helper. "session ended": the desktop ended the Wayland session. "exited": the helper process exited by
-   * itself or was killed, on X11 also because the X server ended.
+   * "closed": `close` was called. "aborted": a call was aborted and the helper, which did not react, was killed.
+   * "session ended": the desktop ended the Wayland session. "exited": the helper process exited by itself or was
+   * killed, on X11 also because the X server ended.
    */
   reason: 'closed' | 'aborted' | 'session ended' | 'exited';
   /** The exit code of the helper process, or null when a signal ended it. */
   code: number | null;
   signal: NodeJS.Signals | null;
-  /** The error that ended the session, or the reason why no helper process could be started. */
+  /** Says why the session ended, or why no helper process could be started. */
   error?: Error;
+  /** Set when a killed helper held keys or buttons down which could not be released within 30 s. */
+  stillPressed?: true;
 }
 
 /** A call was aborted by its `signal` or `timeout`; `cause` is the signal's reason. */
@@ -99,15 +102,24 @@ type Promised<T> = {
 };
 
 /**
- * A desktop session in a helper process. The methods are those of the addon, with the same arguments,
- * results and errors, but return promises. They run one at a time, in the order of the calls. A call rejects with a
- * {@link DesktopClosedError} when the desktop has ended, or ends before the call does.
+ * A desktop session in a helper process. The methods are those of the addon, with the same arguments and
+ * results, but return promises. They run one at a time, in the order of the calls. A call rejects with a TypeError or
+ * RangeError that names a wrong argument, and with a {@link DesktopClosedError} when the desktop has ended, or ends
+ * before the call does.
  *
  * The helper keeps the event loop alive until `close`.
  */
-export interface Desktop extends Promised<Omit<Ostler, 'lock' | 'unlock' | 'screenshot'>>, AsyncDisposable {
-  click(x: number, y: number, button: string, count: number, options?: CallOptions): Promise<void>;
+export interface Desktop extends Promised<Omit<Ostler, 'click' | 'lock' | 'mouseUp' | 'screenshot' | 'unlock'>>,
+  AsyncDisposable {
+  /** Clicks; `button` defaults to "left" and `count` to 1. */
+  click(x: number, y: number, button?: string, count?: number, options?: CallOptions): Promise<void>;
+  click(x: number, y: number, options: CallOptions): Promise<void>;
   click(options: ClickOptions): Promise<void>;
+
+  /** Releases the left button where the pointer is. */
+  mouseUp(options?: CallOptions): Promise<void>;
+  /** Same; the coordinates are ignored. */
+  mouseUp(x: number, y: number, options?: CallOptions): Promise<void>;
 
   /** Takes a picture; see {@link Ostler.screenshot}. Resolves to null when there is none. */
   screenshot(options?: ScreenshotOptions): Promise<Buffer | null>;

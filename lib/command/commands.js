@@ -5,8 +5,8 @@
 
 const fs = require('node:fs');
 const path = require('node:path');
-const { setClipboardAndWait } = require('../paste');
-const { sleep } = require('../wait');
+const { setClipboardAndWait } = require('../host/paste');
+const { sleep } = require('../host/wait');
 const { UsageError, number, numbers, oneOf } = require('./arguments');
 
 const text = { type: 'string' };

@@ -4,7 +4,7 @@ const { spawnSync } = require('node:child_process');
 const fs = require('node:fs');
 const path = require('node:path');
 const { openDesktop } = require('../promises');
-const { compositorSocket, sessionKind } = require('../session');
+const { compositorSocket, sessionKind } = require('../shared/session_kind');
 
 const waylandLibraries = {
   'libglib-2.0.so.0': 'libglib2.0-0', 'libgobject-2.0.so.0': 'libglib2.0-0', 'libgio-2.0.so.0': 'libglib2.0-0',

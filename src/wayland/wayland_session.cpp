@@ -29,7 +29,7 @@ private:
 
     void requireSession() override {
       throwIfInterrupted();
-      WaylandBackend::requireSession();
+      requireAll();
     }
     void sendButton(Button button, bool pressed) override {
       session.sendRecorded(buttonCode(button), pressed, [&] { WaylandBackend::sendButton(button, pressed); });
@@ -72,8 +72,7 @@ private:
 
     std::string sessionEnd() {
       try {
-        WaylandBackend::requireSession();
-        capture.waitForFirstFrame(std::chrono::steady_clock::now());
+        requireAll();
       } catch (const std::runtime_error& error) {
         return error.what();
       }
@@ -82,6 +81,12 @@ private:
 
   private:
     using WaylandBackend::release;
+
+    // Throws when the portal session or the stream has ended.
+    void requireAll() {
+      WaylandBackend::requireSession();
+      capture.waitForFirstFrame(std::chrono::steady_clock::now());
+    }
 
     WaylandSession& session;
     std::map<std::uint32_t, std::uint64_t> portalKeys;  // the keysym of each code that the portal got

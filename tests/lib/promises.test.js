@@ -1,21 +1,17 @@
 'use strict';
-// Tests ostler/promises on X servers, also when a call is aborted or when the helper, the
-// server or the host ends.
+// Tests the methods of ostler/promises on X servers.
 
 const assert = require('node:assert');
-const { execFile, execFileSync, spawn } = require('node:child_process');
-const { once } = require('node:events');
+const { execFile, execFileSync } = require('node:child_process');
 const fs = require('node:fs');
-const path = require('node:path');
-const { after, before, describe, it } = require('node:test');
+const { after, before, it } = require('node:test');
 const { setTimeout: sleep } = require('node:timers/promises');
 const { promisify } = require('node:util');
 const { openDesktop } = require('../../lib/promises');
-const { endOf } = require('../support/children');
-const { helpersOf, isAlive } = require('../support/helpers');
+const { helpersOf } = require('../support/helpers');
 const { decodePng } = require('../support/png');
 const { waitUntil } = require('../support/wait');
-const { keyboardState, startWitness, startXvfb, textOf } = require('../support/x11');
+const { startWitness, startXvfb, textOf } = require('../support/x11');
 
 let server, witness;
 before(async () => {
@@ -25,8 +21,6 @@ before(async () => {
 after(() => witness.stop().finally(server.stop));
 
 const open = (options) => openDesktop({ env: server.env, ...options });
-const pressed = () => keyboardState(server.env).down;
-const nothing = `0 ${'0'.repeat(64)}`;
 const user = (...actions) => promisify(execFile)('xdotool', actions, { env: server.env });
 
 it('calls the addon in order, one call at a time', async () => {
@@ -53,110 +47,6 @@ it('calls the addon in order, one call at a time', async () => {
   assert.deepStrictEqual([region, scaled].map(decodePng).map((image) => image.width), [30, 64]);
   assert.deepStrictEqual([...jpeg.subarray(0, 2)], [0xff, 0xd8]);
   await desktop.close();
-});
-
-describe('an aborted call leaves nothing pressed', () => {
-  const long = 'Abcdefghij'.repeat(300);
-  const diagonal = [0, 0, 1279, 719];
-  // The limit of 2 s allows for a busy machine.
-  for (const [name, method, values, { ends, stop, down, limit = 150 }] of [
-    ['type; the desktop stays open', 'type', [long], { ends: false }],
-    ['type; the helper hangs', 'type', [long], { ends: true, stop: 'SIGSTOP', limit: 2000 }],
-    ['drag; the helper is killed', 'drag', diagonal, { ends: true, limit: 2000 }],
-    ['click with the right button; the helper hangs', 'click', [9, 9, 'right', 500],
-      { ends: true, stop: 'SIGSTOP', down: 3 }],
-  ]) {
-    it(name, async () => {
-      const desktop = await open();
-      await desktop.drag(0, 0, 9, 9, { timeout: 5000 });  // the first drag takes longer to begin
-      await witness.events();
-      const controller = new AbortController();
-      const call = desktop[method](...values, { signal: controller.signal });
-      const waiting = desktop.type('x', { timeout: 100 });
-      waiting.catch(() => {});
-      await sleep(150);
-      assert.notDeepStrictEqual(await witness.events(), []);
-      if (stop) process.kill(helpersOf(process.pid)[0], stop);
-      if (down) await user('mousedown', down);  // as if the helper had just done it
-      const start = performance.now();
-      controller.abort('enough');
-      await assert.rejects(call, { name: 'AbortError', code: 'ABORT_ERR', cause: 'enough' });
-      const took = performance.now() - start;
-      assert.ok(took < limit, `${took} ms`);
-      await assert.rejects(waiting, { code: 'ABORT_ERR' });
-      if (ends) assert.strictEqual((await desktop.closed).reason, 'aborted');
-      assert.deepStrictEqual(pressed(), nothing);
-      await witness.events();
-      const next = desktop.type('on');
-      if (ends) await assert.rejects(next, { code: 'ERR_DESKTOP_CLOSED' });
-      else await next;
-      assert.strictEqual(textOf(await witness.events()), ends ? '' : 'on');
-      await desktop.close();
-    });
-  }
-
-  it('a call that times out, or that is aborted before it begins', async () => {
-    const desktop = await open({ timeout: 60 });
-    const timedOut = ({ code, cause }) => code === 'ABORT_ERR' && cause.name === 'TimeoutError';
-    await assert.rejects(desktop.type(long), timedOut);
-    await assert.rejects(desktop.move(1, 1, { signal: AbortSignal.abort() }), { name: 'AbortError' });
-    await desktop.move(2, 2, { timeout: Infinity });
-    await desktop.close();
-    await assert.rejects(open({ signal: AbortSignal.abort() }), { name: 'AbortError' });
-    assert.deepStrictEqual(helpersOf(process.pid), []);
-  });
-});
-
-describe('a desktop that ends rejects its calls and says why', () => {
-  for (const [name, end, expected] of [
-    ['closed', (desktop) => desktop.close(), { reason: 'closed', code: 0, signal: null }],
-    ['helper killed', (_desktop, helper) => process.kill(helper, 'SIGKILL'),
-      { reason: 'exited', code: null, signal: 'SIGKILL' }],
-    ['X server ended', (_desktop, _helper, other) => other.stop(), { reason: 'exited', code: 1, signal: null }],
-  ]) {
-    it(name, async () => {
-      const other = await startXvfb();
-      const desktop = await openDesktop({ env: other.env });
-      await desktop.mouseDown(5, 5);
-      const running = assert.rejects(desktop.type('a'.repeat(2000)), { code: 'ERR_DESKTOP_CLOSED' });
-      const waiting = assert.rejects(desktop.move(1, 1), { code: 'ERR_DESKTOP_CLOSED' });
-      await sleep(50);
-      await end(desktop, helpersOf(process.pid)[0], other);
-      assert.deepStrictEqual(await desktop.closed, expected);
-      await Promise.all([running, waiting]);
-      await assert.rejects(desktop.display(), { code: 'ERR_DESKTOP_CLOSED', end: expected });
-      if (expected.code !== 1) {
-        assert.strictEqual(keyboardState(other.env).down, nothing);
-        const again = await openDesktop({ env: other.env });
-        await again.close();
-      }
-      await other.stop();
-    });
-  }
-});
-
-describe('a helper ends within a second when its host is killed, and leaves nothing pressed', () => {
-  for (const [name, calls] of [
-    ['while it waits', 'desktop.mouseDown(5, 5)'],
-    ['while it types', 'desktop.type("Ab!".repeat(9999))'],
-    ['while a drag blocks it', 'desktop.drag(0, 0, 90000, 0)'],
-  ]) {
-    it(name, async () => {
-      const source = `require('ostler/promises').openDesktop().then((desktop) => { ${calls}; console.log('on'); })`;
-      const host = spawn(process.execPath, ['-e', source],
-        { env: server.env, cwd: path.join(__dirname, '..', '..'), stdio: ['ignore', 'pipe', 'inherit'] });
-      const ended = endOf(host);
-      await once(host.stdout, 'data');
-      await sleep(100);
-      const [helper] = helpersOf(host.pid);
-      host.kill('SIGKILL');
-      await ended;
-      const start = performance.now();
-      await waitUntil(() => !isAlive(helper));
-      assert.ok(performance.now() - start < 1000);
-      await waitUntil(() => pressed() === nothing, pressed);
-    });
-  }
 });
 
 it('takes a thousand pictures in the same memory', async () => {

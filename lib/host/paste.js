@@ -1,4 +1,5 @@
 'use strict';
+// Runs in the host.
 
 const { sleep } = require('./wait');
 

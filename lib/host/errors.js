@@ -1,4 +1,5 @@
 'use strict';
+// Runs in the host.
 
 class AbortError extends Error {
   constructor(cause) {
@@ -9,28 +10,36 @@ class AbortError extends Error {
   }
 }
 
-function describeEnd({ reason, code, signal, error }, kind) {
-  if (error) return error.message;
-  switch (reason) {
+// Xlib writes this to stderr, and the helper something similar.
+const serverEnded = /X connection to|^XIO:|The X server has ended/m;
+
+function describeExit(end, complaints) {
+  const how = `The helper process ended with ${end.signal ?? `code ${end.code}`}`;
+  if (serverEnded.test(complaints)) return `${how}. The X server has ended.`;
+  const reason = complaints.trim();
+  return reason ? `${how}: ${reason}${/[.!?]$/.test(reason) ? '' : '.'}` : `${how}.`;
+}
+
+function describeEnd(end, complaints) {
+  if (end.error) return end.error.message;
+  switch (end.reason) {
     case 'closed': return 'The desktop was closed.';
     case 'aborted': return 'The desktop ended with a call that was aborted.';
-    default: {
-      const hint = kind === 'x11' && code === 1 ? ' The X server has probably ended.' : '';
-      return `The helper process ended with ${signal ?? `code ${code}`}.${hint}`;
-    }
+    default: return describeExit(end, complaints);
   }
 }
 
 class DesktopClosedError extends Error {
-  constructor(end, kind) {
-    super(`${describeEnd(end, kind)} Call openDesktop again for a new session.`);
+  // `complaints` is what the helper has written to stderr.
+  constructor(end, complaints) {
+    super(`${describeEnd(end, complaints)} Call openDesktop again for a new session.`);
     this.name = 'DesktopClosedError';
     this.code = 'ERR_DESKTOP_CLOSED';
     this.end = end;
   }
 }
 
-// Pairs a part of an error message of the addon with advice for the user.
+// Pairs a part of an error message of the session module with advice for the user.
 const advice = [
   ['XTest extension is not available', 'Enable the XTEST extension of the X server.'],
   ['denied the Wayland portal request', 'Call openDesktop again to ask once more.'],
@@ -41,14 +50,12 @@ const advice = [
   ['Timed out waiting for the Wayland ScreenCast stream', 'Check that PipeWire and WirePlumber are running.'],
   ['Unable to synthesize an X11 keycode', 'Paste the text instead.'],
   ['NotifyKeyboardKeysym', 'Paste a character that the keyboard layout lacks.'],
+  ['Escape cannot be watched: another program', 'Close that program.'],
 ];
 
-// After one of these errors a Wayland session is unusable, and only a new process can open another one.
-const sessionEnds = /^Wayland ScreenCast stream failed|The connection is closed|Invalid session/;
-
-function addonError(message) {
+function callError(message) {
   const hint = advice.find(([part]) => message.includes(part))?.[1];
   return new Error(hint ? `${message.replace(/[^.]$/, '$&.')} ${hint}` : message);
 }
 
-module.exports = { AbortError, DesktopClosedError, addonError, sessionEnds };
+module.exports = { AbortError, DesktopClosedError, callError };

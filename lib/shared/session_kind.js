@@ -1,4 +1,5 @@
 'use strict';
+// Runs in the host and in the helper process.
 
 const fs = require('node:fs');
 const path = require('node:path');
