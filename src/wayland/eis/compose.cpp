@@ -14,18 +14,20 @@ namespace {
 using ComposeTable = Owner<xkb_compose_table, xkb_compose_table_unref>;
 using ComposeState = Owner<xkb_compose_state, xkb_compose_state_unref>;
 
-// The client composes by the table of its own locale. Nearly all locales have
-// this table, and those that differ agree with it on dead keys, except
-// for the pair that isAmbiguous() describes.
+// The client composes by the table of its own locale, or of its toolkit. Nearly
+// all of these agree with this table, except for the pairs that isAmbiguous()
+// describes.
 constexpr char tableLocale[] = "en_US.UTF-8";
 
 bool isDeadKey(xkb_keysym_t keysym) {
   return keysym >= XKB_KEY_dead_grave && keysym <= XKB_KEY_dead_longsolidusoverlay;
 }
 
-// In the table of pt_BR this pair produces the letter with a cedilla.
 bool isAmbiguous(xkb_keysym_t deadKey, xkb_keysym_t base) {
-  return deadKey == XKB_KEY_dead_acute && (base == XKB_KEY_c || base == XKB_KEY_C);
+  // In the table of pt_BR this is the letter with a cedilla.
+  if (deadKey == XKB_KEY_dead_acute && (base == XKB_KEY_c || base == XKB_KEY_C)) return true;
+  // Between libX11 1.8.4 and 1.8.12 the results with c changed; GTK 3 lacks those with the long s.
+  return deadKey == XKB_KEY_dead_currency || xkb_keysym_to_utf32(base) == U'ſ';
 }
 
 int modifiers(const EvdevKey& key) { return (key.shift ? 1 : 0) + (key.altGr != 0 ? 1 : 0); }
