@@ -1,4 +1,5 @@
 #include "backend/escape_flags.h"
+#include "backend/interruption.h"
 #include "backend/waits.h"
 #include "keys/text.h"
 #include "keys/typed_keysym.h"
@@ -58,6 +59,8 @@ void WaylandBackend::tap(const EvdevKey& key) {
 // it, so the dead key has to wait until those have been read.
 void WaylandBackend::tap(const DeadKeySequence& sequence) {
   sleepFor(waits::beforeDeadKey);
+  // A dead key alone would change the next character that the user types.
+  const Uninterrupted both;
   tap(sequence.deadKey);
   tap(sequence.base);
 }

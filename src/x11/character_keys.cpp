@@ -21,10 +21,9 @@ KeySym unicodeForm(KeySym keysym) {
   const auto translate = [&](KeySym first, std::u32string_view characters) {
     return keysym >= first && keysym - first < characters.size() ? characters[keysym - first] : 0;
   };
-  const char32_t character =
-      keysym == XK_EuroSign ? U'€'
-      : keysym < firstGreek ? translate(firstCyrillic, cyrillic)
-                            : translate(firstGreek, greek);
+  const char32_t character = keysym == XK_EuroSign ? U'€'
+                             : keysym < firstGreek ? translate(firstCyrillic, cyrillic)
+                                                   : translate(firstGreek, greek);
   return character != 0 ? unicodeKeysymBase | character : keysym;
 }
 

@@ -5,6 +5,7 @@
 #include <X11/Xatom.h>
 #include <poll.h>
 
+#include "backend/interruption.h"
 #include "x11/error_trap.h"
 
 namespace ostler {
@@ -60,8 +61,7 @@ Window findPingableWindow(Display* display) {
   return window;
 }
 
-bool waitForClient(Display* display, Window window, milliseconds limit,
-                   const std::function<void()>& throwIfInterrupted) {
+bool waitForClient(Display* display, Window window, milliseconds limit) {
   const ErrorTrap trap(display);
   const RootEvents events(display);
   XEvent message{};

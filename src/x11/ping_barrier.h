@@ -1,7 +1,6 @@
 #pragma once
 
 #include <chrono>
-#include <functional>
 
 #include "x11/xlib_handles.h"
 
@@ -13,7 +12,6 @@ Window findPingableWindow(Display* display);
 
 // Waits until the client of the window has handled all events that were sent to it before.
 // Returns false if it does not answer in time.
-bool waitForClient(Display* display, Window window, std::chrono::milliseconds limit,
-                   const std::function<void()>& throwIfInterrupted);
+bool waitForClient(Display* display, Window window, std::chrono::milliseconds limit);
 
 }  // namespace ostler

@@ -4,7 +4,6 @@
 #include <span>
 #include <stdexcept>
 
-
 namespace ostler {
 namespace {
 
@@ -41,8 +40,10 @@ void SpareRows::refresh() {
   columns = std::max(map.columns, 2);
   std::erase_if(rows, [&](const auto& entry) {
     const auto row = map.row(entry.first);
-    return row[0] != keysymOfCharacter(entry.second.plain) ||
-           (row.size() > 1 && row[1] != keysymOfCharacter(entry.second.shifted));
+    const bool isOurs = row[0] == keysymOfCharacter(entry.second.plain) &&
+                        (row.size() < 2 || row[1] == keysymOfCharacter(entry.second.shifted));
+    if (!isOurs) note(entry.first, false);
+    return !isOurs;
   });
   freeKeycodes.clear();
   for (int keycode = map.minKeycode; keycode <= map.maxKeycode; ++keycode) {
@@ -66,6 +67,7 @@ void SpareRows::map(const std::vector<std::uint32_t>& characters) {
     // The server lowers a capital letter that is the only keysym of a key.
     rows[keycode] = {characters[i], characters[std::min(i + 1, characters.size() - 1)]};
     changed.insert(keycode);
+    note(keycode, true);
   }
   send(changed);
 }
@@ -77,7 +79,13 @@ void SpareRows::clear() {
   for (const auto& [keycode, row] : rows) changed.insert(keycode);
   rows.clear();
   send(changed);
+  for (const KeyCode keycode : changed) note(keycode, false);
   freeKeycodes.merge(changed);
+}
+
+void SpareRows::clearLeftBehind(KeyCode keycode) {
+  refresh();
+  if (!freeKeycodes.contains(keycode)) send({keycode});
 }
 
 // Sends what the rows of these keycodes contain now, adjacent ones in one request: clients read
@@ -95,7 +103,8 @@ void SpareRows::send(const std::set<KeyCode>& keycodes) {
       keysyms[keysyms.size() - width] = keysymOfCharacter(row->second.plain);
       keysyms[keysyms.size() - width + 1] = keysymOfCharacter(row->second.shifted);
     }
-    XChangeKeyboardMapping(xDisplay, first, columns, keysyms.data(), static_cast<int>(keysyms.size() / width));
+    XChangeKeyboardMapping(xDisplay, first, columns, keysyms.data(),
+                           static_cast<int>(keysyms.size() / width));
   }
   XSync(xDisplay, False);
 }

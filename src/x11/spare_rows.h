@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <set>
@@ -16,7 +17,10 @@ namespace ostler {
 // called.
 class SpareRows {
 public:
-  explicit SpareRows(Display* display) : xDisplay(display) {}
+  // `noteRow` is called with true before a keycode is mapped and with false after it has been
+  // cleared.
+  SpareRows(Display* display, std::function<void(KeyCode, bool)> noteRow)
+      : xDisplay(display), note(std::move(noteRow)) {}
   SpareRows(const SpareRows&) = delete;
   SpareRows& operator=(const SpareRows&) = delete;
 
@@ -34,6 +38,8 @@ public:
   bool isMapped() const { return !rows.empty(); }
   // Restores the keyboard map, except for rows that another client has changed.
   void clear();
+  // Clears a row that a killed process has mapped.
+  void clearLeftBehind(KeyCode keycode);
 
 private:
   struct Row {
@@ -43,6 +49,7 @@ private:
   void send(const std::set<KeyCode>& keycodes);
 
   Display* const xDisplay;
+  const std::function<void(KeyCode, bool)> note;
   int columns = 0;
   std::set<KeyCode> freeKeycodes;
   std::map<KeyCode, Row> rows;

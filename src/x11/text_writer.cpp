@@ -7,6 +7,8 @@
 #include <X11/extensions/XTest.h>
 #include <X11/keysym.h>
 
+#include "backend/escape_flags.h"
+#include "backend/interruption.h"
 #include "backend/waits.h"
 #include "x11/character_keys.h"
 #include "x11/ping_barrier.h"
@@ -75,11 +77,6 @@ private:
   std::vector<KeyCode> keycodes;
 };
 
-bool isControl(std::uint32_t character) {
-  return (character < 0x20 && character != '\n' && character != '\t') ||
-         (character >= 0x7F && character < 0xA0);
-}
-
 }  // namespace
 
 std::vector<std::uint32_t> TextWriter::findUntypable(const std::vector<std::uint32_t>& text) {
@@ -88,9 +85,8 @@ std::vector<std::uint32_t> TextWriter::findUntypable(const std::vector<std::uint
   const CharacterKeys keys(xDisplay);
   std::vector<std::uint32_t> untypable;
   for (const std::uint32_t character : text) {
-    const bool isTypable = !isControl(character) && (spareRows.capacity() > 0 || keys.find(character));
-    if (!isTypable && std::ranges::find(untypable, character) == untypable.end())
-      untypable.push_back(character);
+    if (spareRows.capacity() > 0 || keys.find(character)) continue;
+    if (std::ranges::find(untypable, character) == untypable.end()) untypable.push_back(character);
   }
   return untypable;
 }
@@ -113,7 +109,8 @@ std::size_t TextWriter::mapPrefix(const std::vector<std::uint32_t>& text, std::s
     missing.clear();
     const CharacterKeys keys(xDisplay);
     for (std::size_t i = begin; i < text.size(); ++i) {
-      if (spareRows.find(text[i]) || keys.find(text[i]) || std::ranges::find(missing, text[i]) != missing.end())
+      if (spareRows.find(text[i]) || keys.find(text[i]) ||
+          std::ranges::find(missing, text[i]) != missing.end())
         continue;
       if (missing.size() == room) return i;
       missing.push_back(text[i]);
@@ -144,6 +141,7 @@ void TextWriter::typeCharacters(const std::vector<std::uint32_t>& text, std::siz
       const auto spare = spareRows.find(text[i]);
       const auto key = spare ? spare : keys.find(text[i]);
       if (!key) throw std::runtime_error("The keyboard map has changed while a text was written.");
+      if (escapePressed) throw std::runtime_error(stoppedByUser);
       modifiers.release();
       tap(key->keycode, key->shift ? shift : KeyCode{0});
       sleepFor(delay);
@@ -161,8 +159,17 @@ void TextWriter::restoreMap() {
   spareRows.clear();
 }
 
+void TextWriter::restoreRow(KeyCode keycode) {
+  if (spareRows.isMapped()) restoreMap();
+  spareRows.clearLeftBehind(keycode);
+}
+
+void TextWriter::restoreMapIfDue() {
+  if (Clock::now() >= lastKey + mappedAfterKey) restoreMap();
+}
+
 void TextWriter::waitUntilHandled() {
-  if (typedInto != None && waitForClient(xDisplay, typedInto, pingLimit, throwIfInterrupted)) return;
+  if (typedInto != None && waitForClient(xDisplay, typedInto, pingLimit)) return;
   for (Clock::time_point now = Clock::now(); now < lastKey + mappedAfterKey; now = Clock::now()) {
     throwIfInterrupted();
     sleepFor(std::min<std::chrono::nanoseconds>(lastKey + mappedAfterKey - now, longestSleep));

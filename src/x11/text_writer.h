@@ -15,26 +15,24 @@ namespace ostler {
 // spare keycode stays mapped to its character until the client has handled the keys.
 class TextWriter {
 public:
-  // `tapKey` presses and releases a key, with Shift unless the second keycode is 0. It and
-  // `throwIfInterrupted` may throw, which ends the operation.
+  // `tapKey` presses and releases a key, with Shift unless the second keycode is 0. It may throw,
+  // which ends the operation. For `noteRow` see SpareRows.
   TextWriter(Display* display, std::function<void(KeyCode, KeyCode)> tapKey,
-             std::function<void()> interruption)
-      : xDisplay(display),
-        tap(std::move(tapKey)),
-        throwIfInterrupted(std::move(interruption)),
-        spareRows(display) {}
-  TextWriter(const TextWriter&) = delete;
-  TextWriter& operator=(const TextWriter&) = delete;
+             std::function<void(KeyCode, bool)> noteRow)
+      : xDisplay(display), tap(std::move(tapKey)), spareRows(display, std::move(noteRow)) {}
 
   // Returns the characters of the text that cannot be typed, each once.
   std::vector<std::uint32_t> findUntypable(const std::vector<std::uint32_t>& text);
   // Types a text in which every character can be typed.
   void write(const std::vector<std::uint32_t>& text, std::chrono::milliseconds delay);
   // Restores the keyboard map as soon as the client no longer needs the mappings, which can take
-  // seconds. A mapping outlives write(): call this some time after it, before other uses of spare
+  // seconds. The mappings outlive write(): call this some time after it, before other uses of spare
   // keycodes, and at the end.
   void restoreMap();
-  bool isMapChanged() const { return spareRows.isMapped(); }
+  // Restores one keycode like restoreMap(), also if another process has left it mapped.
+  void restoreRow(KeyCode keycode);
+  // Restores it if that takes no longer than the client's answer.
+  void restoreMapIfDue();
 
 private:
   using Clock = std::chrono::steady_clock;
@@ -46,7 +44,6 @@ private:
 
   Display* const xDisplay;
   const std::function<void(KeyCode, KeyCode)> tap;
-  const std::function<void()> throwIfInterrupted;
   SpareRows spareRows;
   Clock::time_point lastKey;
   Window typedInto = None;  // answers pings

@@ -53,6 +53,9 @@ public:
   // one.
   std::optional<std::uint32_t> keyboardGroup() const { return group; }
 
+  // Whether the compositor has reported that Caps Lock is on.
+  bool isCapsLocked() const { return capsLocked; }
+
   FileDescriptor eisFd;
   // Null if there is no channel.
   EiContext eiContext;
@@ -80,6 +83,7 @@ private:
   bool disconnected = false;
   std::vector<EiDevice> resumedDevices;  // in the order in which they were resumed
   std::optional<std::uint32_t> group;
+  bool capsLocked = false;
 };
 
 }  // namespace ostler

@@ -54,6 +54,8 @@ public:
     return layout.findSequence(keysym, channel.eiKeyboard.device.get(), channel.keyboardGroup());
   }
 
+  bool isCapsLocked() const { return channel.isCapsLocked(); }
+
   // A target outside all regions of the pointer is moved to the nearest point inside one.
   void moveTo(double x, double y);
   // `code` is an evdev code, here and in key().
