@@ -91,7 +91,8 @@ it('reports Escape to one listener or loop after the other', async () => {
   const desktop = await open(), other = await open();
   const times = [];
   const stop = await desktop.onEscape((time) => times.push(time));
-  await assert.rejects(other.onEscape(() => {}), /another program holds it/);
+  await assert.rejects(other.onEscape(() => {}), { message: 'Escape cannot be watched: another program holds it. '
+    + 'Close that program.' });
   const typing = desktop.type('a'.repeat(4000));
   await user('key', 'Escape');
   await typing;
@@ -106,6 +107,26 @@ it('reports Escape to one listener or loop after the other', async () => {
   }
   await presses.return();
   await Promise.all([desktop, other].map((each) => each.close()));
+});
+
+it('leaves no grab of Escape when watching is aborted while it starts, and says why it cannot start', async () => {
+  const other = await startXvfb();
+  const [desktop, next] = await Promise.all([0, 1].map(() => openDesktop({ env: other.env })));
+  for (let i = 0; i < 20; i++) {
+    // Some of these are aborted before the key is grabbed, some afterwards.
+    await desktop.onEscape(() => {}, { timeout: i }).then((stop) => stop(),
+      ({ code }) => assert.strictEqual(code, 'ABORT_ERR'));
+    await assert.rejects(desktop.escapePresses({ signal: AbortSignal.timeout(i) }).next(), { code: 'ABORT_ERR' });
+  }
+  await desktop.move(1, 1);
+  const stop = await next.onEscape(() => {});
+  await stop();
+  process.kill(other.pid, 'SIGSTOP');
+  await assert.rejects(desktop.onEscape(() => {}),
+    { message: 'Escape cannot be watched: the X server does not respond.' });
+  process.kill(other.pid, 'SIGCONT');
+  await Promise.all([desktop, next].map((each) => each.close()));
+  await other.stop();
 });
 
 it('waits for a region to change, and to stop changing', async () => {
