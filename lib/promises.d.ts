@@ -52,6 +52,16 @@ export interface PasteOptions extends CallOptions {
   restoreAfter?: number;
 }
 
+export interface WriteOptions extends CallOptions {
+  /**
+   * What happens to characters that cannot be typed: "auto" pastes them with ctrl+v, "never" rejects.
+   * "always" pastes the whole text. Defaults to "auto".
+   */
+  paste?: 'auto' | 'never' | 'always';
+  /** Milliseconds after each typed character. Defaults to 5. */
+  delay?: number;
+}
+
 export interface WatchOptions extends CallOptions {
   /** The part of the desktop to watch. Defaults to the whole desktop. */
   region?: Rect;
@@ -123,6 +133,19 @@ export interface Desktop extends Promised<Omit<Ostler, 'click' | 'lock' | 'mouse
 
   /** Takes a picture; see {@link Ostler.screenshot}. Resolves to null when there is none. */
   screenshot(options?: ScreenshotOptions): Promise<Buffer | null>;
+
+  /**
+   * Types a text so that it arrives exactly, whatever Caps Lock says, or rejects before anything is pressed. Each line
+   * end presses Return once. Keys that the user holds, such as Shift, are released on X11.
+   *
+   * On X11, characters that no key has are mapped to spare keycodes. These mappings stay until the program with the
+   * focus has handled the keys, which for some programs is 1.2 s after the last one. On Wayland, they are typed with a
+   * dead key where the layout has one, and otherwise pasted.
+   *
+   * @throws Error that names the characters which cannot be typed; with `paste: 'auto'` these are control
+   *   characters and lone surrogates. Error when the user presses Escape, see `onEscape`.
+   */
+  write(text: string, options?: WriteOptions): Promise<void>;
 
   /**
    * Pastes a text: sets the clipboard, presses `combo`, and restores the old text of the clipboard. Other

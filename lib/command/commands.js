@@ -72,6 +72,18 @@ const commands = {
       await desktop.type(typed === '-' ? await readInput() : typed);
     },
   },
+  write: {
+    usage: 'TEXT|- [--paste auto|never|always] [--delay MS]',
+    about: 'types a text exactly, and pastes what cannot be typed, or fails before the first key',
+    words: [1, 1],
+    options: { paste: text, delay: text },
+    read: ([written], { paste = 'auto', delay = '5' }) => ({
+      written, options: { paste: oneOf(paste, ['auto', 'never', 'always'], '--paste'), delay: number(delay, 'MS') },
+    }),
+    async run(desktop, { written, options }, { readInput }) {
+      await desktop.write(written === '-' ? await readInput() : written, options);
+    },
+  },
   key: {
     usage: 'COMBO...',
     about: 'presses key combinations such as ctrl+shift+t, one after the other',

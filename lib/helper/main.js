@@ -20,10 +20,11 @@ let session;
 const send = (message) => process.send(message, () => {});
 
 // Nothing tells an idle process that its session has ended. The messages that say so arrive on
-// the main thread's connections, where one look takes some microseconds.
-function reportEnd() {
+// the main thread's connections, where one look takes some microseconds. What a call has left
+// to be undone later is undone here too.
+function lookAfter() {
   const end = session.sessionEnd();
-  if (!end) return;
+  if (!end) return session.restoreKeyboard();
   if (kind === 'x11') {
     process.stderr.write(end);
     process.exit(1);
@@ -38,7 +39,7 @@ const operations = {
     const loaded = loadSession();
     loaded.open({ record: memoryFile });
     session = loaded;
-    setInterval(reportEnd, checkInterval);
+    setInterval(lookAfter, checkInterval);
   },
   screenshot(...args) {
     const picture = session.screenshot(...args);

@@ -68,6 +68,7 @@ const text = ofType('string', 'a string');
 const coordinate = inRange(-largestCoordinate - 1, largestCoordinate,
   `a number from ${-largestCoordinate - 1} to ${largestCoordinate}`);
 const duration = inRange(0, largestInt, `a number of milliseconds from 0 to ${largestInt}`);
+const pasteMode = oneOf('auto', 'never', 'always');
 const button = oneOf('left', 'middle', 'right');
 const side = integer(1, largestSide);
 const steps = integer(-largestInt - 1);
@@ -137,5 +138,6 @@ function screenshotArguments(given) {
 const callback = ofType('function', 'a function');
 
 module.exports = {
-  callback, checkArguments, checkCallOptions, duration, methods, optional, options, region, screenshotArguments, text,
+  callback, checkArguments, checkCallOptions, duration, methods, optional, options, pasteMode, region,
+  screenshotArguments, text,
 };

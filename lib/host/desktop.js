@@ -2,13 +2,14 @@
 // Runs in the host: the object that `openDesktop` returns.
 
 const {
-  callback, checkArguments, checkCallOptions, duration, methods, optional, options: checkOptions, region,
+  callback, checkArguments, checkCallOptions, duration, methods, optional, options: checkOptions, pasteMode, region,
   screenshotArguments, text: checkText,
 } = require('./check');
 const { AbortError, DesktopClosedError } = require('./errors');
 const { HelperProcess } = require('./helper_process');
 const { paste } = require('./paste');
 const { Limit, settlesWithin, sleep } = require('./wait');
+const { write } = require('./write');
 
 const asyncDispose = Symbol.asyncDispose ?? Symbol.for('Symbol.asyncDispose');
 
@@ -80,6 +81,16 @@ class Desktop {
     const options = checkCallOptions(given);
     const args = screenshotArguments(options);
     return this.#perform(options, ({ request }) => request('screenshot', ...args));
+  }
+
+  async write(text, given) {
+    const { paste: mode, delay, ...options } = checkCallOptions(given);
+    const checked = {
+      paste: optional(pasteMode, 'auto')(mode, 'paste'),
+      delay: Math.round(optional(duration, 5)(delay, 'delay')),
+    };
+    checkText(text, 'text');
+    return this.#perform(options, (calls) => write(text, checked, calls));
   }
 
   async paste(text, given) {

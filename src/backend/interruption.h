@@ -23,4 +23,13 @@ void interruptCall(std::int32_t call);
 
 void throwIfInterrupted();
 
+// While this exists, throwIfInterrupted() returns: for events that must not be separated.
+class Uninterrupted {
+public:
+  Uninterrupted();
+  Uninterrupted(const Uninterrupted&) = delete;
+  Uninterrupted& operator=(const Uninterrupted&) = delete;
+  ~Uninterrupted();
+};
+
 }  // namespace ostler

@@ -2,6 +2,8 @@
 
 #include <exception>
 
+#include "keys/text.h"
+
 namespace ostler {
 
 template <typename Operation>
@@ -12,21 +14,21 @@ auto SessionBackend::perform(Operation operation) {
     return operation();
   } catch (...) {
     startCall(0);  // an interruption must not stop the releases
-    release(record.held() & ~before);
+    const HeldRecord::Codes pressed = record.held() & ~before;
+    for (std::uint32_t code = 0; code < HeldRecord::firstLasting; ++code) {
+      if (pressed.test(code)) release(code);
+    }
     throw;
   }
 }
 
 // Where a release fails, the session has ended, and with it everything that it held.
-void SessionBackend::release(const HeldRecord::Codes& codes) {
-  for (std::uint32_t code = 0; code < HeldRecord::codes; ++code) {
-    if (!codes.test(code)) continue;
-    try {
-      sendRelease(code);
-    } catch (const std::exception&) {
-    }
-    record.remove(code);
+void SessionBackend::release(std::uint32_t code) {
+  try {
+    sendRelease(code);
+  } catch (const std::exception&) {
   }
+  record.remove(code);
 }
 
 void SessionBackend::mouseMove(double x, double y) {
@@ -69,6 +71,15 @@ std::vector<unsigned char> SessionBackend::screenshot(Size target, Rect crop, do
   return desktop().screenshot(target, crop, quality);
 }
 
+void SessionBackend::write(const std::string& text, std::int32_t delay) {
+  perform([&] { sendText(decodeLines(text), std::chrono::milliseconds(delay)); });
+}
+
+void SessionBackend::restoreKeyboard() {
+  startCall(0);  // this is no call of the host
+  restoreMapIfDue();
+}
+
 void SessionBackend::setButton(Button button, bool pressed) {
   perform([&] { sendButton(button, pressed); });
 }
@@ -79,7 +90,10 @@ void SessionBackend::setKey(const std::string& name, bool pressed) {
 
 void SessionBackend::releaseAll() {
   startCall(0);
-  release(record.held());
+  const HeldRecord::Codes held = record.held();
+  for (std::uint32_t code = 0; code < HeldRecord::codes; ++code) {
+    if (held.test(code)) release(code);
+  }
 }
 
 }  // namespace ostler

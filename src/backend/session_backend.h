@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -31,7 +32,16 @@ public:
   void setButton(Button button, bool pressed);
   // Presses or releases one key, with a name as in `key`.
   void setKey(const std::string& name, bool pressed);
-  // Releases all keys and buttons in the record. Cannot be interrupted.
+  // Returns the characters of the text that `write` cannot type, each once.
+  virtual std::string untypable(const std::string& text) = 0;
+  // Types a text so that it arrives exactly, with `delay` milliseconds after each character. Each line
+  // end presses Return once. Throws before the first key when a character cannot be typed.
+  void write(const std::string& text, std::int32_t delay);
+  // Undoes changes of the keyboard map that `write` has left for clients which handle their keys
+  // late, if enough time has passed.
+  void restoreKeyboard();
+  // Releases all keys and buttons in the record and restores the keyboard map. Cannot be
+  // interrupted.
   void releaseAll();
 
   // Returns why the session has ended, or an empty text while it has not. Does not wait.
@@ -64,16 +74,21 @@ protected:
     }
   }
 
+  // Adds or removes a code of a change that outlives the call.
+  void recordLasting(std::uint32_t code, bool isThere) { isThere ? record.add(code) : record.remove(code); }
+
 private:
   // Performs the operations, and calls sendRecorded() or tapRecorded() for what it presses.
   virtual Backend& desktop() = 0;
   virtual void sendButton(Button button, bool pressed) = 0;
   virtual void sendKey(const std::string& name, bool pressed) = 0;
   virtual void sendRelease(std::uint32_t code) = 0;
+  virtual void restoreMapIfDue() {}
+  virtual void sendText(const std::vector<std::uint32_t>& text, std::chrono::milliseconds delay) = 0;
 
   template <typename Operation>
   auto perform(Operation operation);
-  void release(const HeldRecord::Codes& codes);
+  void release(std::uint32_t code);
 
   HeldRecord record;
 };

@@ -30,6 +30,12 @@ void setButton(const std::string& button, bool pressed) {
 
 void setKey(const std::string& name, bool pressed) { openedSession().setKey(name, pressed); }
 
+std::string untypable(const std::string& text) { return openedSession().untypable(text); }
+
+void write(const std::string& text, std::int32_t delay) { openedSession().write(text, delay); }
+
+void restoreKeyboard() { openedSession().restoreKeyboard(); }
+
 void releaseAll() { openedSession().releaseAll(); }
 
 std::string escapeFailure() { return EscapeWatcher::instance().startFailure(); }
@@ -44,6 +50,9 @@ constexpr Method sessionMethods[] = {
     {"interrupt", forward<interruptCall>},
     {"setButton", forward<setButton>},
     {"setKey", forward<setKey>},
+    {"untypable", forward<untypable>},
+    {"write", forward<write>},
+    {"restoreKeyboard", forward<restoreKeyboard>},
     {"releaseAll", forward<releaseAll>},
     {"escapeFailure", forward<escapeFailure>},
     {"sessionEnd", forward<sessionEnd>},

@@ -1,11 +1,13 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <optional>
 
 #include "backend/pointing_backend.h"
 #include "keys/combo.h"
+#include "wayland/eis/compose.h"
 #include "wayland/eis/eis_input.h"
 #include "wayland/eis/evdev_keys.h"
 #include "wayland/portal/portal_input.h"
@@ -55,6 +57,10 @@ protected:
   virtual void sendKey(std::uint32_t code, bool pressed);
   // Returns the key of a combo's part; its code is 0 when the keyboard lacks it.
   EvdevKey keyOfCombo(std::uint64_t keysym);
+  // Returns the characters of the text that no keys of the active layout type, each once.
+  std::vector<std::uint32_t> findUntypable(const std::vector<std::uint32_t>& text);
+  // Types a text in which every character can be typed, with a pause after each.
+  void write(const std::vector<std::uint32_t>& text, std::chrono::milliseconds delay);
   void press(const EvdevKey& key);
   void release(const EvdevKey& key);
 
@@ -67,6 +73,10 @@ private:
   void typeThroughEis(std::uint64_t keysym);
   void typeThroughPortal(std::uint64_t keysym);
   void tap(const EvdevKey& key);
+  void tap(const DeadKeySequence& sequence);
+  void waitForKeyboard();
+  bool isTypable(std::uint32_t character);
+  void writeCharacter(std::uint32_t character);
 
 protected:
   // Destroyed in reverse order: the stream before the state that it writes to.

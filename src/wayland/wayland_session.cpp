@@ -8,6 +8,7 @@
 
 #include <linux/input-event-codes.h>
 
+#include "keys/text.h"
 #include "wayland/lazy/load.h"
 #include "wayland/wayland_backend.h"
 
@@ -19,6 +20,9 @@ class WaylandSession final : public SessionBackend {
 public:
   explicit WaylandSession(HeldRecord heldRecord) : SessionBackend(std::move(heldRecord)) {}
 
+  std::string untypable(const std::string& text) override {
+    return encodeUtf8(wayland.findUntypable(decodeLines(text)));
+  }
   std::string sessionEnd() override { return wayland.sessionEnd(); }
 
 private:
@@ -44,6 +48,9 @@ private:
     void sendKey(std::uint32_t code, bool pressed) override {
       session.sendRecorded(code, pressed, [&] { WaylandBackend::sendKey(code, pressed); });
     }
+
+    using WaylandBackend::findUntypable;
+    using WaylandBackend::write;
 
     void setKey(const std::string& name, bool pressed) {
       const auto itself = [](std::uint64_t keysym, const std::string&) { return keysym; };
@@ -99,6 +106,9 @@ private:
   Backend& desktop() override { return wayland; }
   void sendButton(Button button, bool pressed) override { wayland.sendButton(button, pressed); }
   void sendKey(const std::string& name, bool pressed) override { wayland.setKey(name, pressed); }
+  void sendText(const std::vector<std::uint32_t>& text, std::chrono::milliseconds delay) override {
+    wayland.write(text, delay);
+  }
   void sendRelease(std::uint32_t code) override { wayland.release(code); }
 
   Recorded wayland{*this};

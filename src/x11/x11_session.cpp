@@ -6,6 +6,8 @@
 #include <X11/extensions/XTest.h>
 #include <poll.h>
 
+#include "keys/text.h"
+#include "x11/text_writer.h"
 #include "x11/x11_backend.h"
 
 namespace ostler {
@@ -13,11 +15,16 @@ namespace {
 
 // In the record, a key has its keycode, which is below 256, and a button its number plus this.
 constexpr std::uint32_t firstButton = 256;
+// A keycode that `write` has mapped to characters is recorded as itself plus this.
+constexpr std::uint32_t firstRow = HeldRecord::firstLasting;
 
 class X11Session final : public SessionBackend {
 public:
   explicit X11Session(HeldRecord heldRecord) : SessionBackend(std::move(heldRecord)) {}
 
+  std::string untypable(const std::string& text) override {
+    return encodeUtf8(x11.writer.findUntypable(decodeLines(text)));
+  }
   std::string sessionEnd() override { return x11.isServerGone() ? "The X server has ended." : ""; }
 
 private:
@@ -55,6 +62,15 @@ private:
       session.tapRecorded(codes, [&] { X11Backend::tapCombo(keys); });
     }
 
+    void type(const std::string& text) override {
+      writer.restoreMap();  // typing needs a spare keycode too
+      X11Backend::type(text);
+    }
+    void write(const std::vector<std::uint32_t>& text, std::chrono::milliseconds delay) {
+      if (!writer.findUntypable(text).empty())
+        throw std::runtime_error("The keyboard map has no spare keycode.");
+      writer.write(text, delay);
+    }
     void setKey(const std::string& name, bool pressed) {
       const std::optional<KeyCombo> keys = resolveCombo(name);
       if (!keys || !keys->held.empty()) throw std::runtime_error("This is not the name of one key: " + name);
@@ -62,6 +78,7 @@ private:
       session.sendRecorded(keycode, pressed, [&] { sendKey(keycode, pressed); });
     }
     void release(std::uint32_t code) {
+      if (code >= firstRow) return writer.restoreRow(static_cast<KeyCode>(code - firstRow));
       if (code < firstButton) return sendKey(static_cast<KeyCode>(code), false);
       XTestFakeButtonEvent(xDisplay, code - firstButton, False, 0);
       XSync(xDisplay, False);
@@ -71,6 +88,10 @@ private:
       return poll(&connected, 1, 0) > 0;  // only POLLHUP and errors are reported
     }
 
+    TextWriter writer{
+        xDisplay, [this](KeyCode keycode, KeyCode shift) { tap(keycode, shift); },
+        [this](KeyCode keycode, bool isMapped) { session.recordLasting(firstRow + keycode, isMapped); }};
+
   private:
     X11Session& session;
   };
@@ -79,6 +100,10 @@ private:
   void sendButton(Button button, bool pressed) override { x11.sendButton(button, pressed); }
   void sendKey(const std::string& name, bool pressed) override { x11.setKey(name, pressed); }
   void sendRelease(std::uint32_t code) override { x11.release(code); }
+  void restoreMapIfDue() override { x11.writer.restoreMapIfDue(); }
+  void sendText(const std::vector<std::uint32_t>& text, std::chrono::milliseconds delay) override {
+    x11.write(text, delay);
+  }
 
   Recorded x11{*this};
 };

@@ -54,6 +54,9 @@ public:
   std::optional<std::uint32_t> keyboardGroup() const { return group; }
   void forgetKeyboardGroup() { group.reset(); }
 
+  // Whether the compositor has reported that Caps Lock is on.
+  bool isCapsLocked() const { return capsLocked; }
+
   FileDescriptor eisFd;
   // Null if there is no channel.
   EiContext eiContext;
@@ -81,6 +84,7 @@ private:
   bool disconnected = false;
   std::vector<EiDevice> resumedDevices;  // in the order in which they were resumed
   std::optional<std::uint32_t> group;
+  bool capsLocked = false;
 };
 
 }  // namespace ostler

@@ -21,6 +21,7 @@ OSTLER_GLIB_FUNCTIONS(DEFINE)
 OSTLER_PIPEWIRE_FUNCTIONS(DEFINE)
 OSTLER_LIBEI_FUNCTIONS(DEFINE)
 OSTLER_XKBCOMMON_FUNCTIONS(DEFINE)
+OSTLER_XKBCOMMON_COMPOSE_FUNCTIONS(DEFINE)
 
 namespace {
 
@@ -34,9 +35,11 @@ constexpr LazyFunction glibFunctions[] = {OSTLER_GLIB_FUNCTIONS(ROW)};
 constexpr LazyFunction pipeWireFunctions[] = {OSTLER_PIPEWIRE_FUNCTIONS(ROW)};
 constexpr LazyFunction libeiFunctions[] = {OSTLER_LIBEI_FUNCTIONS(ROW)};
 constexpr LazyFunction xkbcommonFunctions[] = {OSTLER_XKBCOMMON_FUNCTIONS(ROW)};
+constexpr LazyFunction xkbComposeFunctions[] = {OSTLER_XKBCOMMON_COMPOSE_FUNCTIONS(ROW)};
 
 bool libeiLoaded = false;
 bool xkbcommonLoaded = false;
+bool xkbComposeLoaded = false;
 
 // Also finds functions in the dependencies of the library. Returns nothing on
 // success, otherwise the loader's message.
@@ -68,10 +71,13 @@ void loadWaylandLibraries() {
   require("libpipewire-0.3.so.0", pipeWireFunctions);
   libeiLoaded = !load("libei.so.1", libeiFunctions);
   xkbcommonLoaded = !load("libxkbcommon.so.0", xkbcommonFunctions);
+  xkbComposeLoaded = !load("libxkbcommon.so.0", xkbComposeFunctions);
 }
 
 bool isLibeiLoaded() { return libeiLoaded; }
 
 bool isXkbcommonLoaded() { return xkbcommonLoaded; }
+
+bool isXkbComposeLoaded() { return xkbComposeLoaded; }
 
 }  // namespace ostler
