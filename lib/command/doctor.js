@@ -1,10 +1,12 @@
 'use strict';
 
-const { spawnSync } = require('node:child_process');
 const fs = require('node:fs');
 const path = require('node:path');
 const { openDesktop } = require('../promises');
+const { describeMissing, whatWorks } = require('../shared/remote_control');
 const { compositorSocket, sessionKind } = require('../shared/session_kind');
+const { callBus } = require('./bus');
+const { checkPermission } = require('./permission');
 
 const waylandLibraries = {
   'libglib-2.0.so.0': 'libglib2.0-0', 'libgobject-2.0.so.0': 'libglib2.0-0', 'libgio-2.0.so.0': 'libglib2.0-0',
@@ -32,17 +34,9 @@ const isProgram = (name) => (process.env.PATH ?? '').split(':').some((directory)
 });
 
 function portalVersion(name) {
-  const service = 'org.freedesktop.portal.Desktop', object = '/org/freedesktop/portal/desktop';
-  const get = 'org.freedesktop.DBus.Properties.Get', property = [`org.freedesktop.portal.${name}`, 'version'];
-  for (const [program, ...args] of [
-    ['gdbus', 'call', '--session', '--dest', service, '--object-path', object, '--method', get, ...property],
-    ['dbus-send', '--session', '--print-reply=literal', `--dest=${service}`, object, get,
-      ...property.map((value) => `string:${value}`)],
-  ]) {
-    const { status, stdout } = spawnSync(program, args, { encoding: 'utf8', timeout: 5000 });
-    if (status === 0) return /uint32 (\d+)/.exec(stdout)?.[1];
-  }
-  return undefined;
+  const { reply = '' } = callBus('org.freedesktop.portal.Desktop', '/org/freedesktop/portal/desktop',
+    'org.freedesktop.DBus.Properties.Get', `org.freedesktop.portal.${name}`, 'version');
+  return /uint32 (\d+)/.exec(reply)?.[1];
 }
 
 // Makes the result of a check. Only a failed check has a `remedy`.
@@ -62,11 +56,14 @@ async function checkX11() {
 }
 
 function checkWayland() {
+  const versions = { RemoteDesktop: portalVersion('RemoteDesktop'), ScreenCast: portalVersion('ScreenCast') };
   const portals = [['RemoteDesktop', 'input'], ['ScreenCast', 'pictures']].map(([name, what]) => {
-    const version = portalVersion(name);
+    const version = versions[name];
     return check(`portal ${name}`, version !== undefined, version ? `version ${version}` : 'does not answer',
       `for ${what}: install xdg-desktop-portal and the backend of the desktop, such as xdg-desktop-portal-gnome`);
   });
+  if (versions.RemoteDesktop) portals.push(checkPermission(versions.RemoteDesktop, process.env));
+  else if (versions.ScreenCast) portals[0] = check(portals[0].name, false, describeMissing(process.env), whatWorks);
   const libraries = Object.entries(waylandLibraries).map(
     ([library, debian]) => checkFound(library, isLoadable(library), debian));
   return [...libraries, ...portals];

@@ -139,7 +139,7 @@ class HelperProcess extends EventEmitter {
     if (!isAnswer || !this.#request || this.#memoryFile === undefined) return;
     const { method, resolve, reject } = this.#request;
     this.#request = undefined;
-    if (error !== undefined) reject(callError(error));
+    if (error !== undefined) reject(callError(error, this.#env));
     else resolve(method === 'screenshot' ? readPicture(this.#memoryFile, value) : value);
   }
 

@@ -2,7 +2,7 @@
 // Tests how a desktop remembers the permission of a simulated portal.
 
 const assert = require('node:assert');
-const { fork } = require('node:child_process');
+const { execFile, fork } = require('node:child_process');
 const { once } = require('node:events');
 const fs = require('node:fs');
 const path = require('node:path');
@@ -95,6 +95,55 @@ it('asks once when two processes open a desktop at once', async () => {
   session.setScript({ dialog });
   const opened = await Promise.all([open(), open()]);
   assert.deepStrictEqual(opened.sort(), [false, true]);
+});
+
+// Runs the command. Resolves to [exit code, stdout, stderr].
+const ostler = (...args) => new Promise((resolve) => {
+  execFile(path.join(__dirname, '..', '..', 'bin', 'ostler.js'), args, { env },
+    (error, ...output) => resolve([error?.code ?? 0, ...output]));
+});
+
+it('lets the command ask once, say so, and forget', async () => {
+  session.setScript({ dialog });
+  const waiting = "Waiting for permission in the desktop's dialog…\n";
+  for (const [expected, ...args] of [
+    [[0, '', waiting], 'move', '1', '2'], [[0, '', ''], 'move', '1', '2'], [[0, '', waiting], 'move', '1', '2', '--ask'],
+    [[0, '{"name":"ostler","forgotten":true}\n', ''], 'forget', '--json'], [[0, '', waiting], 'move', '1', '2'],
+    [[0, 'no permission is kept under the name "x"\n', ''], 'forget', 'x'],
+  ]) assert.deepStrictEqual(await ostler(...args), expected, args.join(' '));
+  assert.strictEqual((await ostler('forget', '../x'))[0], 2);
+});
+
+it('tells what the next start will do, and names a portal without remote control', async () => {
+  const version = (number) => ({ version: { reply: `(<uint32 ${number}>,)` } });
+  const gone = { error: ['org.freedesktop.portal.Error.NotFound', 'No entry'] };
+  const authorized = { reply: "({'org.other': ['no'], '': ['yes']}, <byte 0x00>)" };
+  const remembering = { dialog, ...version(2) };
+  session.setScript(remembering);
+  env.XDG_CURRENT_DESKTOP = 'KDE';
+  const examine = async () => {
+    const { checks } = JSON.parse((await ostler('doctor', '--json'))[1]);
+    return checks.find(({ name }) => name === 'permission') ?? checks.find(({ name }) => /Remote/.test(name));
+  };
+  assert.deepStrictEqual((await examine()).asks, true);
+  await ostler('move', '1', '2');
+  for (const [asks, said, steps] of [
+    [false, /remembers/, { Lookup: [{ error: gone.error }, {}] }],
+    [true, /no longer has/, { Lookup: [gone, gone, gone, gone] }],
+    [false, /KDE's permission table/, { Lookup: authorized }],
+    [true, /version 1/, version(1)],
+    [undefined, /does not answer/, { Lookup: { error: ['org.test.No', 'not today'] } }],
+  ]) {
+    session.setScript({ ...remembering, ...steps });
+    const row = await examine();
+    assert.deepStrictEqual([row.asks, said.test(row.detail)], [asks, true], row.detail);
+  }
+  const missing = ['org.freedesktop.DBus.Error.UnknownMethod',
+    'No such interface “org.freedesktop.portal.RemoteDesktop” on object at path /org/freedesktop/portal/desktop'];
+  session.setScript({ version: [{ error: missing }, { error: missing }, version(5).version], CreateSession: { error: missing } });
+  const sentence = /^The portal of this desktop \(KDE\) offers no remote control/;
+  assert.match((await examine()).detail, sentence);
+  await assert.rejects(open(), { message: sentence });
 });
 
 it('keeps the permission when it is killed at any moment of opening', async () => {

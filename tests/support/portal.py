@@ -58,6 +58,7 @@ INTERFACES = {
     'portal.ScreenCast': {'SelectSources': 'o a{sv}', 'OpenPipeWireRemote': 'o a{sv}'},
     'portal.Session': {'Close': ''},
     'portal.Settings': {'ReadAll': 'as'},
+    'impl.portal.PermissionStore': {'Lookup': 's s'},
     'KeyboardLayouts': {'getLayout': ''},
     'ScreenSaver': {'GetActive': ''},
 }
@@ -203,10 +204,12 @@ def act():
 
 
 GLib.unix_signal_add(GLib.PRIORITY_DEFAULT, signal.SIGUSR2, act)
-for served in [desktop, '/Layouts', locker, *('/session/%d' % number for number in range(1, 20))]:
+permissions = '/org/freedesktop/impl/portal/PermissionStore'
+for served in [desktop, '/Layouts', locker, permissions, *('/session/%d' % number for number in range(1, 20))]:
     for interface in Gio.DBusNodeInfo.new_for_xml(XML).interfaces:
         bus.register_object(served, interface, called, None, None)
-Gio.bus_own_name_on_connection(bus, 'org.freedesktop.portal.Desktop', Gio.BusNameOwnerFlags.NONE, None, None)
+for name in ['org.freedesktop.impl.portal.PermissionStore', 'org.freedesktop.portal.Desktop']:
+    Gio.bus_own_name_on_connection(bus, name, Gio.BusNameOwnerFlags.NONE, None, None)
 if 'getLayout' in script.steps:
     Gio.bus_own_name_on_connection(bus, 'org.kde.keyboard', Gio.BusNameOwnerFlags.NONE, None, None)
 if 'GetActive' in script.steps:
