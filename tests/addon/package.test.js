@@ -43,15 +43,17 @@ it('exports the addon itself to require and import, and its methods by name to i
   assert.equal(outputOf(process.execPath, '--input-type=module', '-e', script), 'true true true\n');
 });
 
-// Installs the package without a build of the clone, and with `prebuilt` as its prebuilt addons.
-function installPackage(prebuilt) {
+// Installs the package without a build of the clone. `prebuild` returns the bytes of a module.
+function installPackage(prebuild) {
   const directory = temporaryDirectory();
-  for (const file of ['index.js', 'index.mjs', 'load.js']) {
-    fs.copyFileSync(path.join(root, file), path.join(directory, file));
+  for (const file of ['index.js', 'index.mjs', 'load.js', 'lib']) {
+    fs.cpSync(path.join(root, file), path.join(directory, file), { recursive: true });
   }
   for (const target of ['linux-x64', 'linux-arm64']) {
     fs.mkdirSync(path.join(directory, 'prebuilds', target), { recursive: true });
-    fs.writeFileSync(path.join(directory, 'prebuilds', target, 'ostler.node'), prebuilt);
+    for (const module of ['ostler.node', 'session.node']) {
+      fs.writeFileSync(path.join(directory, 'prebuilds', target, module), prebuild(module));
+    }
   }
   return directory;
 }
@@ -84,7 +86,7 @@ it('says what to do when it cannot be loaded', () => {
     ["failToLink(\"/lib/libm.so.6: version `GLIBC_2.30' not found (required by /ostler.node)\")",
       'ostler needs glibc 2.30 or later: use a newer release of this distribution.', /GLIBC/],
   ];
-  const directory = installPackage('');
+  const directory = installPackage(() => '');
   for (const [preparation, message, cause] of rows) {
     const [actual, actualCause, isImported] = failureOfLoading(directory, preparation);
     assert.equal(actual, message);
@@ -94,11 +96,17 @@ it('says what to do when it cannot be loaded', () => {
 });
 
 it('names the library that the linker does not find', { skip: !isRelease }, () => {
-  const addon = fs.readFileSync(process.env.OSTLER_ADDON, 'latin1');
-  const directory = installPackage(Buffer.from(addon.replace('libXtst.so.6', 'libXtst.so.7'), 'latin1'));
+  const directory = installPackage((module) => {
+    const bytes = fs.readFileSync(path.join(path.dirname(OSTLER_ADDON), module), 'latin1');
+    return Buffer.from(bytes.replace('libXtst.so.6', 'libXtst.so.7'), 'latin1');
+  });
+  const expected = 'ostler needs libXtst.so.7: install the package that contains it.';
   const [message, cause] = failureOfLoading(directory);
-  assert.equal(message, 'ostler needs libXtst.so.7: install the package that contains it.');
+  assert.equal(message, expected);
   assert.match(cause, /^libXtst\.so\.7: /);
+  const opening = `require('./lib/promises').openDesktop().catch(({ message }) => process.stdout.write(message))`;
+  const options = { cwd: directory, encoding: 'utf8' };
+  assert.ok(execFileSync(process.execPath, ['-e', opening], options).startsWith(`${expected} libXtst.so.7: `));
 });
 
 it('exports only the two entry points and the 29 driver functions', () => {
