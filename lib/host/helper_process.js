@@ -120,6 +120,10 @@ class HelperProcess extends EventEmitter {
       child.once('error', (error) => resolve({ code: null, signal: null, error }));
     });
     await settlesWithin(drained, complaintsPatience);
+    // In Deno xclip inherits the helper's ends of these, which would keep the host from exiting.
+    child.stdio?.[4]?.destroy();
+    child.stderr?.destroy();
+    if (child.connected) child.disconnect();
     if (!(this.#orderly && end.code === 0) && !await this.#release()) end.stillPressed = true;
     fs.closeSync(this.#memoryFile);
     this.#memoryFile = undefined;
