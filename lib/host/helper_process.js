@@ -55,9 +55,10 @@ class HelperProcess extends EventEmitter {
     this.#memoryFile = openMemoryFile();
     try {
       requireDescriptors(descriptorsOfHelper);
-      // In a session of its own the helper gets no signals from the host's terminal.
+      // In a session of its own the helper gets no signals from the host's terminal. Node's
+      // permission model warns about its flags in each process, which must not count as a complaint.
       this.#child = fork(helper, {
-        env, execArgv: [], serialization: 'advanced', detached: true,
+        env: { ...env, NODE_NO_WARNINGS: '1' }, execArgv: [], serialization: 'advanced', detached: true,
         stdio: ['ignore', 'ignore', 'pipe', 'ipc', 'pipe', this.#memoryFile],  // the guard reads the second pipe
       });
     } catch (error) {
