@@ -22,7 +22,7 @@ module.exports = async ({ call, waitUntil }) => {
         const before = user.place;
         user.place = [box?.x, box?.y].join();
         user.still = user.place === before ? user.still + 1 : 0;
-        box?.x > 0 && box.y > 0 && user.still >= 10
+        box?.x > 0 && box.y > 0 && user.still >= 30
           && actor.contains(global.stage.get_actor_at_pos(Clutter.PickMode.REACTIVE, x, y))`));
       await evaluate(`${place}
         user.moveTo(x, y);
