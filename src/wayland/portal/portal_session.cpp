@@ -174,10 +174,6 @@ void PortalSession::startPortalSession(const PortalPermission& permission) {
   streamPlace = std::move(stream.place);
 }
 
-void PortalSession::requireOpen() {
-  if (end->hasCome()) throw std::runtime_error("The Wayland portal session has ended.");
-}
-
 void PortalSession::requireUnlocked() const {
   if (screen->isLocked()) throw std::runtime_error("The screen is locked.");
 }
