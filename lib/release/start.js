@@ -8,8 +8,8 @@ const { requireDescriptors } = require('../shared/descriptors');
 const descriptorsOfRelease = 8;
 
 // Starts a process that waits until its stdin ends and then releases, on the X server of `env`,
-// everything in the record of the memory file. On Wayland no other process can do this: there
-// the compositor releases what a disconnected client has pressed.
+// everything in the record of the memory file. On Wayland no other process can do this, only
+// the compositor.
 // Throws when descriptors have run out.
 function startRelease(env, memoryFile) {
   requireDescriptors(descriptorsOfRelease);

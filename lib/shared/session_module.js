@@ -3,7 +3,7 @@
 // session.node, the build of a clone or else the prebuilt one.
 
 const path = require('node:path');
-const { remedy } = require('./remedy');
+const { remedy } = require('../../load');
 
 const root = path.join(__dirname, '..', '..');
 

@@ -19,6 +19,12 @@ struct Point {
   bool operator==(const Point&) const = default;
 };
 
+struct Position {
+  double x = 0;
+  double y = 0;
+  bool operator==(const Position&) const = default;
+};
+
 struct Rect {
   std::int32_t x = 0;
   std::int32_t y = 0;

@@ -13,7 +13,7 @@ void WaylandBackend::key(const std::string& combo) {
   const std::optional<KeyCombo> keys = resolveKeyCombo(combo, "Wayland", itself);
   if (!keys) return;
 
-  eis.beginOperation();
+  beginOperation();
   send(
       InputKind::keyboard, [&] { tapThroughEis(*keys); },
       [&] {

@@ -1,3 +1,4 @@
+#include <chrono>
 #include <cmath>
 
 #include <linux/input-event-codes.h>
@@ -15,6 +16,20 @@ double clampTo(double limit, double coordinate) {
 
 std::int32_t rounded(double coordinate) { return static_cast<std::int32_t>(std::lround(coordinate)); }
 
+bool isOnEdgeOfCorner(Position place) {
+  constexpr double longest = 100.0;  // GNOME's barriers are as long as its panel is high
+  return (place.x < 1.0 && place.y < longest) || (place.y < 1.0 && place.x < longest);
+}
+
+bool isDiagonal(Position from, Position to) { return from.x != to.x && from.y != to.y; }
+
+// Whether the pointer has followed a motion in one direction only, and has stayed at the edge in the other.
+bool wasHeldAtEdge(Position pointer, Position target) {
+  const auto isNear = [](double one, double other) { return std::abs(one - other) <= 1.0; };
+  return (pointer.x < 1.0 && target.x >= 1.0 && isNear(pointer.y, target.y)) ||
+         (pointer.y < 1.0 && target.y >= 1.0 && isNear(pointer.x, target.x));
+}
+
 }  // namespace
 
 std::uint32_t buttonCode(Button button) {
@@ -30,24 +45,55 @@ std::uint32_t buttonCode(Button button) {
 }
 
 void WaylandBackend::mouseMove(double x, double y) {
-  eis.beginOperation();
+  beginOperation();
   dragTo(x, y);
 }
 
 void WaylandBackend::dragTo(double x, double y) {
   const Size limits = display();
-  const double targetX = clampTo(limits.width, x), targetY = clampTo(limits.height, y);
-  capture.setLastPointer({rounded(targetX), rounded(targetY)});
+  const Position target{clampTo(limits.width, x), clampTo(limits.height, y)};
+  const bool fromCorner = beginsAtCorner(target);
+  lastTarget = target;
+  capture.setLastPointer({rounded(target.x), rounded(target.y)});
+  sendMotion(target);
+  if (fromCorner && isHeldAtCorner(target)) sendMotion(target);
+}
+
+void WaylandBackend::sendMotion(Position target) {
   send(
-      InputKind::pointer, [&] { eis.moveTo(targetX, targetY); },
-      [&] { portalInput.moveTo(targetX, targetY); });
+      InputKind::pointer, [&] { eis.moveTo(target.x, target.y); },
+      [&] { portalInput.moveTo(target.x, target.y); });
+}
+
+// The hot corner of GNOME Shell has a barrier along each of its edges, which lets only motions along the
+// other edge begin on it: on GNOME 48 and 51 one from 0,5 to 400,300 ends at 0,300. A second one gets
+// through. Only the stream tells, so nothing is sent twice if it does not report the pointer.
+bool WaylandBackend::beginsAtCorner(Position target) const {
+  const std::optional<Position> reported = capture.reportedPointer();
+  if (!reported) return false;
+  const auto begins = [&](Position from) { return isOnEdgeOfCorner(from) && isDiagonal(from, target); };
+  return begins(*reported) || (lastTarget && begins(*lastTarget));
+}
+
+bool WaylandBackend::isHeldAtCorner(Position target) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(100);
+  std::optional<Position> pointer = capture.reportedPointer();
+  while (pointer && !wasHeldAtEdge(*pointer, target)) {
+    const bool arrived = std::hypot(pointer->x - target.x, pointer->y - target.y) < 2.0;
+    if (arrived || std::chrono::steady_clock::now() >= deadline) return false;
+    pointer = capture.waitForPointer(pointer, deadline);
+  }
+  return pointer.has_value();
 }
 
 void WaylandBackend::sendButton(Button button, bool pressed) {
   const std::uint32_t code = buttonCode(button);
   const auto throughEis = [&] { eis.button(code, pressed); };
   const auto throughPortal = [&] { portalInput.button(code, pressed); };
-  send(InputKind::button, throughEis, throughPortal);
+  if (pressed) return send(InputKind::button, throughEis, throughPortal);
+  // A button that was held when the screen was locked must not stay down.
+  requireSession();
+  deliver(InputKind::button, throughEis, throughPortal);
 }
 
 void WaylandBackend::scroll(double x, double y, int dx, int dy) {

@@ -9,7 +9,7 @@
 namespace ostler {
 
 void WaylandBackend::type(const std::string& text) {
-  eis.beginOperation();
+  beginOperation();
   for (const std::uint32_t codePoint : decodeUtf8(text)) {
     if (escapePressed) return;
     const auto keysym = typedKeysym(codePoint);

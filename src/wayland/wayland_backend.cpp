@@ -32,7 +32,9 @@ using namespace std::chrono_literals;
 WaylandBackend::WaylandBackend()
     :  // A portal that has handed out the EIS socket accepts no other input, so the
        // socket is requested only if libei can use it.
-      eis(isLibeiLoaded() ? portalInput.connectToEis() : FileDescriptor(), portal.streamPlace,
+      eis(
+          isLibeiLoaded() ? portalInput.connectToEis() : FileDescriptor(), portal.streamPlace,
+          [this] { return capture.reportedPointer(); },
           [this] { return activeLayoutGroup(portal.connection.get()); }) {
   if (portal.logicalSize) capture.setLogicalSize(*portal.logicalSize);
   stream.emplace(portal.openPipeWireRemote(), portal.nodeId, capture);
@@ -50,6 +52,13 @@ void WaylandBackend::waitForFirstFrame() {
   capture.waitForFirstFrame(start + 15s);
 }
 
+// The compositor may report the group of a layout on the EIS channel, and the desktop a switch of layouts on
+// the bus. The later of the two counts.
+void WaylandBackend::beginOperation() {
+  eis.beginOperation();
+  if (portal.takeLayoutSwitch()) eis.noteLayoutSwitch();
+}
+
 void WaylandBackend::requireSession() {
   eis.readChannel();
   if (eis.isDisconnected()) portal.markEnded();
@@ -59,6 +68,12 @@ void WaylandBackend::requireSession() {
 void WaylandBackend::send(InputKind kind, const std::function<void()>& throughEis,
                           const std::function<void()>& throughPortal) {
   requireSession();
+  portal.requireUnlocked();
+  deliver(kind, throughEis, throughPortal);
+}
+
+void WaylandBackend::deliver(InputKind kind, const std::function<void()>& throughEis,
+                             const std::function<void()>& throughPortal) {
   if (!eis.hasDevice(kind)) {
     try {
       throughPortal();

@@ -38,12 +38,18 @@ public:
   std::vector<unsigned char> screenshot(Size target, Rect crop, double quality) override;
 
 protected:
+  // Call this before the first event of each operation of the host.
+  void beginOperation();
   // Throws when the portal session has ended. Each event calls this before it is sent.
   virtual void requireSession();
   // Sends an event through EIS if a device there accepts it, and otherwise
-  // through the portal.
+  // through the portal. Throws when the session has ended or the screen is
+  // locked.
   void send(InputKind kind, const std::function<void()>& throughEis,
             const std::function<void()>& throughPortal);
+  // Does the same without these checks.
+  void deliver(InputKind kind, const std::function<void()>& throughEis,
+               const std::function<void()>& throughPortal);
   void sendButton(Button button, bool pressed) override;
   void dragTo(double x, double y) override;
   virtual void turnWheel(std::int64_t right, std::int64_t down);
@@ -60,6 +66,9 @@ protected:
 
 private:
   void waitForFirstFrame();
+  void sendMotion(Position target);
+  bool beginsAtCorner(Position target) const;
+  bool isHeldAtCorner(Position target);
   void tapThroughEis(const KeyCombo& keys);
   void typeThroughEis(std::uint64_t keysym);
   void typeThroughPortal(std::uint64_t keysym);
@@ -79,6 +88,7 @@ protected:
   std::optional<CaptureStream> stream;
 
 private:
+  std::optional<Position> lastTarget;  // of a motion, in the stream
   bool portalRefusesKeyboard = false;  // because the session has an EIS channel
 };
 

@@ -56,7 +56,7 @@ private:
       const auto itself = [](std::uint64_t keysym, const std::string&) { return keysym; };
       const std::optional<KeyCombo> keys = resolveKeyCombo(name, "Wayland", itself);
       if (!keys || !keys->held.empty()) throw std::runtime_error("This is not the name of one key: " + name);
-      eis.beginOperation();
+      beginOperation();
       const auto throughEis = [&] {
         const EvdevKey key = keyOfCombo(keys->main);
         if (key.code != 0) pressed ? press(key) : release(key);
@@ -66,15 +66,19 @@ private:
         portalKeys[code] = keys->main;
         session.sendRecorded(code, pressed, [&] { portalInput.key(keys->main, pressed); });
       };
-      send(InputKind::keyboard, throughEis, throughPortal);
+      if (pressed) return send(InputKind::keyboard, throughEis, throughPortal);
+      requireSession();
+      deliver(InputKind::keyboard, throughEis, throughPortal);
     }
+    // Also works while the screen is locked.
     void release(std::uint32_t code) {
       const bool isButton = code >= BTN_MISC && code < BTN_GEAR_UP;
       const auto throughEis = [&] { isButton ? eis.button(code, false) : eis.key(code, false); };
       const auto throughPortal = [&] {
         isButton ? portalInput.button(code, false) : portalInput.key(portalKeys[code], false);
       };
-      send(isButton ? InputKind::button : InputKind::keyboard, throughEis, throughPortal);
+      requireSession();
+      deliver(isButton ? InputKind::button : InputKind::keyboard, throughEis, throughPortal);
     }
 
     std::string sessionEnd() {

@@ -5,12 +5,13 @@
 const assert = require('node:assert');
 const { after, before, describe, it } = require('node:test');
 const { startDesktop } = require('../support/desktop');
+const { waitUntil } = require('../support/wait');
 
 // Starts a desktop with a host whose session is open. `sent` calls a method and returns the events
 // that arrived: "motion 1 2" at EIS (each in its own frame, without device numbers), "PointerButton
 // 272, 1" at the portal.
-async function openSession(script) {
-  const desktop = await startDesktop(script);
+async function openSession(script, picture) {
+  const desktop = await startDesktop(script, picture);
   const { call } = await desktop.startHost();
   await call('display');
   let seen = desktop.record().length;
@@ -156,7 +157,8 @@ it('types by the keymap of the keyboard and the layout in use', async () => {
   const session = await openSession({
     ConnectToEIS: { eis: ['keyboard#es', 'pointer,button,scroll'] },
     NotifyKeyboardKeysym: { error: refused },
-    getLayout: [{ reply: '(uint32 1,)' }, ...Array(2).fill({ error: ['org.test.No', 'no'] })],
+    getLayout: [{ reply: '(uint32 1,)' }, ...Array(2).fill({ error: ['org.test.No', 'no'] }),
+      ...Array(50).fill({ reply: '(uint32 0,)' })],
     ReadAll: [{ reply: `(${gnome},)` }],
   });
   const altGr = (...events) => ['key 100 1', ...events, 'key 100 0'];
@@ -189,6 +191,10 @@ it('types by the keymap of the keyboard and the layout in use', async () => {
   }
   await session.act(['group', 1]);
   assert.deepStrictEqual(await session.sent('key', 'z'), key(21), 'the compositor tells the group');
+  await session.act(['switch', 0]);
+  await waitUntil(async () => `${await session.sent('key', 'z')}` === `${[kde, ...key(44)]}`);
+  await session.act(['group', 1]);
+  assert.deepStrictEqual(await session.sent('key', 'z'), key(21), 'the later one counts');
   const begin = performance.now();
   await session.call('type', 'áâ');
   assert.ok(performance.now() - begin > 100, 'Qt needs a pause before each dead key');
@@ -226,22 +232,52 @@ it('fills an empty slot when the portal refuses, and waits for a device that was
   await session.stop();
 });
 
+it('sends nothing but releases while the screen is locked', async () => {
+  const session = await openSession({ GetActive: {} });
+  const becomes = async (locked, events) => {
+    await session.act(['lock', locked]);
+    await waitUntil(async () => `${await session.sent('key', 'a')}` === `${events}`);
+  };
+  const refused = ['The screen is locked.'];
+  assert.deepStrictEqual(await session.sent('mouseDown', 5, 5), ['motion 5 5', 'button 272 1']);
+  await becomes(true, refused);
+  for (const input of [['move', 6, 6], ['type', 'a'], ['scroll', 1, 1, 0, 1], ['mouseDown', 1, 1]]) {
+    assert.deepStrictEqual(await session.sent(...input), refused, `${input}`);
+  }
+  await session.call('mouseUp', 0, 0);
+  await waitUntil(async () => `${await session.sent('move', 6, 6)}` === `button 272 0,${refused}`);
+  await becomes(false, key(30));
+  await session.stop();
+  const other = await openSession({ GetActive: { reply: '(true,)' } });
+  assert.deepStrictEqual(await other.sent('key', 'a'), refused, 'before the session');
+  await other.stop();
+});
+
 it('moves on the monitor that the stream shows, and across the edge between two', async () => {
   const monitors = (...ids) => `pointer@1280,720,0,0${ids[0] ?? ''}@1280,720,1280,0${ids[1] ?? ''}`;
   const start = (properties) => ({ response: `(uint32 0, {'streams': <[(uint32 NODE, {${properties}})]>})` });
-  const second = [[[5, 6.5], ['motion 1285 6.5']], [[1280, 720], ['motion 2559.99976 719.999939']]];
+  const [first, second, nowhere] = ['16 24', '48 24', ''];  // the pointer in the stream of 64x48 pixels
+  const onSecond = [[[5, 6.5], ['motion 1285 6.5']], [[1280, 720], ['motion 2559.99976 719.999939']]];
+  const both = "'size': <(2560, 720)>";
   const cases = [
-    ['mapping id', monitors('=one', '=two'), "'size': <(1280, 720)>, 'mapping_id': <'two'>", second],
-    ['position', monitors(), "'size': <(1280, 720)>, 'position': <(1280, 0)>, 'mapping_id': <'none'>", second],
-    ['first monitor', monitors(), "'size': <(1280, 720)>, 'position': <(0, 0)>",
+    ['mapping id', first, monitors('=one', '=two'), "'size': <(1280, 720)>, 'mapping_id': <'two'>", onSecond],
+    ['position', first, monitors(), "'size': <(1280, 720)>, 'position': <(1280, 0)>, 'mapping_id': <'none'>", onSecond],
+    ['first monitor', first, monitors(), "'size': <(1280, 720)>, 'position': <(0, 0)>",
       [[[1280, 9], ['motion 1279.99988 9']]]],
-    ['both monitors', monitors(), "'size': <(2560, 720)>", [[[100, 100], ['motion 100 100']],
+    ['both monitors', first, monitors(), both, [[[100, 100], ['motion 100 100']],
       [[1300, 100], ['motion 1920 360', 'motion 1300 100', 'motion 640 360']]]],
+    ['pointer on the other monitor', second, monitors(), both, [[[100, 100], ['motion 640 360', 'motion 100 100']]]],
+    ['pointer elsewhere', nowhere, monitors(), both, [[[1300, 100], ['motion 1920 360', 'motion 1300 100', 'motion 640 360']]]],
+    ['held at the corner', '0 1', 'pointer@2560,720,0,0', both,
+      [[[100, 100], ['motion 100 100']], [[100, 15.5], Array(2).fill('motion 100 15.5')]]],
   ];
-  for (const [name, device, properties, moves] of cases) {
-    const session = await openSession({ ConnectToEIS: { eis: [device, 'button'] }, Start: start(properties) });
+  for (const [name, pointer, device, properties, moves] of cases) {
+    const session = await openSession({ ConnectToEIS: { eis: [device, 'button'] }, Start: start(properties) },
+      `BGRx 64 48 1 ${pointer}`.trim());
     for (const [[x, y], expected] of moves) {
-      assert.deepStrictEqual(await session.sent('move', x, y), expected, `${name} ${x},${y}`);
+      // After a pause, the move that marks the end is preceded by a stop, too.
+      const sent = (await session.sent('move', x, y)).slice(0, expected.length);
+      assert.deepStrictEqual(sent, expected, `${name} ${x},${y}`);
     }
     await session.stop();
   }

@@ -95,6 +95,13 @@ it('restarts a stream that sent no first frame', async () => {
   await desktop.stop();
 });
 
+it('lifts the limit of the frame rate if only the cursor arrives', async () => {
+  const desktop = await startDesktop();
+  desktop.show('limited');
+  assert.strictEqual((await shot(await desktop.startHost())).pixel(0, 0)[2], 1);
+  await desktop.stop();
+});
+
 it('throws once the session has ended', async () => {
   const ends = {
     'by the user': (desktop) => process.kill(desktop.portal(), 'SIGUSR1'),

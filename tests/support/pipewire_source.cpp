@@ -5,9 +5,10 @@
 // Pixel (x, y) has red x, green y and blue SEED, each modulo 256; with SEED 0 nothing is sent.
 // A format that differs from the previous one is negotiated first. After "cursor X Y" the
 // pointer moves there in buffers that hold only the cursor and black pixels, as KWin sends them.
-// After "still N" the picture is sent once at each start of the stream from the Nth on. After
-// "fail TEXT" the newest stream gets errors instead. Prints the number of its node after the
-// first line, and exits when stdin ends.
+// After "limited" they come instead of the picture, without memory for one, as long as the frame
+// rate is limited, as GNOME 48 can send them. After "still N" the picture is sent once at each start of the
+// stream from the Nth on. After "fail TEXT" the newest stream gets errors instead. Prints the number of its
+// node after the first line, and exits when stdin ends.
 
 #include <cerrno>
 #include <chrono>
@@ -51,7 +52,8 @@ pw_client* consumer;
 Picture picture;
 bool negotiated;  // whether the picture's format has been negotiated
 bool cursorOnly;
-int starts, firstSeen;  // the starts of the stream, and the first at which a still picture is sent
+bool rateLimited, limitSeen;  // whether the negotiated frame rate is limited, and whether it counts
+int starts, firstSeen;        // the starts of the stream, and the first at which a still picture is sent
 std::string failure;
 
 // Offers the format and the cursor. The other side decides about the buffers.
@@ -60,6 +62,7 @@ void offer(bool first) {
   spa_pod_builder pods;
   spa_pod_builder_init(&pods, room, sizeof room);
   const spa_rectangle size{picture.width, picture.height};
+  const spa_fraction slowest{1, 1}, fastest{60, 1};
   // GNOME offers this size.
   const int cursorSize = sizeof(spa_meta_cursor) + sizeof(spa_meta_bitmap) + 384 * 384 * 4;
   const spa_pod* params[] = {
@@ -67,7 +70,8 @@ void offer(bool first) {
           &pods, SPA_TYPE_OBJECT_Format, SPA_PARAM_EnumFormat, SPA_FORMAT_mediaType,
           SPA_POD_Id(SPA_MEDIA_TYPE_video), SPA_FORMAT_mediaSubtype, SPA_POD_Id(SPA_MEDIA_SUBTYPE_raw),
           SPA_FORMAT_VIDEO_format, SPA_POD_Id(picture.format), SPA_FORMAT_VIDEO_size,
-          SPA_POD_Rectangle(&size))),
+          SPA_POD_Rectangle(&size), SPA_FORMAT_VIDEO_maxFramerate,
+          SPA_POD_CHOICE_RANGE_Fraction(&fastest, &slowest, &fastest))),
       static_cast<const spa_pod*>(spa_pod_builder_add_object(&pods, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta,
                                                              SPA_PARAM_META_type, SPA_POD_Id(SPA_META_Cursor),
                                                              SPA_PARAM_META_size, SPA_POD_Int(cursorSize)))};
@@ -80,7 +84,11 @@ void offer(bool first) {
 }
 
 void onParamChanged(void*, std::uint32_t id, const spa_pod* param) {
-  if (param != nullptr && id == SPA_PARAM_Format) negotiated = true;
+  if (param == nullptr || id != SPA_PARAM_Format) return;
+  negotiated = true;
+  spa_video_info_raw info{};
+  spa_format_video_raw_parse(param, &info);
+  rateLimited = info.max_framerate.num != 0;
 }
 
 void onStateChanged(void*, pw_stream_state, pw_stream_state state, const char*) {
@@ -105,8 +113,9 @@ void sendPicture(void*, std::uint64_t) {
       to[2 - red] = static_cast<unsigned char>(cursorOnly ? 0 : picture.seed);
     }
   }
-  *data.chunk = {0, picture.width * picture.height * 4, static_cast<int>(picture.width * 4),
-                 cursorOnly ? std::int32_t{SPA_CHUNK_FLAG_CORRUPTED} : 0};
+  const bool limited = limitSeen && rateLimited;
+  *data.chunk = {0, limited ? 0 : picture.width * picture.height * 4, static_cast<int>(picture.width * 4),
+                 cursorOnly || limited ? std::int32_t{SPA_CHUNK_FLAG_CORRUPTED} : 0};
   auto* const cursor = static_cast<spa_meta_cursor*>(
       spa_buffer_find_meta_data(buffer->buffer, SPA_META_Cursor, sizeof(spa_meta_cursor)));
   if (cursor != nullptr) {
@@ -157,7 +166,8 @@ bool readInput() {
   cursorOnly = format == "cursor";
   if (cursorOnly) words >> picture.cursor.x >> picture.cursor.y;
   if (format == "still") words >> firstSeen;
-  if (cursorOnly || format == "still") return false;
+  if (format == "limited") limitSeen = true;
+  if (cursorOnly || limitSeen || format == "still") return false;
   const Picture before = std::exchange(picture, {});
   words >> picture.width >> picture.height >> picture.seed;
   if (!words.eof()) words >> picture.cursor.x >> picture.cursor.y;

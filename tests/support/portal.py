@@ -22,7 +22,8 @@
 #
 # SIGUSR1 closes the session, as the user can. SIGUSR2 makes the EIS server do what
 # DIRECTORY/eis.json says (see Channel.act). A script with "getLayout" makes this process
-# KDE's keyboard service as well.
+# KDE's keyboard service as well, for which the command "switch" reports a layout, and one with "GetActive" the service that locks the screen: the
+# command "lock" then does it.
 #
 # DIRECTORY/record gets a line for each call, "Interface.Method ARGUMENTS", and the lines of the
 # EIS server. Tokens are recorded as #1, #2... in order of appearance. A new script resets all
@@ -40,10 +41,11 @@ from gi.repository import Gio, GLib
 directory = sys.argv[1]
 record = open(os.path.join(directory, 'record'), 'ab', buffering=0)
 desktop = '/org/freedesktop/portal/desktop'
+locker = '/org/freedesktop/ScreenSaver'
 bus = Gio.bus_get_sync(Gio.BusType.SESSION)
 kept = []  # keeps EIS channels from being garbage-collected
 
-full = lambda name: 'org.%s.%s' % ('freedesktop' if '.' in name else 'kde', name)
+full = lambda name: 'org.%s.%s' % ('kde' if name == 'KeyboardLayouts' else 'freedesktop', name)
 INTERFACES = {
     'DBus.Properties': {'Get': 's s'},
     'portal.RemoteDesktop': {
@@ -54,12 +56,13 @@ INTERFACES = {
     'portal.Session': {'Close': ''},
     'portal.Settings': {'ReadAll': 'as'},
     'KeyboardLayouts': {'getLayout': ''},
+    'ScreenSaver': {'GetActive': ''},
 }
 XML = '<node>%s</node>' % ''.join('<interface name="%s">%s</interface>' % (full(name), ''.join(
     '<method name="%s">%s</method>' % (method, ''.join('<arg type="%s" direction="in"/>' % t for t in types.split()))
     for method, types in methods.items())) for name, methods in INTERFACES.items())
 REPLIES = {'AvailableSourceTypes': '(<uint32 7>,)', 'AvailableCursorModes': '(<uint32 7>,)',
-           'ReadAll': '(@a{sa{sv}} {},)'}
+           'ReadAll': '(@a{sa{sv}} {},)', 'GetActive': '(false,)'}
 RESPONSES = {
     'CreateSession': "(uint32 0, {'session_handle': <'SESSION'>})",
     'SelectDevices': '(uint32 0, @a{sv} {})',
@@ -177,16 +180,24 @@ GLib.unix_signal_add(GLib.PRIORITY_DEFAULT, signal.SIGUSR1, close_session)
 with open(os.path.join(directory, 'portal.pid'), 'w') as pid:
     pid.write(str(os.getpid()))
 def act():
-    with open(os.path.join(directory, 'eis.json')) as commands:
-        kept[-1].act(json.load(commands))
+    with open(os.path.join(directory, 'eis.json')) as file:
+        commands = json.load(file)
+    for command, value in commands:
+        if command == 'switch':
+            bus.emit_signal(None, '/Layouts', 'org.kde.KeyboardLayouts', 'layoutChanged', GLib.Variant('(u)', (value,)))
+        if command == 'lock':
+            bus.emit_signal(None, locker, 'org.freedesktop.ScreenSaver', 'ActiveChanged', GLib.Variant('(b)', (value,)))
+    kept[-1].act(commands)
     return True
 
 
 GLib.unix_signal_add(GLib.PRIORITY_DEFAULT, signal.SIGUSR2, act)
-for served in [desktop, '/Layouts', *('/session/%d' % number for number in range(1, 20))]:
+for served in [desktop, '/Layouts', locker, *('/session/%d' % number for number in range(1, 20))]:
     for interface in Gio.DBusNodeInfo.new_for_xml(XML).interfaces:
         bus.register_object(served, interface, called, None, None)
 Gio.bus_own_name_on_connection(bus, 'org.freedesktop.portal.Desktop', Gio.BusNameOwnerFlags.NONE, None, None)
 if 'getLayout' in script.steps:
     Gio.bus_own_name_on_connection(bus, 'org.kde.keyboard', Gio.BusNameOwnerFlags.NONE, None, None)
+if 'GetActive' in script.steps:
+    Gio.bus_own_name_on_connection(bus, 'org.freedesktop.ScreenSaver', Gio.BusNameOwnerFlags.NONE, None, None)
 GLib.MainLoop().run()

@@ -52,6 +52,7 @@ public:
   // The active layout group of the keyboard, if the compositor has reported
   // one.
   std::optional<std::uint32_t> keyboardGroup() const { return group; }
+  void forgetKeyboardGroup() { group.reset(); }
 
   // Whether the compositor has reported that Caps Lock is on.
   bool isCapsLocked() const { return capsLocked; }

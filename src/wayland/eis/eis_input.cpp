@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <chrono>
 
+#include <linux/input-event-codes.h>
 #include <poll.h>
 
 namespace ostler {
@@ -14,6 +15,7 @@ using std::chrono::milliseconds;
 
 // The longest wait for a compositor that has stopped reading.
 constexpr milliseconds stallLimit{10000};
+constexpr milliseconds reportDelay{100};  // the longest time until the stream reports a motion
 constexpr std::uint32_t wheelStep = 120;  // the value of one step in ei_device_scroll_discrete()
 
 void finishFrame(ei_device* device) {
@@ -61,11 +63,29 @@ void EisInput::sendPendingMotion() {
   const PointerRegions regions(channel.eiPointer.device.get(), stream);
   const EisPosition target = regions.place(*pendingMotion);
   pendingMotion.reset();
-  // Before the first motion the pointer is assumed to be at the stream's top
-  // left corner.
-  const EisPosition from = lastPlace ? *lastPlace : regions.place({0, 0});
-  if (const auto stop = regions.stopBetween(from, target)) sendMotion(*stop);
+  // KDE Plasma 6 has an edge barrier between monitors. It holds back 100 pixels
+  // (2000 in corners) of a motion across the edge, absolute motions included: one
+  // from 100,100 to 1300,100 ends at 1279. A motion to the middle of the other
+  // monitor gets through.
+  if (!regions.isSingle() && !isPointerNear(target, regions)) sendMotion(regions.middleAround(target));
   sendMotion(target);
+}
+
+// Returns whether the pointer is known to be in the target's region. It is where
+// our last motion ended, unless the user has moved it since, which only the
+// stream reports. A report of our own motion takes up to 45 ms on KDE Plasma 6.3,
+// so reports count only after a pause. They do not count while a button is held,
+// when a stop would be part of the drag.
+bool EisInput::isPointerNear(EisPosition target, const PointerRegions& regions) const {
+  if (lastPlace) {
+    if (!regions.haveSameRegion(*lastPlace, target)) return false;
+    const bool buttonHeld = heldDown.lower_bound(BTN_MISC) != heldDown.end();
+    if (buttonHeld || Clock::now() - lastMotion < reportDelay) return true;
+  }
+  const auto reported = askPointer();
+  if (!reported) return false;
+  const EisPosition inStream{static_cast<float>(reported->x), static_cast<float>(reported->y)};
+  return regions.haveSameRegion(regions.onDesktop(inStream), target);
 }
 
 void EisInput::sendMotion(EisPosition place) {
@@ -73,6 +93,7 @@ void EisInput::sendMotion(EisPosition place) {
   ei_device_pointer_motion_absolute(device, place.x, place.y);
   finishFrame(device);
   lastPlace = place;
+  lastMotion = Clock::now();
 }
 
 EisSlot& EisInput::slot(InputKind kind) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -8,6 +9,7 @@
 #include <set>
 #include <utility>
 
+#include "base/geometry.h"
 #include "wayland/eis/eis_channel.h"
 #include "wayland/eis/keyboard_layout.h"
 #include "wayland/eis/pointer_regions.h"
@@ -24,10 +26,17 @@ enum class InputKind { pointer, button, scroll, keyboard };
 // is dropped only if its press was; otherwise the key would stay down.
 class EisInput {
 public:
-  // Connects like EisChannel. Motions are relative to the stream.
-  // `askLayoutGroup` is passed to KeyboardLayout.
-  EisInput(FileDescriptor socket, StreamPlace streamPlace, std::function<std::size_t()> askLayoutGroup)
-      : channel(std::move(socket)), stream(std::move(streamPlace)), layout(std::move(askLayoutGroup)) {}
+  using AskPointer = std::function<std::optional<Position>()>;
+
+  // Connects like EisChannel. Motions are relative to the stream. `askStream`
+  // returns where the stream has reported the pointer, and `askLayoutGroup` is
+  // passed to KeyboardLayout.
+  EisInput(FileDescriptor socket, StreamPlace streamPlace, AskPointer askStream,
+           std::function<std::size_t()> askLayoutGroup)
+      : channel(std::move(socket)),
+        stream(std::move(streamPlace)),
+        askPointer(std::move(askStream)),
+        layout(std::move(askLayoutGroup)) {}
 
   // Whether events of the kind go through EIS.
   bool hasDevice(InputKind kind) { return slot(kind).isFilled(); }
@@ -44,6 +53,9 @@ public:
     dropping = false;
     layout.expectSwitch();
   }
+  // Call this if the desktop has reported a switch of layouts, before the events
+  // of the channel are read: those are the later ones, or agree.
+  void noteLayoutSwitch() { channel.forgetKeyboardGroup(); }
 
   // The key that produces a keysym.
   std::optional<EvdevKey> findKey(std::uint64_t keysym) {
@@ -69,16 +81,19 @@ private:
   bool admitBeginning();
   bool waitForRoom();
   void sendPendingMotion();
+  bool isPointerNear(EisPosition target, const PointerRegions& regions) const;
   void sendMotion(EisPosition place);
   EisSlot& slot(InputKind kind);
 
   EisChannel channel;
   const StreamPlace stream;
+  const AskPointer askPointer;
   KeyboardLayout layout;
   bool stalled = false;                      // the compositor did not read in time and has not read since
   bool dropping = false;                     // an event of this operation was dropped
   std::optional<EisPosition> pendingMotion;  // the last requested motion, until it is sent
   std::optional<EisPosition> lastPlace;      // on the desktop, where the last motion that was sent ended
+  std::chrono::steady_clock::time_point lastMotion;
   // Codes of keys and buttons; the two ranges do not overlap.
   std::set<std::uint32_t> heldDown;
   std::map<std::uint32_t, int> droppedPresses;

@@ -67,14 +67,19 @@ EisPosition PointerRegions::place(EisPosition inStream) const {
   return nearest;
 }
 
-// KDE Plasma 6.3 has an edge barrier between monitors. It holds back 100 pixels
-// (2000 in corners) of a motion across the edge, absolute motions included: one
-// from 100,100 to 1300,100 ends at 1279. A motion to the middle of the other
-// monitor gets through.
-std::optional<EisPosition> PointerRegions::stopBetween(EisPosition from, EisPosition to) const {
-  ei_region* const target = regionAt(to);
-  if (target == nullptr || target == regionAt(from)) return std::nullopt;
-  return EisPosition{left(target) + width(target) / 2, top(target) + height(target) / 2};
+EisPosition PointerRegions::onDesktop(EisPosition inStream) const {
+  if (ofStream.empty()) return inStream;
+  return {inStream.x + left(ofStream.front()), inStream.y + top(ofStream.front())};
+}
+
+bool PointerRegions::haveSameRegion(EisPosition one, EisPosition other) const {
+  return regionAt(one) == regionAt(other);
+}
+
+EisPosition PointerRegions::middleAround(EisPosition place) const {
+  ei_region* const region = regionAt(place);
+  if (region == nullptr) return place;
+  return {left(region) + width(region) / 2, top(region) + height(region) / 2};
 }
 
 ei_region* PointerRegions::regionAt(EisPosition place) const {

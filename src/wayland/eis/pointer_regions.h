@@ -22,9 +22,12 @@ public:
   // Converts a position in the stream to one on the desktop. A position outside
   // all regions is moved to the nearest point inside one.
   EisPosition place(EisPosition inStream) const;
-  // The point where a motion between two positions has to stop on its way, if
-  // any.
-  std::optional<EisPosition> stopBetween(EisPosition from, EisPosition to) const;
+  // Converts like place(), but does not move the position.
+  EisPosition onDesktop(EisPosition inStream) const;
+  bool isSingle() const { return regions.size() < 2; }
+  bool haveSameRegion(EisPosition one, EisPosition other) const;
+  // The middle of the region that contains the position.
+  EisPosition middleAround(EisPosition place) const;
 
 private:
   ei_region* regionAt(EisPosition place) const;

@@ -9,10 +9,17 @@
 #include "wayland/portal/glib_handles.h"
 #include "wayland/portal/portal_call.h"
 
-// Neither KDE Plasma 6.3 nor GNOME 48 reports the active layout on the EIS channel.
+// KDE Plasma 6.3 and GNOME 48 do not report the active layout on the EIS channel. KDE Plasma 6.7 reports
+// each switch there, but not the layout at the start; GNOME 51 reports both.
 
 namespace ostler {
 namespace {
+
+constexpr char kdeService[] = "org.kde.keyboard";
+constexpr char kdePath[] = "/Layouts";
+constexpr char kdeInterface[] = "org.kde.KeyboardLayouts";
+constexpr char settingsInterface[] = "org.freedesktop.portal.Settings";
+constexpr char settingsNamespace[] = "org.gnome.desktop.input-sources";
 
 constexpr int answerLimit = 500;  // ms
 constexpr int descriptorsOfCall = 2;
@@ -27,8 +34,7 @@ Variant ask(GDBusConnection* connection, const char* service, const char* path, 
 }
 
 std::optional<std::size_t> askKde(GDBusConnection* connection) {
-  const Variant reply =
-      ask(connection, "org.kde.keyboard", "/Layouts", "org.kde.KeyboardLayouts", "getLayout", nullptr, "(u)");
+  const Variant reply = ask(connection, kdeService, kdePath, kdeInterface, "getLayout", nullptr, "(u)");
   if (reply == nullptr) return std::nullopt;
   std::uint32_t group = 0;
   g_variant_get(reply.get(), "(u)", &group);
@@ -52,11 +58,10 @@ std::vector<InputSource> readSources(GVariant* settings, const char* key) {
 // GNOME Shell puts up to three input sources into a keymap, followed by the
 // layout of the user's language. The next three sources form another keymap.
 std::optional<std::size_t> askGnome(GDBusConnection* connection) {
-  constexpr char settingsNamespace[] = "org.gnome.desktop.input-sources";
   constexpr std::size_t sourcesOfKeymap = 3;
   const char* const wanted[] = {settingsNamespace};
-  const Variant reply = ask(connection, portalBusName, portalObjectPath, "org.freedesktop.portal.Settings",
-                            "ReadAll", g_variant_new("(@as)", g_variant_new_strv(wanted, 1)), "(a{sa{sv}})");
+  const Variant reply = ask(connection, portalBusName, portalObjectPath, settingsInterface, "ReadAll",
+                            g_variant_new("(@as)", g_variant_new_strv(wanted, 1)), "(a{sa{sv}})");
   if (reply == nullptr) return std::nullopt;
   const Variant namespaces(g_variant_get_child_value(reply.get(), 0));
   const Variant settings(g_variant_lookup_value(namespaces.get(), settingsNamespace, G_VARIANT_TYPE_VARDICT));
@@ -77,5 +82,12 @@ std::size_t activeLayoutGroup(GDBusConnection* connection) {
   if (!group) group = askGnome(connection);
   return group.value_or(0);
 }
+
+LayoutSwitch::LayoutSwitch(GDBusConnection* connection, GMainContext* context)
+    : kde(connection, context, {kdeService, kdeInterface, nullptr, kdePath, nullptr},
+          [this](std::string_view, GVariant*) { reported = true; }),
+      gnome(connection, context,
+            {portalBusName, settingsInterface, "SettingChanged", portalObjectPath, settingsNamespace},
+            [this](std::string_view, GVariant*) { reported = true; }) {}
 
 }  // namespace ostler

@@ -132,6 +132,8 @@ void PortalSession::startPortalSession() {
     }
     sessionHandle = handle;
     end.emplace(bus, sessionHandle);
+    screen.emplace(bus, end->signalContext());
+    layout.emplace(bus, end->signalContext());
   }
   {
     PortalOptions options;
@@ -161,6 +163,15 @@ void PortalSession::startPortalSession() {
 
 void PortalSession::requireOpen() {
   if (end->hasCome()) throw std::runtime_error("The Wayland portal session has ended.");
+}
+
+void PortalSession::requireUnlocked() const {
+  if (screen->isLocked()) throw std::runtime_error("The screen is locked.");
+}
+
+bool PortalSession::takeLayoutSwitch() {
+  end->hasCome();
+  return layout->take();
 }
 
 void PortalSession::markEnded() { end->mark(); }

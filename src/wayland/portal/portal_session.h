@@ -7,7 +7,9 @@
 #include "base/file_descriptor.h"
 #include "base/geometry.h"
 #include "base/stream_place.h"
+#include "wayland/portal/active_layout.h"
 #include "wayland/portal/glib_handles.h"
+#include "wayland/portal/screen_lock.h"
 #include "wayland/portal/session_end.h"
 
 namespace ostler {
@@ -29,6 +31,12 @@ public:
   // Throws std::runtime_error if the messages that have arrived by now say that
   // the session has ended. Does not wait.
   void requireOpen();
+  // Throws std::runtime_error if the screen was locked when requireOpen() was
+  // last called.
+  void requireUnlocked() const;
+  // Whether the desktop has reported a switch of the keyboard layout since the
+  // last call.
+  bool takeLayoutSwitch();
   // Call this if the compositor has ended the session and the portal has not
   // reported it.
   void markEnded();
@@ -44,7 +52,10 @@ private:
   explicit PortalSession(BusConnection bus);
   void startPortalSession();
 
-  std::optional<SessionEnd> end;  // set once the portal has created the session
+  // Set once the portal has created the session.
+  std::optional<SessionEnd> end;
+  std::optional<ScreenLock> screen;
+  std::optional<LayoutSwitch> layout;
 };
 
 }  // namespace ostler

@@ -8,8 +8,8 @@
 namespace ostler {
 
 // Tells whether the session has ended before we closed it: the user stopped
-// sharing, the screen was locked, or the portal or the bus went away. GNOME 48
-// and KDE Plasma 6.3 then drop all input and send no more frames, but no call
+// sharing, GNOME locked the screen, or the portal or the bus went away.
+// GNOME and KDE Plasma then drop all input and send no more frames, but no call
 // fails.
 class SessionEnd {
 public:
@@ -22,6 +22,9 @@ public:
   bool hasCome();
   // Records an end that was not reported on the bus.
   void mark() { ended = true; }
+  // The main context that hasCome() iterates, for signals that matter as long as
+  // the session is open.
+  GMainContext* signalContext() const { return context.get(); }
 
 private:
   GDBusConnection* const connection;

@@ -67,8 +67,16 @@ void CaptureState::store(std::optional<Frame> newFrame, std::optional<Point> cur
     if (cursor) {
       streamCursorX = cursor->x;
       streamCursorY = cursor->y;
-      streamCursorKnown = true;
+      streamCursorKnown = streamCursorVisible = true;
     }
+  }
+  frameCondition.notify_all();
+}
+
+void CaptureState::hideCursor() {
+  {
+    const MutexLock lock(frameMutex);
+    streamCursorVisible = false;
   }
   frameCondition.notify_all();
 }
@@ -134,6 +142,26 @@ Point CaptureState::cursorPosition() const {
   const MutexLock lock(frameMutex);
   if (streamCursorKnown) return {streamCursorX, streamCursorY};
   return {lastPointerX, lastPointerY};
+}
+
+std::optional<Position> CaptureState::reportedPointer() const {
+  const MutexLock lock(frameMutex);
+  return pointerInDisplay();
+}
+
+std::optional<Position> CaptureState::waitForPointer(const std::optional<Position>& before,
+                                                     std::chrono::steady_clock::time_point deadline) {
+  MutexLock lock(frameMutex);
+  while (pointerInDisplay() == before) {
+    if (lock.waitUntil(frameCondition, deadline) == std::cv_status::timeout) break;
+  }
+  return pointerInDisplay();
+}
+
+std::optional<Position> CaptureState::pointerInDisplay() const {
+  if (!streamCursorVisible || frameWidth <= 0 || frameHeight <= 0) return std::nullopt;
+  return Position{static_cast<double>(streamCursorX) * logicalWidth / frameWidth,
+                  static_cast<double>(streamCursorY) * logicalHeight / frameHeight};
 }
 
 }  // namespace ostler

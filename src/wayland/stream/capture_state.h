@@ -23,6 +23,8 @@ public:
   StreamFormat format() const;
   // If one of them is missing, its last value stays.
   void store(std::optional<Frame> newFrame, std::optional<Point> cursor);
+  // Records that the pointer is hidden or on another screen.
+  void hideCursor();
   // Returns the storage of a released frame for reuse by the next one, or empty
   // storage if there is none.
   PixelBytes takeStorage();
@@ -49,12 +51,20 @@ public:
   // The last position that the stream reported, or the target of the last move
   // if it has reported none.
   Point cursorPosition() const;
+  // Where the pointer is in display units, as the stream last reported. Empty if
+  // it has reported nothing, or that the pointer is hidden or on another screen.
+  std::optional<Position> reportedPointer() const;
+  // Waits until the report differs from `before`, and returns it.
+  std::optional<Position> waitForPointer(const std::optional<Position>& before,
+                                         std::chrono::steady_clock::time_point deadline);
 
 private:
+  std::optional<Position> pointerInDisplay() const OSTLER_REQUIRES(frameMutex);
   std::shared_ptr<const Frame> share(Frame newFrame);
 
   mutable Mutex frameMutex;
-  std::condition_variable frameCondition;  // signalled for frameReady and streamFailed
+  // Signalled for frameReady, streamFailed and the cursor.
+  std::condition_variable frameCondition;
   std::optional<std::chrono::steady_clock::time_point> formatLost OSTLER_GUARDED_BY(frameMutex);
   bool frameReady OSTLER_GUARDED_BY(frameMutex) = false;
   bool streamFailed OSTLER_GUARDED_BY(frameMutex) = false;
@@ -67,6 +77,7 @@ private:
   std::int32_t streamCursorX OSTLER_GUARDED_BY(frameMutex) = 0;
   std::int32_t streamCursorY OSTLER_GUARDED_BY(frameMutex) = 0;
   bool streamCursorKnown OSTLER_GUARDED_BY(frameMutex) = false;
+  bool streamCursorVisible OSTLER_GUARDED_BY(frameMutex) = false;
   std::int32_t lastPointerX OSTLER_GUARDED_BY(frameMutex) = 0;
   std::int32_t lastPointerY OSTLER_GUARDED_BY(frameMutex) = 0;
   PixelBytes storage OSTLER_GUARDED_BY(frameMutex);

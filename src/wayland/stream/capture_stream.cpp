@@ -188,8 +188,12 @@ void CaptureStream::onStreamParamChanged(void* data, std::uint32_t id, const spa
 
 void CaptureStream::onStreamProcess(void* data) noexcept {
   auto* self = static_cast<CaptureStream*>(data);
-  const DequeuedBuffer buffer(self->stream.get());
-  failingTheStream(self->state, [&] { self->takeBuffer(buffer.get()); });
+  {
+    const DequeuedBuffer buffer(self->stream.get());
+    failingTheStream(self->state, [&] { self->takeBuffer(buffer.get()); });
+  }
+  constexpr int many = 30;
+  if (self->repeatedCursors >= many && !self->rateLimitLifted) self->liftRateLimit();
 }
 
 void CaptureStream::acceptFormat(const spa_pod* param) {
@@ -205,7 +209,23 @@ void CaptureStream::acceptFormat(const spa_pod* param) {
 void CaptureStream::takeBuffer(const spa_buffer* buffer) {
   if (storage.empty()) storage = state.takeStorage();
   FrameIntake intake = takeIn(buffer, state.format(), storage);
+  const bool repeated = intake.cursorOnly && intake.cursor == lastCursor;
+  repeatedCursors = repeated ? repeatedCursors + 1 : 0;
+  lastCursor = intake.cursor;
+  if (intake.cursorHidden) state.hideCursor();
   if (intake.frame || intake.cursor) state.store(std::move(intake.frame), intake.cursor);
+}
+
+// GNOME 48 can fail to send any picture of the first of two monitors. When it
+// has drawn that monitor, it draws the second, which sends the stream the
+// pointer's position. The picture would follow less than a millisecond later,
+// which exceeds the stream's frame rate, so GNOME draws again, with the same
+// result, at each refresh. Without a limit the picture follows.
+void CaptureStream::liftRateLimit() {
+  rateLimitLifted = true;
+  PodRoom room;
+  const spa_pod* offered = buildUnlimitedFormats(room);
+  pw_stream_update_params(stream.get(), &offered, 1);
 }
 
 }  // namespace ostler

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "base/file_descriptor.h"
+#include "base/geometry.h"
 #include "base/owner.h"
 #include "wayland/lazy/pipewire.h"
 #include "wayland/stream/capture_state.h"
@@ -47,6 +49,7 @@ private:
   static void onCoreError(void* data, int sequence, int result, const char* message) noexcept;
   void acceptFormat(const spa_pod* param);
   void takeBuffer(const spa_buffer* buffer);
+  void liftRateLimit();
 
   static void stopAndDestroy(pw_thread_loop* loop);
   static void disconnectAndDestroy(pw_stream* connected);
@@ -62,6 +65,11 @@ private:
   spa_hook coreListener{};
   spa_hook streamListener{};
   PixelBytes storage;  // for the next frame; used only by the loop's thread
+  // The number of buffers in a row just for the cursor, which had not moved. Like
+  // the two below, used only by the loop's thread.
+  int repeatedCursors = 0;
+  std::optional<Point> lastCursor;
+  bool rateLimitLifted = false;
 };
 
 }  // namespace ostler

@@ -23,10 +23,16 @@ bool isCorrupted(const spa_buffer& buffer) {
   return header != nullptr && (header->flags & SPA_META_HEADER_FLAG_CORRUPTED) != 0;
 }
 
-std::optional<Point> cursorIn(const spa_buffer& buffer) {
+FrameIntake takeCursor(const spa_buffer& buffer) {
+  FrameIntake intake;
   const auto* cursor = findMeta<spa_meta_cursor>(buffer, SPA_META_Cursor);
-  if (cursor == nullptr || cursor->id == 0) return std::nullopt;
-  return Point{cursor->position.x, cursor->position.y};
+  if (cursor == nullptr) return intake;
+  if (cursor->id == 0) {
+    intake.cursorHidden = true;
+  } else {
+    intake.cursor = Point{cursor->position.x, cursor->position.y};
+  }
+  return intake;
 }
 
 // When only the pointer has moved, KDE Plasma 6.3 and GNOME 48 send a buffer
@@ -73,7 +79,11 @@ FrameIntake takeIn(const spa_buffer* buffer, const StreamFormat& format, PixelBy
   // The chunk is in memory shared with the server. Each field is read once, so
   // that what is checked is what is used.
   const volatile spa_chunk& chunk = *data.chunk;
-  if (isCursorOnly(chunk)) return {std::nullopt, cursorIn(*buffer)};
+  FrameIntake intake = takeCursor(*buffer);
+  if (isCursorOnly(chunk)) {
+    intake.cursorOnly = chunk.size == 0;
+    return intake;
+  }
   const std::int32_t stride = chunk.stride;
   if (chunk.size == 0 || format.width <= 0 || format.height <= 0) return {};
   requireSupportedFormat(format.videoFormat);
@@ -88,7 +98,8 @@ FrameIntake takeIn(const spa_buffer* buffer, const StreamFormat& format, PixelBy
   const std::size_t size = layout.rows * layout.rowBytes;
   if (storage.size() != size) storage = PixelBytes(size);
   copyRows(storage.data(), static_cast<const unsigned char*>(data.data), layout);
-  return {Frame{format, std::exchange(storage, {})}, cursorIn(*buffer)};
+  intake.frame = Frame{format, std::exchange(storage, {})};
+  return intake;
 }
 
 }  // namespace ostler

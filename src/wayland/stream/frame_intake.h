@@ -13,6 +13,8 @@ namespace ostler {
 struct FrameIntake {
   std::optional<Frame> frame;
   std::optional<Point> cursor;  // from the buffer's metadata, if present
+  bool cursorHidden = false;    // or on another screen, as the metadata says
+  bool cursorOnly = false;      // a buffer of GNOME just for its metadata
 };
 
 // Reads a buffer that arrived with `format`. Returns nothing for a buffer that

@@ -30,6 +30,20 @@ std::int32_t clampToInt(std::int64_t value) {
   return static_cast<std::int32_t>(std::clamp<std::int64_t>(value, Limits::min(), Limits::max()));
 }
 
+// The first value of the choice of video formats is the default.
+template <typename... Properties>
+const spa_pod* buildFormats(PodRoom& room, const Properties&... more) {
+  spa_pod_builder builder = builderIn(room);
+  const void* const pod =
+      spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_Format, SPA_PARAM_EnumFormat, SPA_FORMAT_mediaType,
+                                 SPA_POD_Id(SPA_MEDIA_TYPE_video), SPA_FORMAT_mediaSubtype,
+                                 SPA_POD_Id(SPA_MEDIA_SUBTYPE_raw), SPA_FORMAT_VIDEO_format,
+                                 SPA_POD_CHOICE_ENUM_Id(4, SPA_VIDEO_FORMAT_BGRx, SPA_VIDEO_FORMAT_BGRx,
+                                                        SPA_VIDEO_FORMAT_BGRA, SPA_VIDEO_FORMAT_RGBx),
+                                 more...);
+  return static_cast<const spa_pod*>(pod);
+}
+
 constexpr std::int32_t headerMetaSize = sizeof(spa_meta_header);
 
 constexpr std::int32_t cursorMetaSize(int imageSide) {
@@ -39,16 +53,14 @@ constexpr std::int32_t cursorMetaSize(int imageSide) {
 
 }  // namespace
 
-const spa_pod* buildOfferedFormats(PodRoom& room) {
-  spa_pod_builder builder = builderIn(room);
-  // The first value of the choice is the default.
-  const void* const pod =
-      spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_Format, SPA_PARAM_EnumFormat, SPA_FORMAT_mediaType,
-                                 SPA_POD_Id(SPA_MEDIA_TYPE_video), SPA_FORMAT_mediaSubtype,
-                                 SPA_POD_Id(SPA_MEDIA_SUBTYPE_raw), SPA_FORMAT_VIDEO_format,
-                                 SPA_POD_CHOICE_ENUM_Id(4, SPA_VIDEO_FORMAT_BGRx, SPA_VIDEO_FORMAT_BGRx,
-                                                        SPA_VIDEO_FORMAT_BGRA, SPA_VIDEO_FORMAT_RGBx));
-  return static_cast<const spa_pod*>(pod);
+const spa_pod* buildOfferedFormats(PodRoom& room) { return buildFormats(room); }
+
+// GNOME limits the rate of a stream to the one that was negotiated, unless its
+// numerator is 0. PipeWire compares fractions by cross multiplication, so 0/0
+// counts as equal to each of them and lies within every range that is offered.
+const spa_pod* buildUnlimitedFormats(PodRoom& room) {
+  const spa_fraction unlimited{0, 0};
+  return buildFormats(room, SPA_FORMAT_VIDEO_maxFramerate, SPA_POD_Fraction(&unlimited));
 }
 
 std::optional<StreamFormat> parseFormat(const spa_pod* param) {

@@ -20,6 +20,8 @@ struct PodRoom {
 // The pixel formats offered when the stream is connected. The server chooses
 // size and rate.
 const spa_pod* buildOfferedFormats(PodRoom& room);
+// The same formats, with a frame rate that the server must not limit.
+const spa_pod* buildUnlimitedFormats(PodRoom& room);
 
 // Returns the format that the server fixed, or nothing if it is not raw video.
 std::optional<StreamFormat> parseFormat(const spa_pod* param);
