@@ -20,6 +20,25 @@ export interface OpenOptions {
   signal?: AbortSignal;
   /** Milliseconds for each call that has no `timeout` of its own. Defaults to no limit. Does not limit opening. */
   timeout?: number | null;
+  /**
+   * Whether the portal of a Wayland desktop remembers the user's permission, so that the next start does not ask.
+   * A name, or true for "default", keeps it below XDG_STATE_HOME; a {@link PermissionStore} leaves that to the host.
+   * Whoever can read it can control the desktop without asking. Defaults to false. Has no effect on X11.
+   */
+  remember?: boolean | string | PermissionStore;
+  /** Called once when a Wayland desktop's dialog has probably been open for half a second. */
+  onDialog?: () => void;
+}
+
+/** Keeps the token of a remembered permission. */
+export interface PermissionStore {
+  /** Returns the token that was saved last, if any. An exception makes `openDesktop` reject. */
+  load(): string | null | undefined | Promise<string | null | undefined>;
+  /**
+   * Saves the token for the next start, before `openDesktop` resolves; undefined when the portal remembers nothing.
+   * It replaces the previous token, which may be void. An exception makes `openDesktop` reject.
+   */
+  save(token: string | undefined): void | Promise<void>;
 }
 
 export interface ClickOptions extends CallOptions {
@@ -174,6 +193,9 @@ export interface Desktop extends Promised<Omit<Ostler, 'click' | 'lock' | 'mouse
   /** Yields the time of each press of Escape, in milliseconds since 1970, to `for await`. See `onEscape`. */
   escapePresses(options?: { signal?: AbortSignal }): AsyncGenerator<number, void, undefined>;
 
+  /** Whether the session was opened without a dialog. Always true on X11. */
+  readonly remembered: boolean;
+
   /** Resolves when the desktop has ended, whatever the reason. Never rejects. */
   readonly closed: Promise<DesktopEnd>;
 
@@ -183,7 +205,7 @@ export interface Desktop extends Promised<Omit<Ostler, 'click' | 'lock' | 'mouse
 
 /**
  * Opens a desktop session in a new helper process. Resolves when the session is open; on Wayland, the user
- * has to answer the portal's dialog first.
+ * has to answer the portal's dialog first, unless the portal remembers the permission (see `remember`).
  *
  * @throws Error when there is no desktop or the user refused; AbortError when `signal` aborted.
  */

@@ -4,6 +4,7 @@
 
 const path = require('node:path');
 const { Worker } = require('node:worker_threads');
+const { openSession } = require('./open');
 const { writePicture } = require('../shared/memory_file');
 const { sessionKind } = require('../shared/session_kind');
 const { loadSession } = require('../shared/session_module');
@@ -33,11 +34,11 @@ function lookAfter() {
 }
 
 const operations = {
-  open() {
+  open(remember, monitors) {
     const guard = new Worker(path.join(__dirname, 'guard.js'), { workerData: { kind, memoryFile, runningCall } });
     guard.unref();
     const loaded = loadSession();
-    loaded.open({ record: memoryFile });
+    openSession(loaded, { record: memoryFile, remember: kind === 'wayland' ? remember : undefined, monitors }, send);
     session = loaded;
     setInterval(lookAfter, checkInterval);
   },

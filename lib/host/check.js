@@ -137,7 +137,21 @@ function screenshotArguments(given) {
 
 const callback = ofType('function', 'a function');
 
+const nameOfPermission = /^[a-z\d][\w.-]{0,63}$/i;  // it becomes part of a file's name
+
+// Returns the name under which a permission is remembered, or { load, save }, or undefined.
+function remember(value, name) {
+  if (value === undefined || value === false) return undefined;
+  if (value === true) return 'default';
+  if (typeof value === 'string') {
+    if (nameOfPermission.test(value)) return value;
+    fail(RangeError, name, 'a name of up to 64 letters, digits, "_", "-" and "."', value);
+  }
+  if (typeof value?.load === 'function' && typeof value.save === 'function') return value;
+  return fail(TypeError, name, 'a boolean, a name or an object with the functions load and save', value);
+}
+
 module.exports = {
-  callback, checkArguments, checkCallOptions, duration, methods, optional, options, pasteMode, region,
+  callback, checkArguments, checkCallOptions, duration, methods, optional, options, pasteMode, region, remember,
   screenshotArguments, text,
 };

@@ -8,6 +8,7 @@ const {
 const { AbortError, DesktopClosedError } = require('./errors');
 const { HelperProcess } = require('./helper_process');
 const { paste } = require('./paste');
+const { Permission } = require('./permission');
 const { Limit, settlesWithin, sleep } = require('./wait');
 const { write } = require('./write');
 
@@ -58,15 +59,21 @@ class Desktop {
     const { signal, timeout, env } = checkCallOptions(given);
     optional(checkOptions)(env, 'env');
     if (signal?.aborted) throw new AbortError(signal.reason);
-    const desktop = new Desktop({ env, timeout });
+    const permission = new Permission(given ?? {});
     const limit = new Limit({ signal });
+    let desktop;
     try {
-      await limit.race(desktop.#helper.request('open'));
+      const remember = await limit.race(permission.load());
+      desktop = new Desktop({ env, timeout });
+      permission.follow(desktop.#helper);
+      await limit.race(desktop.#helper.request('open', remember).then(() => permission.saved()));
+      desktop.remembered = permission.remembered;
       return desktop;
     } catch (error) {
-      await desktop.#stop({ reason: limit.error ? 'aborted' : 'closed' }, 0);
+      await desktop?.#stop({ reason: limit.error ? 'aborted' : 'closed' }, 0);
       throw error;
     } finally {
+      permission.end();
       limit.end();
     }
   }

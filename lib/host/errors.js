@@ -1,6 +1,8 @@
 'use strict';
 // Runs in the host.
 
+const { describeMissing, isMissing, whatWorks } = require('../shared/remote_control');
+
 class AbortError extends Error {
   constructor(cause) {
     const timedOut = cause?.name === 'TimeoutError';
@@ -53,7 +55,9 @@ const advice = [
   ['Escape cannot be watched: another program', 'Close that program.'],
 ];
 
-function callError(message) {
+// `env` is the environment of the helper.
+function callError(message, env) {
+  if (isMissing(message)) return new Error(`${describeMissing(env)}: ${whatWorks}.`, { cause: new Error(message) });
   const hint = advice.find(([part]) => message.includes(part))?.[1];
   return new Error(hint ? `${message.replace(/[^.]$/, '$&.')} ${hint}` : message);
 }

@@ -29,8 +29,12 @@ function findHelper() {
     + 'keep "ostler" external in your bundler (see docs/promises.md).');
 }
 
+const events = ['press', 'asking', 'granted', 'unsaved'];
+
 // Controls a helper process from the host. Emits "press" for each press of Escape, and "ended"
-// with a message when the session has ended.
+// with a message when the session has ended. While it opens, it emits "asking" before the user
+// may be asked, "granted" when the user has agreed, and "unsaved" with the reason when the
+// permission cannot be remembered.
 class HelperProcess extends EventEmitter {
   #child;
   #env;
@@ -122,18 +126,20 @@ class HelperProcess extends EventEmitter {
     return end;
   }
 
-  #receive({ press, ended, error, value }) {
-    if (press !== undefined) {
-      this.emit('press', press);
+  #receive(message) {
+    const event = events.find((name) => message[name] !== undefined);
+    if (event) {
+      this.emit(event, message[event]);
       return;
     }
+    const { ended, error, value } = message;
     if (ended !== undefined) this.emit('ended', ended);
     // A message can arrive after the helper's exit, when the memory file is closed.
     const isAnswer = error !== undefined || ended === undefined;
     if (!isAnswer || !this.#request || this.#memoryFile === undefined) return;
     const { method, resolve, reject } = this.#request;
     this.#request = undefined;
-    if (error !== undefined) reject(callError(error));
+    if (error !== undefined) reject(callError(error, this.#env));
     else resolve(method === 'screenshot' ? readPicture(this.#memoryFile, value) : value);
   }
 

@@ -4,25 +4,13 @@
 #include "addon/call_frame.h"
 #include "addon/methods.h"
 #include "backend/interruption.h"
+#include "session/file_lock.h"
+#include "session/open.h"
 #include "session/session.h"
 #include "x11/escape_watcher.h"
 
 namespace ostler {
 namespace {
-
-// Takes { record }, the descriptor of a file for the record of what is held down.
-napi_value open(napi_env env, napi_callback_info info) {
-  return guarded(env, undefinedValue(env), [&] {
-    const std::vector<napi_value> arguments = fetchArguments(env, info, 1);
-    napi_value record = nullptr;
-    std::int32_t descriptor = -1;
-    if (napi_get_named_property(env, arguments[0], "record", &record) == napi_ok) {
-      napi_get_value_int32(env, record, &descriptor);
-    }
-    openSession(HeldRecord(descriptor));
-    return undefinedValue(env);
-  });
-}
 
 void setButton(const std::string& button, bool pressed) {
   openedSession().setButton(buttonNamed(button), pressed);
@@ -46,6 +34,7 @@ std::string sessionEnd() { return openedSession().sessionEnd(); }
 // that calls `open`.
 constexpr Method sessionMethods[] = {
     {"open", open},
+    {"lockFile", forward<lockFile>},
     {"startCall", forward<startCall>},
     {"interrupt", forward<interruptCall>},
     {"setButton", forward<setButton>},

@@ -12,10 +12,10 @@
 namespace ostler {
 namespace {
 
-std::unique_ptr<SessionBackend> makeSession(HeldRecord record) {
+std::unique_ptr<SessionBackend> makeSession(HeldRecord record, const PortalPermission& permission) {
   switch (chooseBackend()) {
     case BackendKind::wayland:
-      return makeWaylandSession(std::move(record));
+      return makeWaylandSession(std::move(record), permission);
     case BackendKind::x11:
       return makeX11Session(std::move(record));
     case BackendKind::none:
@@ -28,9 +28,9 @@ std::unique_ptr<SessionBackend> session;  // destroyed when the process exits
 
 }  // namespace
 
-void openSession(HeldRecord record) {
+void openSession(HeldRecord record, const PortalPermission& permission) {
   if (session != nullptr) throw std::runtime_error("The session is open already.");
-  session = makeSession(std::move(record));
+  session = makeSession(std::move(record), permission);
 }
 
 SessionBackend& openedSession() {

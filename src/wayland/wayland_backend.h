@@ -27,7 +27,7 @@ class WaylandBackend : public PointingBackend {
 public:
   // Blocks until the user has answered the portal's dialog and the first frame
   // has arrived. PipeWire must be initialised.
-  WaylandBackend();
+  explicit WaylandBackend(const PortalPermission& permission = {});
 
   void mouseMove(double x, double y) override;
   void type(const std::string& text) override;

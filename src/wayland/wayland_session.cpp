@@ -18,7 +18,8 @@ namespace {
 // In the record, keys and buttons have their evdev codes.
 class WaylandSession final : public SessionBackend {
 public:
-  explicit WaylandSession(HeldRecord heldRecord) : SessionBackend(std::move(heldRecord)) {}
+  WaylandSession(HeldRecord heldRecord, const PortalPermission& permission)
+      : SessionBackend(std::move(heldRecord)), wayland(*this, permission) {}
 
   std::string untypable(const std::string& text) override {
     return encodeUtf8(wayland.findUntypable(decodeLines(text)));
@@ -29,7 +30,8 @@ private:
   // Records what it presses, and can be interrupted before each event.
   class Recorded final : public WaylandBackend {
   public:
-    explicit Recorded(WaylandSession& owner) : session(owner) {}
+    Recorded(WaylandSession& owner, const PortalPermission& permission)
+        : WaylandBackend(permission), session(owner) {}
 
     void requireSession() override {
       throwIfInterrupted();
@@ -111,15 +113,15 @@ private:
   }
   void sendRelease(std::uint32_t code) override { wayland.release(code); }
 
-  Recorded wayland{*this};
+  Recorded wayland;
 };
 
 }  // namespace
 
-std::unique_ptr<SessionBackend> makeWaylandSession(HeldRecord record) {
+std::unique_ptr<SessionBackend> makeWaylandSession(HeldRecord record, const PortalPermission& permission) {
   loadWaylandLibraries();
   initialisePipeWire();
-  return std::make_unique<WaylandSession>(std::move(record));
+  return std::make_unique<WaylandSession>(std::move(record), permission);
 }
 
 }  // namespace ostler

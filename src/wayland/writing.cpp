@@ -35,7 +35,7 @@ bool WaylandBackend::isTypable(std::uint32_t character) {
 }
 
 std::vector<std::uint32_t> WaylandBackend::findUntypable(const std::vector<std::uint32_t>& text) {
-  eis.beginOperation();
+  beginOperation();
   waitForKeyboard();
   std::vector<std::uint32_t> untypable;
   for (const std::uint32_t character : text) {

@@ -10,7 +10,7 @@ const path = require('node:path');
 const { after, before, describe, it } = require('node:test');
 const { setTimeout: sleep } = require('node:timers/promises');
 const { openDesktop } = require('../../lib/promises');
-const { endOf } = require('../support/children');
+const { endOf, temporaryDirectory } = require('../support/children');
 const { helpersOf, isAlive } = require('../support/helpers');
 const { waitUntil } = require('../support/wait');
 const { keyboardState, nothingDown, startWitness, startXvfb, textOf } = require('../support/x11');
@@ -59,6 +59,19 @@ describe('a desktop that ends rejects its calls and says why', () => {
     const env = { ...server.env, NODE_OPTIONS: '--no-such-option' };
     await assert.rejects(openDesktop({ env }), { ...isClosed, message: /ended with code 9: .*--no-such-option is not/ });
   });
+});
+
+it('names a library that the session module needs and the linker does not find', async () => {
+  const directory = temporaryDirectory();
+  for (const name of ['lib', 'load.js', 'package.json']) {
+    fs.cpSync(path.join(root, name), path.join(directory, name), { recursive: true });
+  }
+  const session = fs.readFileSync(process.env.OSTLER_SESSION, 'latin1').replace('libXtst.so.6', 'libXtst.so.7');
+  fs.mkdirSync(path.join(directory, 'build'));
+  fs.writeFileSync(path.join(directory, 'build', 'session.node'), session, 'latin1');
+  const { openDesktop: openThere } = require(path.join(directory, 'lib', 'promises.js'));
+  await assert.rejects(openThere({ env: server.env }),
+    { message: /^ostler needs libXtst.so.7: install the package that contains it. libXtst.so.7: / });
 });
 
 const everyCall = ['type("Ab!".repeat(9999))', 'drag(0, 0, 30000, 0)', 'click(5, 5, "middle", 999)',

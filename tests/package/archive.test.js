@@ -50,12 +50,18 @@ function install(enter, version) {
 // Prints a PNG and a JPEG of the desktop.
 const takePictures = `console.log(JSON.stringify([-1, 0.75].map((quality) =>
   screenshot('', null, [], 0, 0, 0, 0, 0, 0, quality).toString('base64'))))`;
-const modules = {
-  commonjs: `const { screenshot } = require('ostler'); ${takePictures}`,
-  module: `import ostler, { screenshot } from 'ostler';
+const scripts = {
+  require: `const { screenshot } = require('ostler'); ${takePictures}`,
+  import: `import ostler, { screenshot } from 'ostler';
     if (screenshot !== ostler.screenshot) throw new Error('two addons');
     ${takePictures}`,
+  promises: `import { openDesktop } from 'ostler/promises';
+    const desktop = await openDesktop();
+    const pictures = [await desktop.screenshot(), await desktop.screenshot({ format: 'jpeg', quality: 0.75 })];
+    await desktop.close();
+    console.log(JSON.stringify(pictures.map((picture) => picture.toString('base64'))));`,
 };
+const nodeArguments = (name) => [`--input-type=${name === 'require' ? 'commonjs' : 'module'}`, '-e', scripts[name]];
 
 // A libpng that is not linked in uses the zlib that Node exports, so the bytes of a PNG differ.
 const pixelsAndJpeg = ([png, jpeg]) => [decodePng(Buffer.from(png, 'base64')).data, jpeg];
@@ -85,9 +91,9 @@ for (const [place, enter] of Object.entries(places)) {
     const expected = await expectedPictures(env);
     for (const version of ['node18', 'node24']) {
       const directory = install(enter, version);
-      for (const [type, script] of Object.entries(modules)) {
-        const output = runNode(enter, version, directory, [`--input-type=${type}`, '-e', script], env);
-        assert.deepEqual(pixelsAndJpeg(JSON.parse(output)), expected, `${version}, ${type}`);
+      for (const name of Object.keys(scripts)) {
+        const output = runNode(enter, version, directory, nodeArguments(name), env);
+        assert.deepEqual(pixelsAndJpeg(JSON.parse(output)), expected, `${version}, ${name}`);
       }
     }
   }));
@@ -96,10 +102,16 @@ for (const [place, enter] of Object.entries(places)) {
 const here = places['this machine'];
 test('takes the same pictures, moves and types on arm64', () => withDesktop(here, async (env, witness) => {
   const directory = install(here, 'node24');
-  const expected = runNode(here, 'node24', directory, ['-e', modules.commonjs], env);
+  const expected = runNode(here, 'node24', directory, nodeArguments('require'), env);
+  const qemu = ['qemu-aarch64-static', '-L', path.join(roots, 'linux-arm64', 'root'), node('node24-arm64')];
+  const wrapper = path.join(directory, 'node');
+  fs.writeFileSync(wrapper, `#!/bin/sh\nexec ${qemu.join(' ')} "$@"\n`, { mode: 0o755 });
+  // The helper process starts through the wrapper too.
+  const throughWrapper = `process.execPath = ${JSON.stringify(wrapper)}; ${scripts.promises}`;
+  assert.equal(run([wrapper, '--input-type=module', '-e', throughWrapper], { cwd: directory, env }), expected);
   await witness.events();
-  const output = run(['qemu-aarch64-static', '-L', path.join(roots, 'linux-arm64', 'root'), node('node24-arm64'),
-    '-e', `const { move, screenshot, type } = require('ostler'); move(123, 45); type('Hi'); ${takePictures}`],
+  const output = run([wrapper, '-e',
+    `const { move, screenshot, type } = require('ostler'); move(123, 45); type('Hi'); ${takePictures}`],
   { cwd: directory, env });
   assert.equal(output, expected);
   const events = await witness.events();

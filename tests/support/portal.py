@@ -20,6 +20,9 @@
 #                "close": bool} for a socket that sends only these bytes, the answer
 #                after the client has sent something
 #
+# With "dialog" in the script, the portal remembers: Start takes that many milliseconds, except
+# when the session was given a token that is in "tokens" or was granted before.
+#
 # SIGUSR1 closes the session, as the user can. SIGUSR2 makes the EIS server do what
 # DIRECTORY/eis.json says (see Channel.act). A script with "getLayout" makes this process
 # KDE's keyboard service as well, for which the command "switch" reports a layout, and one with "GetActive" the service that locks the screen: the
@@ -55,6 +58,7 @@ INTERFACES = {
     'portal.ScreenCast': {'SelectSources': 'o a{sv}', 'OpenPipeWireRemote': 'o a{sv}'},
     'portal.Session': {'Close': ''},
     'portal.Settings': {'ReadAll': 'as'},
+    'impl.portal.PermissionStore': {'Lookup': 's s'},
     'KeyboardLayouts': {'getLayout': ''},
     'ScreenSaver': {'GetActive': ''},
 }
@@ -78,6 +82,7 @@ class Script:
         path = os.path.join(directory, 'script.json')
         self.serial = os.stat(path).st_ino
         self.calls, self.tokens, self.steps = {}, {}, json.load(open(path))
+        self.granted = set(self.steps.get('tokens', []))
 
     def step(self, name):
         steps = self.steps.get(name, {})
@@ -133,6 +138,13 @@ def reply(message, text, descriptors=None):
 def request(message, sender, method, parameters, step):
     token = parameters[parameters.n_children() - 1]['handle_token']
     path = step.get('path', '%s/request/%s/%s' % (desktop, sender[1:].replace('.', '_'), token))
+    if method == 'SelectDevices':
+        script.given = parameters[1].get('restore_token')
+    if method == 'Start' and 'dialog' in script.steps:
+        step = {'delay': 0 if script.given in script.granted else script.steps['dialog'], **step}
+        token = script.given if script.given in script.granted else 'token-%d' % len(script.granted)
+        script.granted.add(token)
+        step.setdefault('response', RESPONSES[method].replace("'devices'", "'restore_token': <'%s'>, 'devices'" % token))
     text = step.get('response', RESPONSES[method]).replace('NODE', str(script.steps['node']))
     text = text.replace('SESSION', '/session/%d' % script.calls['CreateSession'])
     body = GLib.Variant.parse(None, text, None, None)
@@ -192,10 +204,12 @@ def act():
 
 
 GLib.unix_signal_add(GLib.PRIORITY_DEFAULT, signal.SIGUSR2, act)
-for served in [desktop, '/Layouts', locker, *('/session/%d' % number for number in range(1, 20))]:
+permissions = '/org/freedesktop/impl/portal/PermissionStore'
+for served in [desktop, '/Layouts', locker, permissions, *('/session/%d' % number for number in range(1, 20))]:
     for interface in Gio.DBusNodeInfo.new_for_xml(XML).interfaces:
         bus.register_object(served, interface, called, None, None)
-Gio.bus_own_name_on_connection(bus, 'org.freedesktop.portal.Desktop', Gio.BusNameOwnerFlags.NONE, None, None)
+for name in ['org.freedesktop.impl.portal.PermissionStore', 'org.freedesktop.portal.Desktop']:
+    Gio.bus_own_name_on_connection(bus, name, Gio.BusNameOwnerFlags.NONE, None, None)
 if 'getLayout' in script.steps:
     Gio.bus_own_name_on_connection(bus, 'org.kde.keyboard', Gio.BusNameOwnerFlags.NONE, None, None)
 if 'GetActive' in script.steps:
