@@ -7,7 +7,7 @@ const fs = require('node:fs');
 const net = require('node:net');
 const { workerData: { kind, memoryFile, runningCall } } = require('node:worker_threads');
 const { startRelease } = require('../release/start');
-const { isAnythingHeld } = require('../shared/memory_file');
+const { isAnythingLeft } = require('../shared/memory_file');
 const { loadSession } = require('../shared/session_module');
 
 const control = 4;  // the descriptor of the pipe from the host, which is open as long as the host runs
@@ -17,7 +17,7 @@ const session = loadSession();
 
 function kill() {
   // The release process acts when its input ends, which happens when this process is killed.
-  if (kind === 'x11' && isAnythingHeld(memoryFile)) startRelease(process.env, memoryFile);
+  if (kind === 'x11' && isAnythingLeft(memoryFile)) startRelease(process.env, memoryFile);
   process.kill(process.pid, 'SIGKILL');
 }
 

@@ -7,7 +7,7 @@ const fs = require('node:fs');
 const path = require('node:path');
 const { startRelease } = require('../release/start');
 const { requireDescriptors } = require('../shared/descriptors');
-const { isAnythingHeld, openMemoryFile, readPicture } = require('../shared/memory_file');
+const { isAnythingHeld, isAnythingLeft, openMemoryFile, readPicture } = require('../shared/memory_file');
 const { sessionKind } = require('../shared/session_kind');
 const { callError } = require('./errors');
 const { settlesWithin, sleep } = require('./wait');
@@ -152,7 +152,7 @@ class HelperProcess extends EventEmitter {
   async #release() {
     if (this.kind !== 'x11') return true;
     const deadline = performance.now() + releasePatience;
-    while (isAnythingHeld(this.#memoryFile)) {
+    while (isAnythingLeft(this.#memoryFile)) {
       const left = deadline - performance.now();
       if (left <= 0) return false;
       if (await this.#runRelease(left)) return true;

@@ -11,7 +11,8 @@ const os = require('node:os');
 const path = require('node:path');
 
 const pageSize = 4096;
-const recordSize = 128;  // in bytes, one bit for each code
+// In bytes, with one bit for each code: the keys and buttons, and these with what outlives a call.
+const pressedSize = 96, recordSize = 128;
 
 function openMemoryFile(directories = ['/dev/shm', os.tmpdir()]) {
   const [directory, ...others] = directories;
@@ -29,12 +30,16 @@ function openMemoryFile(directories = ['/dev/shm', os.tmpdir()]) {
   }
 }
 
-// Returns whether the record contains any key or button.
-function isAnythingHeld(descriptor) {
-  const record = Buffer.alloc(recordSize);
-  fs.readSync(descriptor, record, 0, recordSize, 0);
+function isAnyBitSet(descriptor, size) {
+  const record = Buffer.alloc(size);
+  fs.readSync(descriptor, record, 0, size, 0);
   return record.some((byte) => byte !== 0);
 }
+
+// Returns whether the record contains any key or button.
+const isAnythingHeld = (descriptor) => isAnyBitSet(descriptor, pressedSize);
+// Returns whether the record contains anything, also changes of the keyboard map.
+const isAnythingLeft = (descriptor) => isAnyBitSet(descriptor, recordSize);
 
 // Returns what the helper sends to the host: the picture's length, or the picture itself when it
 // cannot be written to the file.
@@ -53,4 +58,4 @@ function readPicture(descriptor, sent) {
   return picture;
 }
 
-module.exports = { isAnythingHeld, openMemoryFile, readPicture, writePicture };
+module.exports = { isAnythingHeld, isAnythingLeft, openMemoryFile, readPicture, writePicture };

@@ -24,7 +24,7 @@ void WaylandBackend::type(const std::string& text) {
 void WaylandBackend::typeThroughEis(std::uint64_t keysym) {
   const auto key = eis.findKey(keysym);
   const auto sequence = key ? std::nullopt : eis.findSequence(keysym);
-  const auto tapKeys = [&] { key ? tap(*key) : tap(*sequence); };
+  const auto tapKeys = [&] { key ? tap(*key) : tap(*sequence, waits::beforeDeadKey); };
   const bool isTypable = key || sequence;
   // Letters, digits, the space and the editing keys are plain. The portal types
   // all else if it can.
@@ -57,8 +57,8 @@ void WaylandBackend::tap(const EvdevKey& key) {
 
 // Qt 6 lets a composed character overtake the keys that it reads together with
 // it, so the dead key has to wait until those have been read.
-void WaylandBackend::tap(const DeadKeySequence& sequence) {
-  sleepFor(waits::beforeDeadKey);
+void WaylandBackend::tap(const DeadKeySequence& sequence, std::chrono::milliseconds pause) {
+  sleepFor(pause);
   // A dead key alone would change the next character that the user types.
   const Uninterrupted both;
   tap(sequence.deadKey);

@@ -73,10 +73,10 @@ private:
   void typeThroughEis(std::uint64_t keysym);
   void typeThroughPortal(std::uint64_t keysym);
   void tap(const EvdevKey& key);
-  void tap(const DeadKeySequence& sequence);
+  void tap(const DeadKeySequence& sequence, std::chrono::milliseconds pause);
   void waitForKeyboard();
   bool isTypable(std::uint32_t character);
-  void writeCharacter(std::uint32_t character);
+  void writeCharacter(std::uint32_t character, bool& composedLast);
 
 protected:
   // Destroyed in reverse order: the stream before the state that it writes to.

@@ -54,10 +54,11 @@ void WaylandBackend::write(const std::vector<std::uint32_t>& text, std::chrono::
     const Uninterrupted restoring;
     if (capsLock) tap(*capsLock);
   };
+  bool composedLast = false;
   try {
     for (const std::uint32_t character : text) {
       if (escapePressed) throw std::runtime_error(stoppedByUser);
-      writeCharacter(character);
+      writeCharacter(character, composedLast);
       sleepFor(delay);
     }
   } catch (...) {
@@ -67,13 +68,17 @@ void WaylandBackend::write(const std::vector<std::uint32_t>& text, std::chrono::
   restoreCapsLock();
 }
 
-void WaylandBackend::writeCharacter(std::uint32_t character) {
+// `composedLast` is whether the character before was typed with a dead key. Composed characters
+// cannot overtake each other, so only other keys need a pause after them.
+void WaylandBackend::writeCharacter(std::uint32_t character, bool& composedLast) {
   const std::uint64_t keysym = keysymOf(character);
   const auto throughEis = [&] {
     if (const auto key = eis.findKey(keysym)) {
       tap(*key);
+      composedLast = false;
     } else if (const auto sequence = eis.findSequence(keysym)) {
-      tap(*sequence);
+      tap(*sequence, composedLast ? std::chrono::milliseconds(0) : waits::beforeWrittenDeadKey);
+      composedLast = true;
     } else {
       throw std::runtime_error("The keyboard layout changed while a text was written.");
     }

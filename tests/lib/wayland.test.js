@@ -87,6 +87,28 @@ it('asks once for the layout of a text, and an abort does not wait for the answe
   await own.stop();
 });
 
+it('writes with keys and dead keys, whatever Caps Lock says, or names what these cannot type', async () => {
+  const own = await startDesktop({ ConnectToEIS: { eis: ['pointer,button,scroll', 'keyboard#es'] } });
+  const desktop = await openDesktop({ env: own.env });
+  const taps = (...codes) => codes.flatMap((code) => [`key ${code} 1`, `key ${code} 0`]);
+  const sent = async (text, options) => {
+    const before = own.record().length;
+    const error = await desktop.write(text, options).then(() => [], ({ message }) => [message]);
+    await desktop.move(1, 2);
+    const record = await own.recordWhen((lines) => lines.slice(before).some((line) => line.endsWith('motion 1 2')));
+    const events = record.slice(before).filter((line) => line.includes(' key '));
+    return [...events.map((line) => line.replace(/^eis \d /, '')), ...error];
+  };
+  const never = { paste: 'never' };
+  assert.deepStrictEqual(await sent('qué\r\n', never), taps(16, 22, 40, 18, 28));
+  assert.deepStrictEqual(await sent('qж中ć', never),
+    ['The text has characters that cannot be typed: ж (U+0436), 中 (U+4E2D), ć (U+0107).']);
+  await own.act(['locked', 2]);
+  assert.deepStrictEqual(await sent('q', never), taps(58, 16, 58));
+  await desktop.close();
+  await own.stop();
+});
+
 // Each end makes a desktop of its own unusable. `ended` is the reason that the session module gives.
 const portalEnded = 'The Wayland portal session has ended.';
 for (const [name, end, expected = portalEnded] of [

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <optional>
+#include <span>
 
 #include "base/owner.h"
 #include "keys/text.h"
@@ -55,8 +56,9 @@ DeadKeySequences findDeadKeySequences(xkb_context* context, const std::vector<Pr
   // Users follow a dead key with a space or a letter rather than with another
   // dead key, so those are preferred.
   std::vector<ProducedKeysym> bases = keys;
-  const auto deadKeys = std::ranges::stable_partition(
-      bases, [](const ProducedKeysym& produced) { return !isDeadKey(produced.keysym); });
+  const auto firstDeadKey = std::stable_partition(
+      bases.begin(), bases.end(), [](const ProducedKeysym& produced) { return !isDeadKey(produced.keysym); });
+  const std::span deadKeys(firstDeadKey, bases.end());
   if (!isXkbComposeLoaded() || deadKeys.empty()) return sequences;
   const ComposeTable table(
       xkb_compose_table_new_from_locale(context, tableLocale, XKB_COMPOSE_COMPILE_NO_FLAGS));

@@ -103,6 +103,7 @@ std::unique_ptr<const Keymap> Keymap::parse(const std::string& text) {
       add(altGr, true);
     }
     std::vector<ProducedKeysym> keysyms;
+    keysyms.reserve(produced.size());
     for (const auto& [keysym, given] : produced) keysyms.push_back({given, found.keys.at(keysym)});
     found.sequences = findDeadKeySequences(context.get(), keysyms);
   }
