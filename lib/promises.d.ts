@@ -53,6 +53,8 @@ export interface ClickOptions extends CallOptions {
 export interface ScreenshotOptions extends CallOptions {
   /** The part of the desktop to show, in the coordinates of `display`. Cannot be combined with a size. */
   region?: Rect;
+  /** The `id` of the monitor to show, of those of `monitors`. Cannot be combined with a region or a size. */
+  monitor?: string;
   /** The size in pixels, up to 16384x16384, to which a picture of the whole desktop is resampled. */
   size?: { width: number; height: number };
   /** Same as `size.width` and `size.height`. */
@@ -62,6 +64,17 @@ export interface ScreenshotOptions extends CallOptions {
   format?: 'png' | 'jpeg';
   /** The quality of a JPEG, from 0 to 1. Defaults to 0.8. */
   quality?: number;
+}
+
+/** A monitor that the session controls. Its place is in the coordinates of `display`. */
+export interface Monitor {
+  id: string;
+  x: number;
+  y: number;
+  width: number;
+  height: number;
+  /** The pixels of a picture for each unit of the place. */
+  scale: number;
 }
 
 export interface PasteOptions extends CallOptions {
@@ -195,6 +208,12 @@ export interface Desktop extends Promised<Omit<Ostler, 'click' | 'lock' | 'mouse
 
   /** Whether the session was opened without a dialog. Always true on X11. */
   readonly remembered: boolean;
+
+  /**
+   * Resolves to the monitors: on X11 all active ones, on Wayland the one that is shared. A part of an X11 screen
+   * that no monitor shows is black in pictures, and the pointer cannot be moved there.
+   */
+  monitors(options?: CallOptions): Promise<Monitor[]>;
 
   /** Resolves when the desktop has ended, whatever the reason. Never rejects. */
   readonly closed: Promise<DesktopEnd>;

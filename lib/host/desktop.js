@@ -24,6 +24,14 @@ const callPatience = 12000;
 
 const isOptions = (value) => typeof value === 'object' && value !== null && !Array.isArray(value);
 
+// Returns the place of a monitor.
+function findMonitor(monitors, id) {
+  const monitor = monitors.find((each) => each.id === id);
+  if (!monitor) throw new RangeError(`There is no monitor "${id}", but ${monitors.map((each) => `"${each.id}"`).join(', ')}.`);
+  const { x, y, width, height } = monitor;
+  return { x, y, width, height };
+}
+
 class Desktop {
   static {
     for (const method of Object.keys(methods)) {
@@ -87,7 +95,11 @@ class Desktop {
   async screenshot(given) {
     const options = checkCallOptions(given);
     const args = screenshotArguments(options);
-    return this.#perform(options, ({ request }) => request('screenshot', ...args));
+    return this.#perform(options, async ({ request }) => {
+      if (options.monitor === undefined) return request('screenshot', ...args);
+      const region = findMonitor(await request('monitors'), options.monitor);
+      return request('screenshot', ...screenshotArguments({ ...options, monitor: undefined, region }));
+    });
   }
 
   async write(text, given) {

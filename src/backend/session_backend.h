@@ -9,6 +9,7 @@
 #include "backend/held_record.h"
 #include "backend/interruption.h"
 #include "backend/pointing_backend.h"
+#include "base/monitor.h"
 
 namespace ostler {
 
@@ -27,6 +28,9 @@ public:
   Point cursorPosition() final;
   Size display() final;
   std::vector<unsigned char> screenshot(Size target, Rect crop, double quality) final;
+
+  // Returns the monitors that the session controls, in the coordinates of `display`.
+  virtual std::vector<Monitor> monitors() = 0;
 
   // Presses or releases a button where the pointer is.
   void setButton(Button button, bool pressed);

@@ -5,6 +5,7 @@
 #include "addon/methods.h"
 #include "backend/interruption.h"
 #include "session/file_lock.h"
+#include "session/monitors.h"
 #include "session/open.h"
 #include "session/session.h"
 #include "x11/escape_watcher.h"
@@ -35,6 +36,7 @@ std::string sessionEnd() { return openedSession().sessionEnd(); }
 constexpr Method sessionMethods[] = {
     {"open", open},
     {"lockFile", forward<lockFile>},
+    {"monitors", monitors},
     {"startCall", forward<startCall>},
     {"interrupt", forward<interruptCall>},
     {"setButton", forward<setButton>},

@@ -24,6 +24,7 @@ public:
   std::string untypable(const std::string& text) override {
     return encodeUtf8(wayland.findUntypable(decodeLines(text)));
   }
+  std::vector<Monitor> monitors() override { return wayland.monitors(); }
   std::string sessionEnd() override { return wayland.sessionEnd(); }
 
 private:
@@ -81,6 +82,15 @@ private:
       };
       requireSession();
       deliver(isButton ? InputKind::button : InputKind::keyboard, throughEis, throughPortal);
+    }
+
+    // Returns the monitor that is shared. Coordinates are relative to it.
+    std::vector<Monitor> monitors() {
+      const Size size = display();
+      const StreamFormat format = capture.format();
+      const double scale =
+          size.width > 0 && format.width > 0 ? static_cast<double>(format.width) / size.width : 1.0;
+      return {{portal.streamPlace.mappingId.value_or("shared"), {0, 0, size.width, size.height}, scale}};
     }
 
     std::string sessionEnd() {

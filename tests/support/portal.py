@@ -58,7 +58,7 @@ INTERFACES = {
     'portal.ScreenCast': {'SelectSources': 'o a{sv}', 'OpenPipeWireRemote': 'o a{sv}'},
     'portal.Session': {'Close': ''},
     'portal.Settings': {'ReadAll': 'as'},
-    'impl.portal.PermissionStore': {'Lookup': 's s'},
+    'impl.portal.PermissionStore': {'Lookup': 's s', 'Delete': 's s'},
     'KeyboardLayouts': {'getLayout': ''},
     'ScreenSaver': {'GetActive': ''},
 }
