@@ -10,6 +10,7 @@
 
 #include "keys/text.h"
 #include "wayland/lazy/load.h"
+#include "wayland/portal/portal_clipboard.h"
 #include "wayland/wayland_backend.h"
 
 namespace ostler {
@@ -25,6 +26,7 @@ public:
     return encodeUtf8(wayland.findUntypable(decodeLines(text)));
   }
   std::string sessionEnd() override { return wayland.sessionEnd(); }
+  std::unique_ptr<Clipboard> makeClipboard() override { return wayland.makeClipboard(); }
 
 private:
   // Records what it presses, and can be interrupted before each event.
@@ -32,6 +34,11 @@ private:
   public:
     Recorded(WaylandSession& owner, const PortalPermission& permission)
         : WaylandBackend(permission), session(owner) {}
+
+    std::unique_ptr<Clipboard> makeClipboard() const {
+      if (!portal.hasClipboard) return nullptr;
+      return makePortalClipboard(portal.connection.get(), portal.sessionHandle);
+    }
 
     void requireSession() override {
       throwIfInterrupted();

@@ -39,6 +39,7 @@ import socket
 import sys
 
 import eis_server
+import portal_clipboard
 from gi.repository import Gio, GLib
 
 directory = sys.argv[1]
@@ -56,6 +57,7 @@ INTERFACES = {
         'NotifyPointerMotionAbsolute': 'o a{sv} u d d', 'NotifyPointerButton': 'o a{sv} i u',
         'NotifyPointerAxisDiscrete': 'o a{sv} u i', 'NotifyKeyboardKeysym': 'o a{sv} i u'},
     'portal.ScreenCast': {'SelectSources': 'o a{sv}', 'OpenPipeWireRemote': 'o a{sv}'},
+    'portal.Clipboard': portal_clipboard.METHODS,
     'portal.Session': {'Close': ''},
     'portal.Settings': {'ReadAll': 'as'},
     'impl.portal.PermissionStore': {'Lookup': 's s'},
@@ -110,6 +112,8 @@ def called(_bus, sender, path, interface, method, parameters, invocation):
     end = None
     if method in ('ConnectToEIS', 'OpenPipeWireRemote') and not step.keys() & {'error', 'reply'}:
         end = connect(method, step)
+    if method in portal_clipboard.METHODS and 'error' not in step:
+        end = clipboard.called(method, parameters, script.steps.get('clipboard'))
     script.write_down('%s.%s %s' % (interface.rsplit('.')[-1], method, arguments))
     message = invocation.get_message()
     if 'silent' in step:
@@ -120,8 +124,8 @@ def called(_bus, sender, path, interface, method, parameters, invocation):
         request(message, sender, method, parameters, step)
     elif end is not None:
         descriptors = Gio.UnixFDList.new()
-        descriptors.append(end.fileno())
-        end.close()
+        descriptors.append(end if isinstance(end, int) else end.fileno())
+        os.close(end) if isinstance(end, int) else end.close()
         reply(message, '(handle 0,)', descriptors)
     else:
         reply(message, step.get('reply', REPLIES.get(name, '()')))
@@ -147,6 +151,8 @@ def request(message, sender, method, parameters, step):
         step.setdefault('response', RESPONSES[method].replace("'devices'", "'restore_token': <'%s'>, 'devices'" % token))
     text = step.get('response', RESPONSES[method]).replace('NODE', str(script.steps['node']))
     text = text.replace('SESSION', '/session/%d' % script.calls['CreateSession'])
+    if 'clipboard' in script.steps:
+        text = text.replace("'devices'", "'clipboard_enabled': <true>, 'devices'")
     body = GLib.Variant.parse(None, text, None, None)
     respond = lambda: bus.emit_signal(sender, path, 'org.freedesktop.portal.Request', 'Response', body)
 
@@ -189,11 +195,18 @@ def close_session():
 
 
 GLib.unix_signal_add(GLib.PRIORITY_DEFAULT, signal.SIGUSR1, close_session)
+clipboard = portal_clipboard.Clipboard(
+    lambda name, body: bus.emit_signal(None, desktop, 'org.freedesktop.portal.Clipboard', name, body),
+    lambda text: script.write_down(text))
 with open(os.path.join(directory, 'portal.pid'), 'w') as pid:
     pid.write(str(os.getpid()))
 def act():
     with open(os.path.join(directory, 'eis.json')) as file:
         commands = json.load(file)
+    if isinstance(commands[0], dict):
+        clipboard.act(commands[0])
+        script.write_down('eis acted')
+        return True
     for command, value in commands:
         if command == 'switch':
             bus.emit_signal(None, '/Layouts', 'org.kde.KeyboardLayouts', 'layoutChanged', GLib.Variant('(u)', (value,)))
