@@ -41,7 +41,7 @@ const operations = {
     const loaded = loadSession();
     openSession(loaded, { record: memoryFile, remember: kind === 'wayland' ? remember : undefined, monitors }, send);
     session = loaded;
-    clipboard = new Clipboard(session);
+    clipboard = new Clipboard(session, process.env);
     setInterval(lookAfter, checkInterval);
     return { clipboard: clipboard.kind };
   },

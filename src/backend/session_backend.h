@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -51,6 +52,9 @@ public:
 
   // Returns the clipboard of the session's desktop, or null when only an X server has one.
   virtual std::unique_ptr<Clipboard> makeClipboard() { return nullptr; }
+
+  // Returns the text that KDE's clipboard manager has, or nothing when none runs.
+  virtual std::optional<std::string> readKlipper() { return std::nullopt; }
 
 protected:
   explicit SessionBackend(HeldRecord heldRecord) : record(std::move(heldRecord)) {}

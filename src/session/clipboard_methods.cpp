@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -79,12 +80,26 @@ napi_value keepClipboard(napi_env env, napi_callback_info info) {
   });
 }
 
+// Returns null without Klipper.
+napi_value readKlipper(napi_env env, napi_callback_info) {
+  return guarded(env, undefinedValue(env), [&] {
+    const std::optional<std::string> text = openedSession().readKlipper();
+    return text ? toValue(env, *text) : nullValue(env);
+  });
+}
+
 constexpr Method rows[] = {
-    {"clipboardKind", forward<clipboardKind>},           {"readClipboardText", forward<readClipboardText>},
-    {"readWholeClipboard", forward<readWholeClipboard>}, {"writeClipboard", writeClipboard},
-    {"ownsClipboard", forward<ownsClipboard>},           {"settleClipboard", forward<settleClipboard>},
-    {"waitForReader", forward<waitForReader>},           {"handOverClipboard", forward<handOverClipboard>},
-    {"clipboardOfferedAt", forward<clipboardOfferedAt>}, {"keepClipboard", keepClipboard},
+    {"readKlipper", readKlipper},
+    {"clipboardKind", forward<clipboardKind>},
+    {"readClipboardText", forward<readClipboardText>},
+    {"readWholeClipboard", forward<readWholeClipboard>},
+    {"writeClipboard", writeClipboard},
+    {"ownsClipboard", forward<ownsClipboard>},
+    {"settleClipboard", forward<settleClipboard>},
+    {"waitForReader", forward<waitForReader>},
+    {"handOverClipboard", forward<handOverClipboard>},
+    {"clipboardOfferedAt", forward<clipboardOfferedAt>},
+    {"keepClipboard", keepClipboard},
 };
 
 }  // namespace

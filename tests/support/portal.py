@@ -25,8 +25,9 @@
 #
 # SIGUSR1 closes the session, as the user can. SIGUSR2 makes the EIS server do what
 # DIRECTORY/eis.json says (see Channel.act). A script with "getLayout" makes this process
-# KDE's keyboard service as well, for which the command "switch" reports a layout, and one with "GetActive" the service that locks the screen: the
-# command "lock" then does it.
+# KDE's keyboard service as well, for which the command "switch" reports a layout, one with
+# "getClipboardContents" its clipboard manager, and one with "GetActive" the service that locks the
+# screen: the command "lock" then does it.
 #
 # DIRECTORY/record gets a line for each call, "Interface.Method ARGUMENTS", and the lines of the
 # EIS server. Tokens are recorded as #1, #2... in order of appearance. A new script resets all
@@ -49,7 +50,7 @@ locker = '/org/freedesktop/ScreenSaver'
 bus = Gio.bus_get_sync(Gio.BusType.SESSION)
 kept = []  # keeps EIS channels from being garbage-collected
 
-full = lambda name: 'org.%s.%s' % ('kde' if name == 'KeyboardLayouts' else 'freedesktop', name)
+full = lambda name: 'org.%s.%s' % ('kde' if name in ('KeyboardLayouts', 'klipper.klipper') else 'freedesktop', name)
 INTERFACES = {
     'DBus.Properties': {'Get': 's s'},
     'portal.RemoteDesktop': {
@@ -63,6 +64,7 @@ INTERFACES = {
     'impl.portal.PermissionStore': {'Lookup': 's s'},
     'KeyboardLayouts': {'getLayout': ''},
     'ScreenSaver': {'GetActive': ''},
+    'klipper.klipper': {'getClipboardContents': ''},
 }
 XML = '<node>%s</node>' % ''.join('<interface name="%s">%s</interface>' % (full(name), ''.join(
     '<method name="%s">%s</method>' % (method, ''.join('<arg type="%s" direction="in"/>' % t for t in types.split()))
@@ -218,7 +220,7 @@ def act():
 
 GLib.unix_signal_add(GLib.PRIORITY_DEFAULT, signal.SIGUSR2, act)
 permissions = '/org/freedesktop/impl/portal/PermissionStore'
-for served in [desktop, '/Layouts', locker, permissions, *('/session/%d' % number for number in range(1, 20))]:
+for served in [desktop, '/Layouts', locker, '/klipper', permissions, *('/session/%d' % number for number in range(1, 20))]:
     for interface in Gio.DBusNodeInfo.new_for_xml(XML).interfaces:
         bus.register_object(served, interface, called, None, None)
 for name in ['org.freedesktop.impl.portal.PermissionStore', 'org.freedesktop.portal.Desktop']:
@@ -227,4 +229,6 @@ if 'getLayout' in script.steps:
     Gio.bus_own_name_on_connection(bus, 'org.kde.keyboard', Gio.BusNameOwnerFlags.NONE, None, None)
 if 'GetActive' in script.steps:
     Gio.bus_own_name_on_connection(bus, 'org.freedesktop.ScreenSaver', Gio.BusNameOwnerFlags.NONE, None, None)
+if 'getClipboardContents' in script.steps:
+    Gio.bus_own_name_on_connection(bus, 'org.kde.klipper', Gio.BusNameOwnerFlags.NONE, None, None)
 GLib.MainLoop().run()
