@@ -3,8 +3,8 @@
 
 const { startKeep } = require('../keep/start');
 const { packText, textIn } = require('../shared/clipboard_content');
-const { sessionKind } = require('../shared/session_kind');
-const { findDesktopClipboard, needsDesktopClipboard } = require('./desktop_clipboard');
+const { needsDesktopClipboard, sessionKind } = require('../shared/session_kind');
+const { findDesktopClipboard } = require('./desktop_clipboard');
 
 const missing = {
   server: 'There is no clipboard: the desktop portal offers none in this session, and there is no X server. '

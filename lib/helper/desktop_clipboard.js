@@ -88,7 +88,4 @@ function findDesktopClipboard(session) {
   return session.readKlipper() === null ? undefined : new Klipper(session);
 }
 
-// Returns whether an X11 client cannot read what other programs have copied.
-const needsDesktopClipboard = ({ XDG_CURRENT_DESKTOP = '' }) => XDG_CURRENT_DESKTOP.split(':').includes('KDE');
-
-module.exports = { findDesktopClipboard, needsDesktopClipboard };
+module.exports = { findDesktopClipboard };

@@ -44,6 +44,11 @@ void ReaderWatch::lose() {
   changed.notify_all();
 }
 
+void ReaderWatch::regain() {
+  const MutexLock lock(mutex);
+  isLost = false;
+}
+
 void ReaderWatch::restart() {
   const MutexLock lock(mutex);
   ended = 0;

@@ -18,7 +18,8 @@ public:
   void begin(bool byTarget);  // byTarget: the reader certainly has the keyboard
   void progress();
   void end(bool isComplete);
-  void lose();  // another program has copied something
+  void lose();    // another program has copied something
+  void regain();  // that was before this content was offered
 
   // Forgets all reads. Call this before a new content is offered.
   void restart();

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
+#include <optional>
 #include <stdexcept>
 #include <thread>
 #include <utility>
@@ -36,12 +37,15 @@ constexpr int callLimit = 5000;  // ms
 constexpr auto limitForPiece = 2s;
 constexpr auto limitForAll = 5s;
 constexpr auto limitForOwnership = 500ms;
-constexpr auto limitForKeeping = 300ms;
+constexpr auto limitForKeeping = 500ms;
 constexpr int pauseMilliseconds = 10;  // between two looks for an interruption
 constexpr std::size_t mostTypes = 64;
 
 // The names under which a text is offered and read, the best first.
 constexpr std::array<const char*, 3> textNames = {textType, "UTF8_STRING", "text/plain"};
+
+// What is tried while the portal has not told the types of what was copied before the session.
+const std::vector<std::string> likelyTypes = {textType, "text/plain", "image/png"};
 
 using Types = std::vector<std::string>;
 
@@ -102,7 +106,10 @@ public:
     {
       const MutexLock lock(mutex);
       if (isOwner && content != nullptr) return *content;
-      types = offeredTypes;
+      if (offeredTypes)
+        types = *offeredTypes;
+      else
+        types = likelyTypes;
     }
     const Clock::time_point deadline = Clock::now() + limitForAll;
     ClipboardContent result;
@@ -200,7 +207,7 @@ private:
     if (session != handle) return;
     gboolean isOurs = FALSE;
     g_variant_lookup(options.get(), "session_is_owner", "b", &isOurs);
-    if (isOurs == FALSE) watch.lose();
+    isOurs != FALSE ? watch.regain() : watch.lose();
     const MutexLock lock(mutex);
     offeredTypes = readTypes(options.get());
     isOwner = isOurs != FALSE;
@@ -281,7 +288,7 @@ private:
   Mutex mutex;
   std::condition_variable changed;
   std::shared_ptr<const ClipboardContent> content OSTLER_GUARDED_BY(mutex);
-  Types offeredTypes OSTLER_GUARDED_BY(mutex);
+  std::optional<Types> offeredTypes OSTLER_GUARDED_BY(mutex);
   bool isOwner OSTLER_GUARDED_BY(mutex) = false;
 
   std::atomic<bool> isEnding{false};
