@@ -80,7 +80,10 @@ export interface Monitor {
 export interface PasteOptions extends CallOptions {
   /** The key combination that pastes. Defaults to "ctrl+v". Most terminals need "ctrl+shift+v". */
   combo?: string;
-  /** Milliseconds to wait before the old text of the clipboard is restored. Defaults to 500. */
+  /**
+   * Milliseconds to wait for a program that reads the text. Defaults to 5000. What the user had copied is restored
+   * as soon as the text has been read, so this delays only a paste that fails.
+   */
   restoreAfter?: number;
 }
 
@@ -180,10 +183,11 @@ export interface Desktop extends Promised<Omit<Ostler, 'click' | 'lock' | 'mouse
   write(text: string, options?: WriteOptions): Promise<void>;
 
   /**
-   * Pastes a text: sets the clipboard, presses `combo`, and restores the old text of the clipboard. Other
-   * content of the clipboard is lost. Resolves when the old text is restored.
+   * Pastes a text: sets the clipboard, presses `combo`, waits until a program has read the text, and restores what
+   * the user had copied, a picture or any other content up to 16 MiB too. Resolves when that is restored.
    *
-   * @throws RangeError when the text is longer than 4 MiB, Error when the clipboard does not take it.
+   * @throws RangeError when the text is longer than 4 MiB, Error when no program reads it within `restoreAfter`, when
+   * another program copies something meanwhile, or when there is no clipboard.
    */
   paste(text: string, options?: PasteOptions): Promise<void>;
 
@@ -214,6 +218,9 @@ export interface Desktop extends Promised<Omit<Ostler, 'click' | 'lock' | 'mouse
    * that no monitor shows is black in pictures, and the pointer cannot be moved there.
    */
   monitors(options?: CallOptions): Promise<Monitor[]>;
+
+  /** How this session reaches the clipboard. With "none", the calls that need one reject and say what is missing. */
+  readonly clipboard: 'portal' | 'klipper' | 'data-control' | 'x11' | 'none';
 
   /** Resolves when the desktop has ended, whatever the reason. Never rejects. */
   readonly closed: Promise<DesktopEnd>;

@@ -74,8 +74,10 @@ class Desktop {
       const remember = await limit.race(permission.load());
       desktop = new Desktop({ env, timeout });
       permission.follow(desktop.#helper);
-      await limit.race(desktop.#helper.request('open', remember).then(() => permission.saved()));
+      const { clipboard } = await limit.race(desktop.#helper.request('open', remember));
+      await limit.race(permission.saved());
       desktop.remembered = permission.remembered;
+      desktop.clipboard = clipboard;
       return desktop;
     } catch (error) {
       await desktop?.#stop({ reason: limit.error ? 'aborted' : 'closed' }, 0);
@@ -116,7 +118,7 @@ class Desktop {
     const { combo, restoreAfter, ...options } = checkCallOptions(given);
     const checked = {
       combo: optional(checkText, 'ctrl+v')(combo, 'combo'),
-      restoreAfter: optional(duration, 500)(restoreAfter, 'restoreAfter'),
+      restoreAfter: optional(duration, 5000)(restoreAfter, 'restoreAfter'),
     };
     checkText(text, 'text');
     return this.#perform(options, (calls) => paste(text, checked, calls));

@@ -10,6 +10,8 @@
 
 #include "keys/text.h"
 #include "wayland/lazy/load.h"
+#include "wayland/portal/klipper.h"
+#include "wayland/portal/portal_clipboard.h"
 #include "wayland/wayland_backend.h"
 
 namespace ostler {
@@ -26,6 +28,8 @@ public:
   }
   std::vector<Monitor> monitors() override { return wayland.monitors(); }
   std::string sessionEnd() override { return wayland.sessionEnd(); }
+  std::unique_ptr<Clipboard> makeClipboard() override { return wayland.makeClipboard(); }
+  std::optional<std::string> readKlipper() override { return wayland.klipperText(); }
 
 private:
   // Records what it presses, and can be interrupted before each event.
@@ -33,6 +37,12 @@ private:
   public:
     Recorded(WaylandSession& owner, const PortalPermission& permission)
         : WaylandBackend(permission), session(owner) {}
+
+    std::optional<std::string> klipperText() const { return ostler::readKlipper(portal.connection.get()); }
+    std::unique_ptr<Clipboard> makeClipboard() const {
+      if (!portal.hasClipboard) return nullptr;
+      return makePortalClipboard(portal.connection.get(), portal.sessionHandle);
+    }
 
     void requireSession() override {
       throwIfInterrupted();

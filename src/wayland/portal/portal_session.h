@@ -49,6 +49,7 @@ public:
   std::uint32_t nodeId = 0;          // of the stream, in PipeWire
   std::optional<Size> logicalSize;   // of the stream, if the portal reports it
   StreamPlace streamPlace;
+  bool hasClipboard = false;  // the user has granted it
 
 private:
   explicit PortalSession(BusConnection bus);
