@@ -5,7 +5,7 @@
 
 const fs = require('node:fs');
 const net = require('node:net');
-const { workerData: { kind, memoryFile, runningCall } } = require('node:worker_threads');
+const { parentPort, workerData: { kind, memoryFile, runningCall } } = require('node:worker_threads');
 const { startRelease } = require('../release/start');
 const { isAnythingLeft } = require('../shared/memory_file');
 const { loadSession } = require('../shared/session_module');
@@ -36,3 +36,5 @@ pipe.on('error', () => {}).on('data', (data) => {
   session.interrupt(runningCall[0]);
   setTimeout(kill, patience);
 });
+
+parentPort.postMessage('ready');

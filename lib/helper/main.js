@@ -2,6 +2,7 @@
 // Runs in the helper process of a desktop: loads the session module and makes the calls that the
 // host requests, one at a time. Exits when the channel to the host closes.
 
+const { once } = require('node:events');
 const path = require('node:path');
 const { Worker } = require('node:worker_threads');
 const { openSession } = require('./open');
@@ -35,14 +36,17 @@ function lookAfter() {
 }
 
 const operations = {
-  open(remember, monitors) {
+  async open(remember, monitors) {
     const guard = new Worker(path.join(__dirname, 'guard.js'), { workerData: { kind, memoryFile, runningCall } });
     guard.unref();
+    const guarded = once(guard, 'message');
+    guarded.catch(() => {});  // the main thread may fail first, for the same reason
     const loaded = loadSession();
     openSession(loaded, { record: memoryFile, remember: kind === 'wayland' ? remember : undefined, monitors }, send);
     session = loaded;
     clipboard = new Clipboard(session, process.env);
     setInterval(lookAfter, checkInterval);
+    await guarded;  // from now on calls can be interrupted
     return { clipboard: clipboard.kind };
   },
   screenshot(...args) {
@@ -60,11 +64,11 @@ const operations = {
   },
 };
 
-process.on('message', ({ call, method, args }) => {
+process.on('message', async ({ call, method, args }) => {
   runningCall[0] = call;
   session?.startCall(call);
   try {
-    send({ value: (operations[method] ?? session[method])(...args) });
+    send({ value: await (operations[method] ?? session[method])(...args) });
   } catch (error) {
     const message = error.cause ? `${error.message} ${error.cause.message}` : error.message;
     send({ error: message, ended: session?.sessionEnd() || undefined });
