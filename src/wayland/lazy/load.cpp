@@ -22,6 +22,10 @@ OSTLER_PIPEWIRE_FUNCTIONS(DEFINE)
 OSTLER_LIBEI_FUNCTIONS(DEFINE)
 OSTLER_XKBCOMMON_FUNCTIONS(DEFINE)
 
+EiPing* (*newEiPing)(ei*) = nullptr;
+void (*sendEiPing)(EiPing*) = nullptr;
+EiPing* (*unrefEiPing)(EiPing*) = nullptr;
+
 namespace {
 
 struct LazyFunction {
@@ -33,6 +37,9 @@ struct LazyFunction {
 constexpr LazyFunction glibFunctions[] = {OSTLER_GLIB_FUNCTIONS(ROW)};
 constexpr LazyFunction pipeWireFunctions[] = {OSTLER_PIPEWIRE_FUNCTIONS(ROW)};
 constexpr LazyFunction libeiFunctions[] = {OSTLER_LIBEI_FUNCTIONS(ROW)};
+constexpr LazyFunction libeiPingFunctions[] = {{"ei_new_ping", static_cast<void*>(&newEiPing)},
+                                               {"ei_ping", static_cast<void*>(&sendEiPing)},
+                                               {"ei_ping_unref", static_cast<void*>(&unrefEiPing)}};
 constexpr LazyFunction xkbcommonFunctions[] = {OSTLER_XKBCOMMON_FUNCTIONS(ROW)};
 
 bool libeiLoaded = false;
@@ -67,6 +74,7 @@ void loadWaylandLibraries() {
   require("libgio-2.0.so.0", glibFunctions);  // which needs GLib and GObject
   require("libpipewire-0.3.so.0", pipeWireFunctions);
   libeiLoaded = !load("libei.so.1", libeiFunctions);
+  if (libeiLoaded && load("libei.so.1", libeiPingFunctions)) newEiPing = nullptr;
   xkbcommonLoaded = !load("libxkbcommon.so.0", xkbcommonFunctions);
 }
 
