@@ -1,7 +1,8 @@
 'use strict';
+// Runs in the host.
 
-const { Desktop } = require('./desktop');
-const { AbortError, DesktopClosedError } = require('./errors');
+const { Desktop } = require('./host/desktop');
+const { AbortError, DesktopClosedError } = require('./host/errors');
 
 const openDesktop = (options) => Desktop.open(options);
 

@@ -5,8 +5,7 @@
 
 const fs = require('node:fs');
 const path = require('node:path');
-const { setClipboardAndWait } = require('../paste');
-const { sleep } = require('../wait');
+const { sleep } = require('../host/wait');
 const { UsageError, number, numbers, oneOf } = require('./arguments');
 
 const text = { type: 'string' };
@@ -72,6 +71,18 @@ const commands = {
       await desktop.type(typed === '-' ? await readInput() : typed);
     },
   },
+  write: {
+    usage: 'TEXT|- [--paste auto|never|always] [--delay MS]',
+    about: 'types a text exactly, and pastes what cannot be typed, or fails before the first key',
+    words: [1, 1],
+    options: { paste: text, delay: text },
+    read: ([written], { paste = 'auto', delay = '5' }) => ({
+      written, options: { paste: oneOf(paste, ['auto', 'never', 'always'], '--paste'), delay: number(delay, 'MS') },
+    }),
+    async run(desktop, { written, options }, { readInput }) {
+      await desktop.write(written === '-' ? await readInput() : written, options);
+    },
+  },
   key: {
     usage: 'COMBO...',
     about: 'presses key combinations such as ctrl+shift+t, one after the other',
@@ -90,7 +101,7 @@ const commands = {
         const data = await desktop.getClipboard();
         return { text: data, data: { text: data } };
       }
-      await setClipboardAndWait(wanted, { request: (method, ...args) => desktop[method](...args), pause: sleep });
+      await desktop.setClipboard(wanted);
     },
   },
   cursor: {

@@ -1,23 +1,28 @@
 'use strict';
 
-const { spawnSync } = require('node:child_process');
 const fs = require('node:fs');
 const path = require('node:path');
+const { installing } = require('../../load');
 const { openDesktop } = require('../promises');
-const { compositorSocket, sessionKind } = require('../session');
+const { describeMissing, whatWorks } = require('../shared/remote_control');
+const { compositorSocket, sessionKind } = require('../shared/session_kind');
+const { loadSession } = require('../shared/session_module');
+const { callBus } = require('./bus');
+const { examineWayland, examineX11 } = require('./clipboard');
+const { checkPermission } = require('./permission');
 
-const waylandLibraries = {
-  'libglib-2.0.so.0': 'libglib2.0-0', 'libgobject-2.0.so.0': 'libglib2.0-0', 'libgio-2.0.so.0': 'libglib2.0-0',
-  'libpipewire-0.3.so.0': 'libpipewire-0.3-0', 'libei.so.1': 'libei1',
-};
+// The libraries that are loaded when a Wayland session opens. Without libei, input goes through
+// the portal, and without libxkbcommon it uses the keys of a US keyboard.
+const waylandLibraries = ['libglib-2.0.so.0', 'libgobject-2.0.so.0', 'libgio-2.0.so.0', 'libpipewire-0.3.so.0'];
+const optionalLibraries = ['libei.so.1', 'libxkbcommon.so.0'];
 
-// Returns whether the dynamic linker finds a library. Node rejects every library that is not
-// an addon, but with a different message when the library is not found.
+// Returns whether the dynamic linker can load a library. Node rejects every library that is not
+// an addon, but only the linker's messages begin with the name of a library.
 function isLoadable(library) {
   try {
     process.dlopen({ exports: {} }, library);
   } catch (error) {
-    return !error.message.includes('cannot open shared object file');
+    return !/\.so[.\d]*: /.test(error.message);
   }
   return true;
 }
@@ -32,44 +37,51 @@ const isProgram = (name) => (process.env.PATH ?? '').split(':').some((directory)
 });
 
 function portalVersion(name) {
-  const service = 'org.freedesktop.portal.Desktop', object = '/org/freedesktop/portal/desktop';
-  const get = 'org.freedesktop.DBus.Properties.Get', property = [`org.freedesktop.portal.${name}`, 'version'];
-  for (const [program, ...args] of [
-    ['gdbus', 'call', '--session', '--dest', service, '--object-path', object, '--method', get, ...property],
-    ['dbus-send', '--session', '--print-reply=literal', `--dest=${service}`, object, get,
-      ...property.map((value) => `string:${value}`)],
-  ]) {
-    const { status, stdout } = spawnSync(program, args, { encoding: 'utf8', timeout: 5000 });
-    if (status === 0) return /uint32 (\d+)/.exec(stdout)?.[1];
-  }
-  return undefined;
+  const { reply = '' } = callBus('org.freedesktop.portal.Desktop', '/org/freedesktop/portal/desktop',
+    'org.freedesktop.DBus.Properties.Get', `org.freedesktop.portal.${name}`, 'version');
+  return /uint32 (\d+)/.exec(reply)?.[1];
 }
 
 // Makes the result of a check. Only a failed check has a `remedy`.
 const check = (name, ok, detail, remedy) => ({ name, ok, detail, ...(ok ? {} : { remedy }) });
 
-const checkFound = (name, found, debian) => check(name, found, found ? 'found' : 'not found', `install ${debian}`);
+const checkFound = (name, found, remedy) => check(name, found, found ? 'found' : 'not found', remedy);
+
+function checkModule(name, load) {
+  try {
+    load();
+    return check(name, true, 'loads');
+  } catch (error) {
+    return check(name, false, error.cause?.message ?? '', error.message);
+  }
+}
+
+const checkClipboard = ({ ok, detail, remedy }) => check('clipboard', ok, detail, remedy);
 
 async function checkX11() {
   try {
     const desktop = await openDesktop({ signal: AbortSignal.timeout(10000) });
     const { width, height } = await desktop.display();
+    const clipboard = await examineX11(desktop);
     await desktop.close();
-    return check('X server', true, `${process.env.DISPLAY}, ${width}x${height}`);
+    return [check('X server', true, `${process.env.DISPLAY}, ${width}x${height}`), checkClipboard(clipboard)];
   } catch (error) {
-    return check('X server', false, error.message, 'set DISPLAY, and XAUTHORITY if the server requires it');
+    return [check('X server', false, error.message, 'set DISPLAY, and XAUTHORITY if the server requires it')];
   }
 }
 
 function checkWayland() {
+  const versions = { RemoteDesktop: portalVersion('RemoteDesktop'), ScreenCast: portalVersion('ScreenCast') };
   const portals = [['RemoteDesktop', 'input'], ['ScreenCast', 'pictures']].map(([name, what]) => {
-    const version = portalVersion(name);
+    const version = versions[name];
     return check(`portal ${name}`, version !== undefined, version ? `version ${version}` : 'does not answer',
       `for ${what}: install xdg-desktop-portal and the backend of the desktop, such as xdg-desktop-portal-gnome`);
   });
-  const libraries = Object.entries(waylandLibraries).map(
-    ([library, debian]) => checkFound(library, isLoadable(library), debian));
-  return [...libraries, ...portals];
+  if (versions.RemoteDesktop) portals.push(checkPermission(versions.RemoteDesktop, process.env));
+  else if (versions.ScreenCast) portals[0] = check(portals[0].name, false, describeMissing(process.env), whatWorks);
+  const libraries = [...waylandLibraries, ...optionalLibraries].map(
+    (library) => checkFound(library, isLoadable(library), installing(library)));
+  return [...libraries, ...portals, checkClipboard(examineWayland(process.env, { portalVersion, isProgram }))];
 }
 
 // Checks what a session needs. Opens no session on Wayland, so that no dialog appears.
@@ -78,28 +90,22 @@ async function examine() {
   const session = check('session', kind !== 'none', kind === 'wayland' ?
     `Wayland, ${compositorSocket(process.env) ?? process.env.WAYLAND_DISPLAY ?? 'by XDG_SESSION_TYPE'}` :
     kind === 'x11' ? 'X11' : 'none', 'run this in an X11 or Wayland session');
-  let addon;
-  try {
-    require('../..');
-    addon = check('addon', true, 'loads');
-  } catch (error) {
-    addon = check('addon', false, `${error.message} ${error.cause?.message ?? ''}`.trim(),
-      'install libx11-6 libxcb1 libxtst6 libjpeg62-turbo (Ubuntu: libjpeg-turbo8) libpng16-16');
-  }
-  const xclip = checkFound('xclip', isProgram('xclip'), 'xclip');
-  const backend = !addon.ok ? [] : kind === 'x11' ? [await checkX11()] : kind === 'wayland' ? checkWayland() : [];
+  const modules = [checkModule('addon', () => require('../..')), checkModule('session.node', loadSession)];
+  const loads = modules.every(({ ok }) => ok);
+  const xclip = checkFound('xclip', isProgram('xclip'), 'install xclip, for setClipboard of the addon');
+  const backend = !loads ? [] : kind === 'x11' ? await checkX11() : kind === 'wayland' ? checkWayland() : [];
 
   const display = Boolean(process.env.DISPLAY);
   const xwayland = kind === 'wayland' ? [check('Xwayland', display, process.env.DISPLAY ?? 'no DISPLAY',
-    'for the clipboard, which is that of X11: start Xwayland and set DISPLAY')] : [];
-  const checks = [session, addon, ...backend, ...xwayland, xclip];
-  // Without libei, input goes through the methods of the portal.
-  const opens = kind !== 'none' && addon.ok && backend.every(({ ok, name }) => ok || name === 'libei.so.1');
+    'for the clipboard of the addon: start Xwayland and set DISPLAY')] : [];
+  const checks = [session, ...modules, ...backend, ...xwayland, xclip];
+  const opens = kind !== 'none' && loads && backend.every(({ ok, name }) => ok || [...optionalLibraries, 'clipboard'].includes(name));
+  const hasClipboard = backend.some(({ ok, name }) => ok && name === 'clipboard');
   return {
     checks,
     works: {
-      'input and screenshots': opens, 'reading the clipboard': addon.ok && display,
-      'writing the clipboard and paste': addon.ok && display && xclip.ok,
+      'input and screenshots': opens, 'reading the clipboard': hasClipboard,
+      'writing the clipboard and paste': hasClipboard,
       'stopping with Escape': opens && kind === 'x11',
     },
   };

@@ -4,16 +4,22 @@ const fs = require('node:fs');
 const readline = require('node:readline');
 const { parseArgs } = require('node:util');
 const { version } = require('../../package.json');
-const { openDesktop } = require('../promises');
 const { UsageError, splitLine } = require('./arguments');
 const { commands } = require('./commands');
 const { doctor } = require('./doctor');
+const { forget, readName } = require('./forget');
+const { openFor } = require('./open');
 
 const exitCodes = { refused: 1, usage: 2 };
 
+const json = { json: { type: 'boolean' } };
+
+// `report` is that of a command which opens no session.
 const others = {
   doctor: { usage: '[--json]', about: 'says what works in this session and what to install', words: [0, 0],
-    options: { json: { type: 'boolean' } } },
+    options: json, report: doctor },
+  forget: { usage: '[NAME] [--json]', about: 'revokes the permission that is kept under NAME, or that of this command',
+    words: [0, 1], options: json, read: readName, report: forget },
   run: { usage: '[FILE]', about: 'runs the commands in FILE or stdin, one per line, in one session', words: [0, 1] },
 };
 const all = { ...commands, ...others };
@@ -26,6 +32,7 @@ function help() {
   return [
     'Controls the desktop of this session.', '', ...Object.keys(all).map(helpOf), '',
     'Every command takes --help and --version.',
+    'A Wayland desktop asks for permission at the first start. --ask asks again, and keeps nothing.',
     'Exit codes: 0 for success, 1 when the desktop refuses, 2 for wrong usage.',
   ].join('\n');
 }
@@ -43,7 +50,7 @@ function parse(name, words) {
   try {
     parsed = parseArgs({
       args: guardNumbers(words), allowPositionals: true,
-      options: { ...command.options, help: boolean, version: boolean },
+      options: { ...command.options, ...(!command.report && { ask: boolean }), help: boolean, version: boolean },
     });
   } catch (error) {
     throw new UsageError(error.message);
@@ -74,7 +81,7 @@ async function execute({ command, options, values }, desktop, input) {
 }
 
 // Runs the lines of a script in one session, which is opened for the first command.
-async function runScript([file]) {
+async function runScript([file], options) {
   const lines = readline.createInterface({ input: file ? fs.createReadStream(file) : process.stdin });
   const noInput = () => { throw new UsageError('a script cannot read stdin with "-"'); };
   let desktop, count = 0;
@@ -87,8 +94,10 @@ async function runScript([file]) {
         throw new UsageError(`there is no command "${name}" in a script`);
       }
       const parsed = parse(name, words);
-      if (!parsed.command) throw new UsageError('--help and --version cannot be used in a script');
-      desktop ??= await openDesktop();
+      if (!parsed.command || parsed.options.ask) {
+        throw new UsageError('--help, --version and --ask cannot be used in a script');
+      }
+      desktop ??= await openFor(options);
       await execute(parsed, desktop, noInput);
     }
   } catch (error) {
@@ -104,14 +113,14 @@ async function runCommand(name, words) {
   const { options } = parsed;
   if (options.help) return print({ text: helpOf(name) });
   if (options.version) return print({ text: version });
-  if (name === 'run') return runScript(parsed.values);
-  if (name === 'doctor') {
-    const report = await doctor();
+  if (name === 'run') return runScript(parsed.values, options);
+  if (parsed.command.report) {
+    const report = await parsed.command.report(parsed.values);
     print(report, options);
     if (report.failed) process.exitCode = exitCodes.refused;
     return undefined;
   }
-  const desktop = await openDesktop();
+  const desktop = await openFor(options);
   try {
     await execute(parsed, desktop, readInput);
   } finally {

@@ -1,6 +1,7 @@
 #!/bin/sh
-# Checks both prebuilt addons: that they exist, need only the libraries that the README names
-# and an old glibc, and export the right symbols. npm runs this before it packs or publishes.
+# Checks the prebuilt modules of both architectures: that they exist, need only the libraries that
+# the README names and an old glibc, and export the right symbols. npm runs this before it packs or
+# publishes.
 set -eu
 cd "$(dirname "$0")/../.."
 
@@ -18,10 +19,10 @@ only() {
   [ -z "$others" ] || complain "$2 $(echo $others)"
 }
 
-for target in x64 arm64; do
-  set -- "$target"
+# check x64|arm64 MODULE NUMBER_OF_DRIVER_FUNCTIONS
+check() {
   . scripts/package/target.sh
-  file=prebuilds/linux-$target/ostler.node
+  file=prebuilds/linux-$1/$2.node
   [ -e "$file" ] || complain 'is missing: run "npm run package"'
   readelf -hW "$file" | grep -q "Machine:.*$machine" || complain "is not for $machine"
   size=$(wc -c <"$file")
@@ -39,6 +40,11 @@ for target in x64 arm64; do
 
   exports=$(echo "$symbols" | sed -n 's/^[0-9]* //p')
   echo "$exports" | only '_Z[0-9]+driver.*|napi_register_module_v1|node_api_module_get_api_version_v1' 'exports'
-  [ "$(echo "$exports" | wc -l)" -eq 31 ] || complain "exports $(echo "$exports" | wc -l) symbols, not 31"
+  [ "$(echo "$exports" | wc -l)" -eq $(($3 + 2)) ] || complain "exports $(echo "$exports" | wc -l) symbols, not $(($3 + 2))"
   echo "ostler: $file: $size bytes, glibc $newest"
+}
+
+for target in x64 arm64; do
+  check $target ostler 29
+  check $target session 0
 done

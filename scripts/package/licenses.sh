@@ -1,5 +1,5 @@
 #!/bin/sh
-# Collects the licences of the code that is linked into the addon in prebuilds/LICENSES.txt.
+# Collects the licences of the code that is linked into the modules in prebuilds/LICENSES.txt.
 set -eu
 cd "$(dirname "$0")/../.."
 . scripts/package/target.sh
@@ -13,7 +13,7 @@ license() {
   echo
 }
 {
-  echo 'The prebuilt addons contain parts of the following libraries.'
+  echo 'The prebuilt modules contain parts of the following libraries.'
   echo
   license libjpeg-turbo "$sources/libjpeg-turbo/LICENSE.md" "$sources/libjpeg-turbo/README.ijg"
   license libpng "$sources/libpng/LICENSE"

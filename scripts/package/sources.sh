@@ -1,5 +1,5 @@
 #!/bin/sh
-# Fetches and unpacks the sources of the codecs that are linked into the addon, in
+# Fetches and unpacks the sources of the codecs that are linked into the modules, in
 # build-package/sources. This file pins their versions: each update of a codec, including
 # security updates, needs a release of this package (docs/releasing.md).
 set -eu

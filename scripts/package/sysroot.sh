@@ -1,9 +1,9 @@
 #!/bin/sh
-# Unpacks the headers and libraries with which the addon is built: sysroot.sh x64|arm64
+# Unpacks the headers and libraries with which the modules are built: sysroot.sh x64|arm64
 #
-# Debian 11's C and C++ libraries decide the oldest glibc that the addon runs on.
+# Debian 11's C and C++ libraries decide the oldest glibc that the modules run on.
 # Of GLib, PipeWire, libei and libxkbcommon only the headers are used, from releases that have
-# all functions which the addon calls; these libraries are loaded at run time.
+# all functions which the modules call; these libraries are loaded at run time.
 set -eu
 cd "$(dirname "$0")/../.."
 . scripts/package/target.sh

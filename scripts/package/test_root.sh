@@ -1,6 +1,6 @@
 #!/bin/sh
-# Unpacks Debian 11, the oldest system that the package supports, with only what the addon and
-# its test need: test_root.sh x64|arm64. For arm64 these are only libraries, for programs that
+# Unpacks Debian 11, the oldest system that the package supports, with only what the modules and
+# their test need: test_root.sh x64|arm64. For arm64 these are only libraries, for programs that
 # qemu runs.
 set -eu
 cd "$(dirname "$0")/../.."

@@ -1,5 +1,5 @@
 # Selects clang and lld for one of our two architectures. The caller sets
-# CMAKE_SYSTEM_PROCESSOR and CMAKE_SYSROOT. The flags apply to the codecs and to the addon.
+# CMAKE_SYSTEM_PROCESSOR and CMAKE_SYSROOT. The flags apply to the codecs and to the modules.
 set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES CMAKE_SYSTEM_PROCESSOR CMAKE_SYSROOT)
 set(CMAKE_SYSTEM_NAME Linux)
 set(triplet ${CMAKE_SYSTEM_PROCESSOR}-linux-gnu)
@@ -15,8 +15,9 @@ set(flags "-fvisibility=hidden -ffunction-sections -fdata-sections")
 set(CMAKE_C_FLAGS_INIT "${flags}")
 set(CMAKE_CXX_FLAGS_INIT "${flags}")
 set(CMAKE_EXE_LINKER_FLAGS_INIT "-fuse-ld=lld")
+# Folding merges the large tables that three files of libjpeg-turbo have copies of.
 set(CMAKE_MODULE_LINKER_FLAGS_INIT
-  "-fuse-ld=lld -static-libstdc++ -static-libgcc -Wl,--gc-sections -Wl,--as-needed -Wl,--strip-all")
+  "-fuse-ld=lld -static-libstdc++ -static-libgcc -Wl,--gc-sections -Wl,--icf=safe -Wl,--as-needed -Wl,--strip-all")
 
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)

@@ -43,6 +43,13 @@ inline std::int32_t read(napi_env env, napi_value value) {
 }
 
 template <>
+inline bool read(napi_env env, napi_value value) {
+  bool result = false;
+  napi_get_value_bool(env, value, &result);
+  return result;
+}
+
+template <>
 inline std::string read(napi_env env, napi_value value) {
   return readString(env, value);
 }

@@ -2,7 +2,7 @@
 #include <type_traits>
 
 #include "addon/call_frame.h"
-#include "addon/methods.h"
+#include "addon/special_methods.h"
 #include "base/annotated_mutex.h"
 #include "base/owner.h"
 #include "driver/driver.h"

@@ -1,12 +1,19 @@
 #pragma once
 
+#include <span>
+
 #include <node_api.h>
 
 namespace ostler {
 
-// These callbacks cannot be made from the signature of a driver function.
+struct Method {
+  const char* name;
+  napi_callback callback;
+};
 
-napi_value screenshot(napi_env env, napi_callback_info info);
-napi_value lock(napi_env env, napi_callback_info info);
+// The 29 methods of the driver functions.
+extern const std::span<const Method> driverMethods;
+
+void registerMethods(napi_env env, napi_value exports, std::span<const Method> methods);
 
 }  // namespace ostler

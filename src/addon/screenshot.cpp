@@ -1,5 +1,5 @@
 #include "addon/call_frame.h"
-#include "addon/methods.h"
+#include "addon/special_methods.h"
 #include "driver/driver.h"
 
 namespace ostler {

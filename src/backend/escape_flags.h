@@ -9,6 +9,9 @@ namespace ostler {
 // clears it. Typing stops when it is set.
 inline std::atomic<bool> escapePressed{false};
 
+// Why an operation that cannot end early without an error was stopped.
+inline constexpr char stoppedByUser[] = "The user has pressed Escape.";
+
 // This is true while the X11 key operation sends Escape, which must not stop typing.
 inline std::atomic<bool> syntheticEscapeActive{false};
 

@@ -1,6 +1,5 @@
 #include "driver/selection.h"
 
-#include <cstdlib>
 #include <memory>
 #include <stdexcept>
 
@@ -13,16 +12,15 @@ namespace ostler {
 namespace {
 
 std::unique_ptr<Backend> selectBackend() {
-  const std::string kind = detectSessionKind();
-  if (kind == "wayland") return makeWaylandBackend();
-  if (kind == "unknown" && std::getenv("DISPLAY") == nullptr) {
-    return makeUnsupportedBackend(
-        "No graphical Linux session detected. Start an X11 or Wayland desktop session first.");
+  switch (chooseBackend()) {
+    case BackendKind::wayland:
+      return makeWaylandBackend();
+    case BackendKind::x11:
+      return makeX11Backend();
+    case BackendKind::none:
+      break;
   }
-  // An X server beside a Wayland compositor is Xwayland. Input sent there would reach
-  // only X11 programs.
-  if (waylandSocketPresent()) return makeWaylandBackend();
-  return makeX11Backend();
+  return makeUnsupportedBackend(noSessionMessage);
 }
 
 // Whether this thread is building the backend.

@@ -12,4 +12,13 @@ std::string detectSessionKind();
 // wayland-1.
 bool waylandSocketPresent();
 
+enum class BackendKind { none, x11, wayland };
+
+// Returns which backend controls the session that the environment indicates.
+BackendKind chooseBackend();
+
+// The failure of every operation when there is no session.
+inline constexpr char noSessionMessage[] =
+    "No graphical Linux session detected. Start an X11 or Wayland desktop session first.";
+
 }  // namespace ostler

@@ -72,4 +72,31 @@ std::vector<std::uint32_t> decodeUtf8(const std::string& text) {
   return codePoints;
 }
 
+std::string encodeUtf8(const std::vector<std::uint32_t>& codePoints) {
+  std::string text;
+  for (const std::uint32_t codePoint : codePoints) {
+    if (codePoint < 0x80) {
+      text += static_cast<char>(codePoint);
+      continue;
+    }
+    const int continuations = codePoint < 0x800 ? 1 : codePoint < 0x10000 ? 2 : 3;
+    const std::uint32_t lead = continuations == 1 ? 0xC0 : continuations == 2 ? 0xE0 : 0xF0;
+    text += static_cast<char>(lead | codePoint >> (6 * continuations));
+    for (int left = continuations - 1; left >= 0; --left) {
+      text += static_cast<char>(0x80 | (codePoint >> (6 * left) & 0x3F));
+    }
+  }
+  return text;
+}
+
+std::vector<std::uint32_t> decodeLines(const std::string& text) {
+  std::vector<std::uint32_t> result;
+  std::uint32_t previous = 0;
+  for (const std::uint32_t codePoint : decodeUtf8(text)) {
+    if (codePoint != '\n' || previous != '\r') result.push_back(codePoint == '\r' ? '\n' : codePoint);
+    previous = codePoint;
+  }
+  return result;
+}
+
 }  // namespace ostler

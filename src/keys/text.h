@@ -16,4 +16,9 @@ std::string trimWhitespace(std::string text);
 // above 0x10FFFF are decoded without a check.
 std::vector<std::uint32_t> decodeUtf8(const std::string& text);
 
+std::string encodeUtf8(const std::vector<std::uint32_t>& codePoints);
+
+// Like decodeUtf8(), but each line end is one line feed.
+std::vector<std::uint32_t> decodeLines(const std::string& text);
+
 }  // namespace ostler

@@ -33,26 +33,31 @@ void WaylandBackend::requireKeysProcessed() {
 void WaylandBackend::tapThroughEis(const KeyCombo& keys) {
   const bool shiftHeld = std::find(keys.held.begin(), keys.held.end(), XK_Shift_L) != keys.held.end();
   tapKeyCombo(keys, [&](std::uint64_t keysym, bool pressed) {
-    auto key = eis.findKey(keysym);
-    // If the layout lacks the letter, programs expect shortcuts such as Ctrl+C on the key of a US keyboard.
-    if (!key) key = EvdevKey{.code = keysymToEvdev(keysym)};
-    if (key->code == 0) return;
-    if (shiftHeld) key->shift = false;
-    pressed ? press(*key) : release(*key);
+    EvdevKey key = keyOfCombo(keysym);
+    if (key.code == 0) return;
+    if (shiftHeld) key.shift = false;
+    pressed ? press(key) : release(key);
   });
 }
 
+EvdevKey WaylandBackend::keyOfCombo(std::uint64_t keysym) {
+  // If the layout lacks the letter, programs expect shortcuts such as Ctrl+C on the key of a US keyboard.
+  return eis.findKey(keysym).value_or(EvdevKey{.code = keysymToEvdev(keysym)});
+}
+
+void WaylandBackend::sendKey(std::uint32_t code, bool pressed) { eis.key(code, pressed); }
+
 void WaylandBackend::press(const EvdevKey& key) {
   // On some layouts AltGr is another key while Shift is held, so AltGr is pressed first.
-  if (key.altGr != 0) eis.key(key.altGr, true);
-  if (key.shift) eis.key(KEY_LEFTSHIFT, true);
-  eis.key(key.code, true);
+  if (key.altGr != 0) sendKey(key.altGr, true);
+  if (key.shift) sendKey(KEY_LEFTSHIFT, true);
+  sendKey(key.code, true);
 }
 
 void WaylandBackend::release(const EvdevKey& key) {
-  eis.key(key.code, false);
-  if (key.shift) eis.key(KEY_LEFTSHIFT, false);
-  if (key.altGr != 0) eis.key(key.altGr, false);
+  sendKey(key.code, false);
+  if (key.shift) sendKey(KEY_LEFTSHIFT, false);
+  if (key.altGr != 0) sendKey(key.altGr, false);
 }
 
 }  // namespace ostler

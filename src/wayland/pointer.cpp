@@ -9,18 +9,6 @@
 namespace ostler {
 namespace {
 
-std::uint32_t buttonCode(Button button) {
-  switch (button) {
-    case Button::right:
-      return BTN_RIGHT;
-    case Button::middle:
-      return BTN_MIDDLE;
-    case Button::left:
-      break;
-  }
-  return BTN_LEFT;
-}
-
 double clampTo(double limit, double coordinate) {
   if (coordinate > limit) return limit;
   return coordinate > 0.0 ? coordinate : 0.0;  // NaN becomes 0 as well
@@ -43,6 +31,18 @@ bool wasHeldAtEdge(Position pointer, Position target) {
 }
 
 }  // namespace
+
+std::uint32_t buttonCode(Button button) {
+  switch (button) {
+    case Button::right:
+      return BTN_RIGHT;
+    case Button::middle:
+      return BTN_MIDDLE;
+    case Button::left:
+      break;
+  }
+  return BTN_LEFT;
+}
 
 void WaylandBackend::mouseMove(double x, double y) {
   beginOperation();
@@ -100,9 +100,12 @@ void WaylandBackend::scroll(double x, double y, int dx, int dy) {
   mouseMove(x, y);
   sleepFor(waits::afterMove);
   // A positive dy scrolls up here, while on X11 it scrolls down.
-  const std::int64_t down = -static_cast<std::int64_t>(dy);
-  const auto throughEis = [&] { eis.scroll(dx, down); };
-  const auto throughPortal = [&] { portalInput.scroll(dx, down); };
+  turnWheel(dx, -static_cast<std::int64_t>(dy));
+}
+
+void WaylandBackend::turnWheel(std::int64_t right, std::int64_t down) {
+  const auto throughEis = [&] { eis.scroll(right, down); };
+  const auto throughPortal = [&] { portalInput.scroll(right, down); };
   send(InputKind::scroll, throughEis, throughPortal);
 }
 

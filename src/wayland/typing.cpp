@@ -1,4 +1,5 @@
 #include "backend/escape_flags.h"
+#include "backend/interruption.h"
 #include "backend/waits.h"
 #include "keys/text.h"
 #include "keys/typed_keysym.h"
@@ -23,22 +24,25 @@ void WaylandBackend::type(const std::string& text) {
 
 void WaylandBackend::typeThroughEis(std::uint64_t keysym) {
   const auto key = eis.findKey(keysym);
+  const auto sequence = key ? std::nullopt : eis.findSequence(keysym);
+  const auto tapKeys = [&] { key ? tap(*key) : tap(*sequence, waits::beforeDeadKey); };
+  const bool isTypable = key || sequence;
   // Letters, digits, the space and the editing keys are plain. The portal types
   // all else if it can.
-  const bool isPlain = findEvdevKey(keysym).has_value();
-  if (key && portalRefusesKeyboard && !isPlain) portalInput.requireKeyboard();
-  if (key && (isPlain || portalRefusesKeyboard)) {
-    tap(*key);
+  const bool isPlain = key && findEvdevKey(keysym);
+  if (isTypable && portalRefusesKeyboard && !isPlain) portalInput.requireKeyboard();
+  if (isPlain || (isTypable && portalRefusesKeyboard)) {
+    tapKeys();
     return;
   }
-  // The portal also gets a character that no key produces; the host then
+  // The portal also gets a character that no keys produce; the host then
   // receives its error.
   try {
     typeThroughPortal(keysym);
   } catch (const PortalInputRefusal&) {
-    if (!key) throw;
+    if (!isTypable) throw;
     portalRefusesKeyboard = true;
-    tap(*key);
+    tapKeys();
   }
 }
 
@@ -50,6 +54,16 @@ void WaylandBackend::typeThroughPortal(std::uint64_t keysym) {
 void WaylandBackend::tap(const EvdevKey& key) {
   press(key);
   release(key);
+}
+
+// Qt 6 lets a composed character overtake the keys that it reads together with
+// it, so the dead key has to wait until those have been read.
+void WaylandBackend::tap(const DeadKeySequence& sequence, std::chrono::milliseconds pause) {
+  sleepFor(pause);
+  // A dead key alone would change the next character that the user types.
+  const Uninterrupted both;
+  tap(sequence.deadKey);
+  tap(sequence.base);
 }
 
 }  // namespace ostler

@@ -29,9 +29,10 @@ const char* nameOf(InputKind kind) {
 
 using namespace std::chrono_literals;
 
-WaylandBackend::WaylandBackend()
-    :  // A portal that has handed out the EIS socket accepts no other input, so the
-       // socket is requested only if libei can use it.
+WaylandBackend::WaylandBackend(const PortalPermission& permission)
+    : portal(permission),
+      // A portal that has handed out the EIS socket accepts no other input, so the
+      // socket is requested only if libei can use it.
       eis(
           isLibeiLoaded() ? portalInput.connectToEis() : FileDescriptor(), portal.streamPlace,
           [this] { return capture.reportedPointer(); },

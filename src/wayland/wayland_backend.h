@@ -1,11 +1,13 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <optional>
 
 #include "backend/pointing_backend.h"
 #include "keys/combo.h"
+#include "wayland/eis/compose.h"
 #include "wayland/eis/eis_input.h"
 #include "wayland/eis/evdev_keys.h"
 #include "wayland/portal/portal_input.h"
@@ -15,6 +17,9 @@
 
 namespace ostler {
 
+// Returns the evdev code of a button.
+std::uint32_t buttonCode(Button button);
+
 // Drives a Wayland desktop through the desktop portal. The screen arrives as a
 // PipeWire stream. Each input event goes through the compositor's EIS socket if
 // a device there accepts it, and otherwise through the portal's own methods.
@@ -22,7 +27,7 @@ class WaylandBackend : public PointingBackend {
 public:
   // Blocks until the user has answered the portal's dialog and the first frame
   // has arrived. PipeWire must be initialised.
-  WaylandBackend();
+  explicit WaylandBackend(const PortalPermission& permission = {});
 
   void mouseMove(double x, double y) override;
   void type(const std::string& text) override;
@@ -32,12 +37,11 @@ public:
   Size display() override;
   std::vector<unsigned char> screenshot(Size target, Rect crop, double quality) override;
 
-private:
-  void waitForFirstFrame();
+protected:
   // Call this before the first event of each operation of the host.
   void beginOperation();
-  // Throws when the portal session has ended.
-  void requireSession();
+  // Throws when the portal session has ended. Each event calls this before it is sent.
+  virtual void requireSession();
   // Sends an event through EIS if a device there accepts it, and otherwise
   // through the portal. Throws when the session has ended or the screen is
   // locked.
@@ -48,6 +52,20 @@ private:
                const std::function<void()>& throughPortal);
   void sendButton(Button button, bool pressed) override;
   void dragTo(double x, double y) override;
+  virtual void turnWheel(std::int64_t right, std::int64_t down);
+  // Sends a key through EIS.
+  virtual void sendKey(std::uint32_t code, bool pressed);
+  // Returns the key of a combo's part; its code is 0 when the keyboard lacks it.
+  EvdevKey keyOfCombo(std::uint64_t keysym);
+  // Returns the characters of the text that no keys of the active layout type, each once.
+  std::vector<std::uint32_t> findUntypable(const std::vector<std::uint32_t>& text);
+  // Types a text in which every character can be typed, with a pause after each.
+  void write(const std::vector<std::uint32_t>& text, std::chrono::milliseconds delay);
+  void press(const EvdevKey& key);
+  void release(const EvdevKey& key);
+
+private:
+  void waitForFirstFrame();
   void sendMotion(Position target);
   bool beginsAtCorner(Position target) const;
   bool isHeldAtCorner(Position target);
@@ -57,9 +75,12 @@ private:
   void typeThroughEis(std::uint64_t keysym);
   void typeThroughPortal(std::uint64_t keysym);
   void tap(const EvdevKey& key);
-  void press(const EvdevKey& key);
-  void release(const EvdevKey& key);
+  void tap(const DeadKeySequence& sequence, std::chrono::milliseconds pause);
+  void waitForKeyboard();
+  bool isTypable(std::uint32_t character);
+  void writeCharacter(std::uint32_t character, bool& composedLast);
 
+protected:
   // Destroyed in reverse order: the stream before the state that it writes to.
   // Everything that uses the session is destroyed before the session.
   CaptureState capture;
@@ -68,6 +89,7 @@ private:
   EisInput eis;
   std::optional<CaptureStream> stream;
 
+private:
   std::optional<Position> lastTarget;  // of a motion, in the stream
   bool portalRefusesKeyboard = false;  // because the session has an EIS channel
 };

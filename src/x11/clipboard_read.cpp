@@ -9,6 +9,8 @@
 namespace ostler {
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
 // Limits the wait for an event. Each pass handles one event or pauses once.
 struct WaitBudget {
   int passes;
@@ -16,6 +18,9 @@ struct WaitBudget {
 };
 constexpr WaitBudget budgetForAnswer{200, std::chrono::milliseconds(10)};
 constexpr WaitBudget budgetForPiece{2000, std::chrono::milliseconds(1)};
+
+// An owner that sends a small piece now and then would otherwise block the host for minutes.
+constexpr std::chrono::seconds limitForAll{5};
 
 constexpr std::size_t longestText = 4 << 20;
 
@@ -64,7 +69,7 @@ public:
 private:
   // Each time the property is deleted, the owner stores the next piece; an empty
   // piece ends the text. Returns an empty text when the owner stops before that,
-  // or when the text is too long.
+  // when limitForAll is over, or when the text is too long.
   std::string takePieces() const {
     std::string text;
     for (;;) {
@@ -81,11 +86,11 @@ private:
     }
   }
 
-  // Reads events until `accept` returns true for one. Returns false when the budget is
-  // used up.
+  // Reads events until `accept` returns true for one. Returns false when the budget or
+  // limitForAll is used up.
   template <typename Accept>
   bool waitFor(WaitBudget budget, Accept accept) const {
-    for (int passes = 0; passes < budget.passes; ++passes) {
+    for (int passes = 0; passes < budget.passes && Clock::now() < deadline; ++passes) {
       if (XPending(xDisplay) > 0) {
         XEvent event;
         XNextEvent(xDisplay, &event);
@@ -113,6 +118,7 @@ private:
   Display* const xDisplay;
   const Window window;
   const Atom property;
+  const Clock::time_point deadline = Clock::now() + limitForAll;
 };
 
 }  // namespace

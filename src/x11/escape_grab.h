@@ -27,6 +27,10 @@ public:
   ~EscapeGrab();
 
   bool held() const { return isHeld; }
+  // Returns why the key is not held.
+  const char* failure() const {
+    return keycode == 0 ? "the keyboard has no Escape key" : "another program holds it";
+  }
   // Moves the grab when Escape has been mapped to another key. Call it for each
   // MappingNotify.
   void follow();

@@ -55,14 +55,22 @@ EscapeWatcher& EscapeWatcher::instance() {
 
 bool EscapeWatcher::start(napi_threadsafe_function onEscape) {
   const MutexLock lock(mutex);
+  failure = "it is being watched already";
   if (escapeGrabActive) return false;
   escapePressed.exchange(false);
+  failure = "DISPLAY is not set";
   try {
     const char* const displayName = std::getenv("DISPLAY");
     return displayName != nullptr && *displayName != '\0' && startWorker(displayName, onEscape);
-  } catch (const std::exception&) {
-    return false;  // no thread, or no memory for one
+  } catch (const std::exception& error) {
+    failure = error.what();  // no thread, or no memory for one
+    return false;
   }
+}
+
+std::string EscapeWatcher::startFailure() {
+  const MutexLock lock(mutex);
+  return failure;
 }
 
 void EscapeWatcher::stop() {
@@ -83,7 +91,10 @@ bool EscapeWatcher::startWorker(const char* displayName, napi_threadsafe_functio
   std::erase_if(abandonedWorkers, [](const auto& abandoned) { return abandoned.expired(); });
   // One thread at a time may wait for an unresponsive server.
   for (const auto& abandoned : abandonedWorkers) {
-    if (const auto state = abandoned.lock(); state && state->displayName == displayName) return false;
+    const auto state = abandoned.lock();
+    if (state == nullptr || state->displayName != displayName) continue;
+    failure = state->startFailure();
+    return false;
   }
   abandonedWorkers.reserve(abandonedWorkers.size() + 1);
   worker = std::make_shared<WorkerState>(displayName, onEscape);
@@ -92,7 +103,10 @@ bool EscapeWatcher::startWorker(const char* displayName, napi_threadsafe_functio
     escapeThread = std::thread(watchEscape, worker);
   }
   escapeGrabActive = worker->waitUntilRunning(startBudget);
-  if (!escapeGrabActive) joinOrAbandon(0s);
+  if (!escapeGrabActive) {
+    failure = worker->startFailure();
+    joinOrAbandon(0s);
+  }
   return escapeGrabActive;
 }
 

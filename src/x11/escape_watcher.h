@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <memory>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -25,6 +26,9 @@ public:
   // worker; the watcher then owns `onEscape` until stop().
   bool start(napi_threadsafe_function onEscape);
 
+  // Returns why the last start() has failed.
+  std::string startFailure();
+
   // Ends the worker, or abandons it when its X server is unresponsive, and releases the
   // callback. The callback is not called afterwards, not even by a queued call.
   void stop();
@@ -43,6 +47,7 @@ private:
   // may call at once.
   Mutex mutex;
   bool escapeGrabActive OSTLER_GUARDED_BY(mutex) = false;
+  std::string failure OSTLER_GUARDED_BY(mutex);
   // Both belong to the current worker, if there is one.
   std::thread escapeThread OSTLER_GUARDED_BY(mutex);
   std::shared_ptr<WorkerState> worker OSTLER_GUARDED_BY(mutex);

@@ -15,6 +15,7 @@ namespace {
 using std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds pause{100};
+constexpr char unreachable[] = "the X server cannot be reached";
 
 // Reports the end of the worker when it is destroyed. It is declared before everything
 // that the worker uses, so all of that has been destroyed by then.
@@ -117,6 +118,16 @@ void WorkerState::reportPress() {
   }
 }
 
+void WorkerState::reportFailure(std::string reason) {
+  const MutexLock lock(mutex);
+  failure = std::move(reason);
+}
+
+std::string WorkerState::startFailure() {
+  const MutexLock lock(mutex);
+  return failure;
+}
+
 void WorkerState::reportEnd() {
   const MutexLock lock(mutex);
   stage = Stage::ended;
@@ -130,13 +141,15 @@ void watchEscape(const std::shared_ptr<WorkerState>& state) {
   // This connection stays open until the second one exists, because a server may reset
   // itself or end when its last client disconnects.
   XcbConnection first = connectWhenAnswered(displayName);
-  if (first == nullptr || state->isDismissed()) return;
+  if (first == nullptr) return state->reportFailure(unreachable);
+  if (state->isDismissed()) return;
   const DisplayConnection connection(XOpenDisplay(displayName));
   first.reset();
-  if (connection == nullptr) return;
+  if (connection == nullptr) return state->reportFailure(unreachable);
   SyntheticPresses synthetic;
   EscapeGrab grab(connection.get());
-  if (!grab.held() || !state->reportRunning()) return;
+  if (!grab.held()) return state->reportFailure(grab.failure());
+  if (!state->reportRunning()) return;
   while (!state->isDismissed()) {
     synthetic.read(connection.get(), grab, [&] { state->reportPress(); });
     sleepFor(pause);

@@ -23,6 +23,8 @@ public:
 
   // Returns whether the worker holds the grab within the given time. Dismisses it if not.
   bool waitUntilRunning(std::chrono::nanoseconds budget);
+  // Returns why the worker could not start.
+  std::string startFailure();
   // Tells the worker to end. Returns the host's callback, which the worker does
   // not use from now on, or null when the host's environment has released it.
   napi_threadsafe_function dismiss();
@@ -35,6 +37,8 @@ public:
   bool isDismissed();
   // Returns false when the worker has been dismissed.
   bool reportRunning();
+  // Reports why the worker cannot watch; it then ends.
+  void reportFailure(std::string reason);
   // Sets escapePressed and queues the host's callback.
   void reportPress();
   void reportEnd();
@@ -46,6 +50,7 @@ private:
   std::condition_variable changed;  // signalled when the stage changes
   Stage stage OSTLER_GUARDED_BY(mutex) = Stage::starting;
   bool dismissed OSTLER_GUARDED_BY(mutex) = false;
+  std::string failure OSTLER_GUARDED_BY(mutex) = "the X server does not respond";
   napi_threadsafe_function escapeFunction OSTLER_GUARDED_BY(mutex);
 };
 

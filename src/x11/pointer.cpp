@@ -1,5 +1,6 @@
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <stdexcept>
 
 #include <X11/extensions/XTest.h>
@@ -9,6 +10,10 @@
 
 namespace ostler {
 namespace {
+
+int toPixel(double coordinate) { return static_cast<int>(std::lround(coordinate)); }
+
+}  // namespace
 
 unsigned buttonNumber(Button button) {
   switch (button) {
@@ -21,10 +26,6 @@ unsigned buttonNumber(Button button) {
   }
   return Button1;
 }
-
-int toPixel(double coordinate) { return static_cast<int>(std::lround(coordinate)); }
-
-}  // namespace
 
 void X11Backend::sendButton(Button button, bool pressed) {
   XTestFakeButtonEvent(xDisplay, buttonNumber(button), pressed ? True : False, 0);
@@ -42,20 +43,19 @@ void X11Backend::dragTo(double x, double y) {
   XSync(xDisplay, False);
 }
 
-void X11Backend::turnWheel(unsigned button, int clicks) {
-  for (std::int64_t left = std::abs(static_cast<std::int64_t>(clicks)); left > 0; --left) {
+void X11Backend::turnWheel(unsigned button, std::int64_t steps) {
+  for (std::int64_t left = steps; left > 0; --left) {
     XTestFakeButtonEvent(xDisplay, button, True, 0);
     XTestFakeButtonEvent(xDisplay, button, False, 0);
   }
 }
 
 void X11Backend::scroll(double x, double y, int dx, int dy) {
-  // In X a wheel step is a click of one of these buttons.
   constexpr unsigned up = Button4, down = Button5, left = 6, right = 7;
   mouseMove(x, y);
   sleepFor(waits::afterMove);
-  turnWheel(dx < 0 ? left : right, dx);
-  turnWheel(dy < 0 ? up : down, dy);
+  turnWheel(dx < 0 ? left : right, std::abs(std::int64_t{dx}));
+  turnWheel(dy < 0 ? up : down, std::abs(std::int64_t{dy}));
   XSync(xDisplay, False);
 }
 

@@ -95,7 +95,6 @@ void X11Backend::typeKeysym(KeySym keysym, KeyCode shiftKeycode, unsigned group)
   sleepFor(waits::afterCharacter);
 }
 
-// Presses and releases a key, with Shift held meanwhile unless `shiftKeycode` is 0.
 void X11Backend::tap(KeyCode keycode, KeyCode shiftKeycode) {
   if (shiftKeycode != 0) XTestFakeKeyEvent(xDisplay, shiftKeycode, True, 0);
   XTestFakeKeyEvent(xDisplay, keycode, True, 0);

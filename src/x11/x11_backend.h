@@ -1,9 +1,16 @@
 #pragma once
 
+#include <cstdint>
+#include <optional>
+
 #include "backend/pointing_backend.h"
+#include "image/capture.h"
+#include "keys/combo.h"
 #include "x11/xlib_handles.h"
 
 namespace ostler {
+
+unsigned buttonNumber(Button button);
 
 // Sends input to an X server through XTEST. One thread at a time may call it.
 // Protocol errors and the loss of the server are left to Xlib's default handlers.
@@ -19,16 +26,27 @@ public:
   Size display() override;
   std::vector<unsigned char> screenshot(Size target, Rect crop, double quality) override;
 
-private:
+protected:
   void sendButton(Button button, bool pressed) override;
   void dragTo(double x, double y) override;
-  void turnWheel(unsigned button, int clicks);
-  void typeKeysym(KeySym keysym, KeyCode shiftKeycode, unsigned group);
-  void tap(KeyCode keycode, KeyCode shiftKeycode);
+  // A wheel step is a click of `button`.
+  virtual void turnWheel(unsigned button, std::int64_t steps);
+  // Presses and releases a key, with Shift held meanwhile unless `shiftKeycode` is 0.
+  virtual void tap(KeyCode keycode, KeyCode shiftKeycode);
+  // Presses and releases the keys of a combo, which are keycodes.
+  virtual void tapCombo(const KeyCombo& keys);
+  // Returns what a screenshot shows of the picture of the whole screen.
+  virtual Capture shown(Capture screen) { return screen; }
+  // Resolves the parts of a combo to keycodes; throws when there is none for a part.
+  std::optional<KeyCombo> resolveCombo(const std::string& combo) const;
+  void sendKey(KeyCode keycode, bool pressed);
 
   const DisplayConnection connection;
   Display* const xDisplay;
   const Window rootWindow;
+
+private:
+  void typeKeysym(KeySym keysym, KeyCode shiftKeycode, unsigned group);
 };
 
 }  // namespace ostler

@@ -9,6 +9,7 @@ const path = require('node:path');
 const { after, before, it } = require('node:test');
 const { version } = require('../../package.json');
 const { endOf, temporaryDirectory } = require('../support/children');
+const { startDesktop } = require('../support/desktop');
 const { decodePng } = require('../support/png');
 const { waitUntil } = require('../support/wait');
 const { startWitness, startXvfb, textOf } = require('../support/x11');
@@ -98,13 +99,40 @@ it('exits with 2 for wrong usage and with 1 when the desktop refuses', async () 
 
 it('says what works and what to install', async () => {
   fs.symlinkSync(process.execPath, file('node'));
-  const [code, output] = await ostler(['doctor', '--json'], { env: { ...server.env, PATH: `${directory}:/no` } });
-  const { checks, works } = JSON.parse(output);
-  assert.strictEqual(code, 0);
-  assert.deepStrictEqual(Object.values(works), [true, true, false, true]);
-  assert.deepStrictEqual(checks.map(({ remedy }) => remedy ?? ''), ['', '', '', 'install xclip']);
-  const { DISPLAY, ...rest } = server.env;
-  assert.strictEqual((await ostler(['doctor'], { env: { ...rest, XDG_SESSION_TYPE: '' } }))[0], 1);
+  const broken = ['libXtst.so.6', 'libei.so.1', 'libgio-2.0.so.0'].map((library) => {
+    fs.mkdirSync(file(library));
+    fs.writeFileSync(path.join(file(library), library), '');  // the linker rejects it
+    return { LD_LIBRARY_PATH: file(library) };
+  });
+  const portal = { reply: '(<uint32 2>,)' }, absent = { error: ['org.freedesktop.DBus.Error.UnknownMethod', 'No'] };
+  const wayland = await startDesktop({ version: [
+    portal, portal, portal,  // RemoteDesktop, ScreenCast and Clipboard; two programs are tried for what is absent
+    portal, absent, absent, absent, absent, portal, portal, portal,
+  ] });
+  const { env: x11 } = server, noXwayland = /start Xwayland/;
+  const rows = [
+    // environment, exit code, what works, remedies
+    ['X11 without xclip', { ...x11, PATH: `${directory}:/no` }, 0, [true, true, true, true], [/^install xclip, for/]],
+    ['X11 without libXtst', { ...x11, ...broken[0] }, 1, [false, false, false, false],
+      Array(2).fill(/cannot be loaded: .*libXtst/)],
+    ['no session', { ...x11, DISPLAY: undefined, XDG_SESSION_TYPE: '' }, 1, [false, false, false, false],
+      [/^run this in an X11/]],
+    ['Wayland', wayland.env, 0, [true, true, true, false], [noXwayland]],
+    ['Wayland without screens', wayland.env, 1, [false, false, false, false],
+      [/^for pictures: install xdg-desktop-portal/, noXwayland, noXwayland]],
+    ['Wayland without libei', { ...wayland.env, ...broken[1] }, 0, [true, true, true, false],
+      [/^install libei1 \(Debian, Ubuntu\), libei \(Fedora\) or libei \(Arch\)$/, noXwayland]],
+    ['Wayland without GLib and the portal', { ...wayland.env, ...broken[2], DBUS_SESSION_BUS_ADDRESS: 'unix:path=/no' },
+      1, [false, false, false, false], [/^install libglib2.0-0 /, /^for input: /, /^for pictures: /, noXwayland, noXwayland]],
+  ];
+  for (const [name, env, code, works, remedies] of rows) {
+    const [ended, output] = await ostler(['doctor', '--json'], { env });
+    const report = JSON.parse(output);
+    assert.deepStrictEqual([ended, Object.values(report.works)], [code, works], `${name}: ${output}`);
+    const given = report.checks.flatMap(({ remedy }) => remedy ?? []);
+    assert.ok(given.length === remedies.length && given.every((text, i) => remedies[i].test(text)), `${name}: ${output}`);
+  }
+  await wayland.stop();
 });
 
 it('prints a line for each Escape, until its output is closed', async () => {

@@ -1,21 +1,17 @@
 'use strict';
-// Tests ostler/promises on X servers, also when a call is aborted or when the helper, the
-// server or the host ends.
+// Tests the methods of ostler/promises on X servers.
 
 const assert = require('node:assert');
-const { execFile, execFileSync, spawn } = require('node:child_process');
-const { once } = require('node:events');
+const { execFile, execFileSync } = require('node:child_process');
 const fs = require('node:fs');
-const path = require('node:path');
-const { after, before, describe, it } = require('node:test');
+const { after, before, it } = require('node:test');
 const { setTimeout: sleep } = require('node:timers/promises');
 const { promisify } = require('node:util');
 const { openDesktop } = require('../../lib/promises');
-const { endOf } = require('../support/children');
-const { helpersOf, isAlive } = require('../support/helpers');
+const { helpersOf } = require('../support/helpers');
 const { decodePng } = require('../support/png');
 const { waitUntil } = require('../support/wait');
-const { keyboardState, startWitness, startXvfb, textOf } = require('../support/x11');
+const { startWitness, startXvfb, textOf } = require('../support/x11');
 
 let server, witness;
 before(async () => {
@@ -25,8 +21,6 @@ before(async () => {
 after(() => witness.stop().finally(server.stop));
 
 const open = (options) => openDesktop({ env: server.env, ...options });
-const pressed = () => keyboardState(server.env).down;
-const nothing = `0 ${'0'.repeat(64)}`;
 const user = (...actions) => promisify(execFile)('xdotool', actions, { env: server.env });
 
 it('calls the addon in order, one call at a time', async () => {
@@ -55,110 +49,6 @@ it('calls the addon in order, one call at a time', async () => {
   await desktop.close();
 });
 
-describe('an aborted call leaves nothing pressed', () => {
-  const long = 'Abcdefghij'.repeat(300);
-  const diagonal = [0, 0, 1279, 719];
-  // The limit of 2 s allows for a busy machine.
-  for (const [name, method, values, { ends, stop, down, limit = 150 }] of [
-    ['type; the desktop stays open', 'type', [long], { ends: false }],
-    ['type; the helper hangs', 'type', [long], { ends: true, stop: 'SIGSTOP', limit: 2000 }],
-    ['drag; the helper is killed', 'drag', diagonal, { ends: true, limit: 2000 }],
-    ['click with the right button; the helper hangs', 'click', [9, 9, 'right', 500],
-      { ends: true, stop: 'SIGSTOP', down: 3 }],
-  ]) {
-    it(name, async () => {
-      const desktop = await open();
-      await desktop.drag(0, 0, 9, 9, { timeout: 5000 });  // the first drag takes longer to begin
-      await witness.events();
-      const controller = new AbortController();
-      const call = desktop[method](...values, { signal: controller.signal });
-      const waiting = desktop.type('x', { timeout: 100 });
-      waiting.catch(() => {});
-      await sleep(150);
-      assert.notDeepStrictEqual(await witness.events(), []);
-      if (stop) process.kill(helpersOf(process.pid)[0], stop);
-      if (down) await user('mousedown', down);  // as if the helper had just done it
-      const start = performance.now();
-      controller.abort('enough');
-      await assert.rejects(call, { name: 'AbortError', code: 'ABORT_ERR', cause: 'enough' });
-      const took = performance.now() - start;
-      assert.ok(took < limit, `${took} ms`);
-      await assert.rejects(waiting, { code: 'ABORT_ERR' });
-      if (ends) assert.strictEqual((await desktop.closed).reason, 'aborted');
-      assert.deepStrictEqual(pressed(), nothing);
-      await witness.events();
-      const next = desktop.type('on');
-      if (ends) await assert.rejects(next, { code: 'ERR_DESKTOP_CLOSED' });
-      else await next;
-      assert.strictEqual(textOf(await witness.events()), ends ? '' : 'on');
-      await desktop.close();
-    });
-  }
-
-  it('a call that times out, or that is aborted before it begins', async () => {
-    const desktop = await open({ timeout: 60 });
-    const timedOut = ({ code, cause }) => code === 'ABORT_ERR' && cause.name === 'TimeoutError';
-    await assert.rejects(desktop.type(long), timedOut);
-    await assert.rejects(desktop.move(1, 1, { signal: AbortSignal.abort() }), { name: 'AbortError' });
-    await desktop.move(2, 2, { timeout: Infinity });
-    await desktop.close();
-    await assert.rejects(open({ signal: AbortSignal.abort() }), { name: 'AbortError' });
-    assert.deepStrictEqual(helpersOf(process.pid), []);
-  });
-});
-
-describe('a desktop that ends rejects its calls and says why', () => {
-  for (const [name, end, expected] of [
-    ['closed', (desktop) => desktop.close(), { reason: 'closed', code: 0, signal: null }],
-    ['helper killed', (_desktop, helper) => process.kill(helper, 'SIGKILL'),
-      { reason: 'exited', code: null, signal: 'SIGKILL' }],
-    ['X server ended', (_desktop, _helper, other) => other.stop(), { reason: 'exited', code: 1, signal: null }],
-  ]) {
-    it(name, async () => {
-      const other = await startXvfb();
-      const desktop = await openDesktop({ env: other.env });
-      await desktop.mouseDown(5, 5);
-      const running = assert.rejects(desktop.type('a'.repeat(2000)), { code: 'ERR_DESKTOP_CLOSED' });
-      const waiting = assert.rejects(desktop.move(1, 1), { code: 'ERR_DESKTOP_CLOSED' });
-      await sleep(50);
-      await end(desktop, helpersOf(process.pid)[0], other);
-      assert.deepStrictEqual(await desktop.closed, expected);
-      await Promise.all([running, waiting]);
-      await assert.rejects(desktop.display(), { code: 'ERR_DESKTOP_CLOSED', end: expected });
-      if (expected.code !== 1) {
-        assert.strictEqual(keyboardState(other.env).down, nothing);
-        const again = await openDesktop({ env: other.env });
-        await again.close();
-      }
-      await other.stop();
-    });
-  }
-});
-
-describe('a helper ends within a second when its host is killed, and leaves nothing pressed', () => {
-  for (const [name, calls] of [
-    ['while it waits', 'desktop.mouseDown(5, 5)'],
-    ['while it types', 'desktop.type("Ab!".repeat(9999))'],
-    ['while a drag blocks it', 'desktop.drag(0, 0, 90000, 0)'],
-  ]) {
-    it(name, async () => {
-      const source = `require('ostler/promises').openDesktop().then((desktop) => { ${calls}; console.log('on'); })`;
-      const host = spawn(process.execPath, ['-e', source],
-        { env: server.env, cwd: path.join(__dirname, '..', '..'), stdio: ['ignore', 'pipe', 'inherit'] });
-      const ended = endOf(host);
-      await once(host.stdout, 'data');
-      await sleep(100);
-      const [helper] = helpersOf(host.pid);
-      host.kill('SIGKILL');
-      await ended;
-      const start = performance.now();
-      await waitUntil(() => !isAlive(helper));
-      assert.ok(performance.now() - start < 1000);
-      await waitUntil(() => pressed() === nothing, pressed);
-    });
-  }
-});
-
 it('takes a thousand pictures in the same memory', async () => {
   const other = await startXvfb({ screen: '640x480x24' });
   const painter = await startWitness(other.env);
@@ -178,30 +68,12 @@ it('takes a thousand pictures in the same memory', async () => {
   await other.stop();
 });
 
-it('pastes and restores the text of the clipboard, also when its owner does not answer', async () => {
-  const desktop = await open();
-  await desktop.setClipboard('old');
-  await waitUntil(async () => await desktop.getClipboard() === 'old');
-  const read = () => execFileSync('xclip', ['-selection', 'clipboard', '-o'], { env: server.env, encoding: 'utf8' });
-  for (const [owner, combo, restored] of [[undefined, 'ctrl+v', 'old'], ['ignore', 'ctrl+shift+v', '']]) {
-    const other = owner && await startWitness(server.env, 'owner', owner, '0');
-    await witness.events();
-    const pasting = desktop.paste('Grüße, 42 €', { combo });
-    await waitUntil(async () => textOf(await witness.events()).toLowerCase() === 'v');
-    assert.strictEqual(read(), 'Grüße, 42 €');
-    await pasting;
-    assert.strictEqual(await desktop.getClipboard(), restored);
-    await other?.stop();
-  }
-  await assert.rejects(desktop.paste('x'.repeat((4 << 20) + 1)), RangeError);
-  await desktop.close();
-});
-
 it('reports Escape to one listener or loop after the other', async () => {
   const desktop = await open(), other = await open();
   const times = [];
   const stop = await desktop.onEscape((time) => times.push(time));
-  await assert.rejects(other.onEscape(() => {}), /another program holds it/);
+  await assert.rejects(other.onEscape(() => {}), { message: 'Escape cannot be watched: another program holds it. '
+    + 'Close that program.' });
   const typing = desktop.type('a'.repeat(4000));
   await user('key', 'Escape');
   await typing;
@@ -216,6 +88,26 @@ it('reports Escape to one listener or loop after the other', async () => {
   }
   await presses.return();
   await Promise.all([desktop, other].map((each) => each.close()));
+});
+
+it('leaves no grab of Escape when watching is aborted while it starts, and says why it cannot start', async () => {
+  const other = await startXvfb();
+  const [desktop, next] = await Promise.all([0, 1].map(() => openDesktop({ env: other.env })));
+  for (let i = 0; i < 20; i++) {
+    // Some of these are aborted before the key is grabbed, some afterwards.
+    await desktop.onEscape(() => {}, { timeout: i }).then((stop) => stop(),
+      ({ code }) => assert.strictEqual(code, 'ABORT_ERR'));
+    await assert.rejects(desktop.escapePresses({ signal: AbortSignal.timeout(i) }).next(), { code: 'ABORT_ERR' });
+  }
+  await desktop.move(1, 1);
+  const stop = await next.onEscape(() => {});
+  await stop();
+  process.kill(other.pid, 'SIGSTOP');
+  await assert.rejects(desktop.onEscape(() => {}),
+    { message: 'Escape cannot be watched: the X server does not respond.' });
+  process.kill(other.pid, 'SIGCONT');
+  await Promise.all([desktop, next].map((each) => each.close()));
+  await other.stop();
 });
 
 it('waits for a region to change, and to stop changing', async () => {
@@ -235,6 +127,32 @@ it('waits for a region to change, and to stop changing', async () => {
   paint('lime');
   assert.deepStrictEqual(decodePng(await still).pixel(0, 0), [0, 255, 0]);
   assert.ok(performance.now() - start >= 600);
+  await desktop.close();
+  await other.stop();
+});
+
+it('knows the monitors, and what none of them shows', async () => {
+  const other = await startXvfb({ screen: '300x100x24' });
+  const run = (program, ...args) => execFileSync(program, args, { env: other.env });
+  const desktop = await openDesktop({ env: other.env });
+  assert.deepStrictEqual(await desktop.monitors(), [{ id: 'screen', x: 0, y: 0, width: 300, height: 100, scale: 1 }]);
+  await desktop.move(150, 50);
+  run('xsetroot', '-solid', 'lime');
+  run('xrandr', '--setmonitor', 'left', '100/26x100/26+0+0', 'screen');
+  run('xrandr', '--setmonitor', 'right', '100/26x80/20+200+0', 'none');
+  assert.deepStrictEqual((await desktop.monitors()).map(({ id, x, width, height }) => [id, x, width, height]),
+    [['left', 0, 100, 100], ['right', 200, 100, 80]]);
+  const right = decodePng(await desktop.screenshot({ monitor: 'right' }));
+  assert.deepStrictEqual([right.width, right.height, right.pixel(99, 79)], [100, 80, [0, 255, 0]]);
+  const part = decodePng(await desktop.screenshot({ region: { x: 90, y: 70, width: 210, height: 30 } }));
+  for (const [x, y, expected] of [
+    [9, 29, [0, 255, 0]], [10, 0, [0, 0, 0]], [109, 0, [0, 0, 0]], [110, 9, [0, 255, 0]], [110, 10, [0, 0, 0]],
+  ]) assert.deepStrictEqual(part.pixel(x, y), expected, `${x},${y}`);
+  for (const [x, y, refusal] of [[99, 99], [100, 99, /No monitor shows the point 100,99/], [299, 79], [299, 80, /No/], [999, 0]]) {
+    if (refusal) await assert.rejects(desktop.move(x, y), { message: refusal });
+    else await desktop.move(x, y);
+  }
+  await assert.rejects(desktop.screenshot({ monitor: 'x' }), { name: 'RangeError', message: /"left", "right"/ });
   await desktop.close();
   await other.stop();
 });

@@ -3,7 +3,6 @@
 
 const assert = require('node:assert');
 const { after, afterEach, before, it } = require('node:test');
-const { setTimeout: sleep } = require('node:timers/promises');
 const { openDesktop } = require('../../lib/promises');
 const { startDesktop } = require('../support/desktop');
 const { helpersOf } = require('../support/helpers');
@@ -46,14 +45,94 @@ it('says what to do after a refusal, and ends when opening is aborted', async ()
   await assert.rejects(opening, ({ name, cause }) => name === 'AbortError' && cause.name === 'TimeoutError');
 });
 
-it('ends with the session', async () => {
+// The release of the left button (BTN_LEFT, 272), which ends a drag.
+const buttons = () => session.record().filter((line) => line.includes(' button 272 ')).map((line) => line.at(-1)).join('');
+
+it('releases the button of an aborted drag, and stays open', async () => {
   const desktop = await open({});
-  session.show('fail picture lost');
-  const failure = 'Wayland ScreenCast stream failed: picture lost';
-  let error;
-  await waitUntil(() => desktop.screenshot().then(() => sleep(20), (reason) => { error = reason; }).then(() => error));
-  assert.strictEqual(error.message, failure);
-  await assert.rejects(desktop.display(), { code: 'ERR_DESKTOP_CLOSED' });
-  const { reason, error: why } = await desktop.closed;
-  assert.deepStrictEqual([reason, why.message], ['session ended', failure]);
+  for (const call of [desktop.drag.bind(desktop, 0, 0, 30000, 0), desktop.click.bind(desktop, 5, 5, 'left', 99)]) {
+    const controller = new AbortController();
+    const running = call({ signal: controller.signal });
+    const before = buttons().length;
+    await waitUntil(() => buttons().length > before);
+    const start = performance.now();
+    controller.abort();
+    await assert.rejects(running, { name: 'AbortError' });
+    assert.ok(performance.now() - start < 150);
+    await waitUntil(() => buttons().endsWith('0'));
+  }
+  await desktop.move(1, 2);
+  await desktop.close();
 });
+
+it('asks once for the layout of a text, and an abort does not wait for the answer', async () => {
+  const script = { ConnectToEIS: { eis: ['keyboard#us,de', 'pointer,button,scroll@1280,720,0,0'] } };
+  const own = await startDesktop({ ...script, getLayout: { reply: '(uint32 0,)' } });
+  const recorded = (part) => own.record().filter((line) => line.includes(part)).length;
+  const desktop = await openDesktop({ env: own.env });
+  await desktop.type('abcdefghijklm'.repeat(8));
+  await waitUntil(() => recorded(' key 30 1') === 8);
+  assert.strictEqual(recorded('getLayout'), 1);
+  own.setScript({ ...script, getLayout: { silent: true }, ReadAll: { silent: true } });
+  const controller = new AbortController();
+  const typing = desktop.type('never', { signal: controller.signal });
+  await waitUntil(() => recorded('getLayout') === 1);
+  const start = performance.now();
+  controller.abort();
+  await assert.rejects(typing, { name: 'AbortError' });
+  assert.ok(performance.now() - start < 150);
+  await desktop.move(1, 2);
+  assert.strictEqual(recorded(' key '), 0);
+  await desktop.close();
+  await own.stop();
+});
+
+it('writes with keys and dead keys, whatever Caps Lock says, or names what these cannot type', async () => {
+  const own = await startDesktop({ ConnectToEIS: { eis: ['pointer,button,scroll', 'keyboard#es'] } });
+  const desktop = await openDesktop({ env: own.env });
+  const taps = (...codes) => codes.flatMap((code) => [`key ${code} 1`, `key ${code} 0`]);
+  const sent = async (text, options) => {
+    const before = own.record().length;
+    const error = await desktop.write(text, options).then(() => [], ({ message }) => [message]);
+    await desktop.move(1, 2);
+    const record = await own.recordWhen((lines) => lines.slice(before).some((line) => line.endsWith('motion 1 2')));
+    const events = record.slice(before).filter((line) => line.includes(' key '));
+    return [...events.map((line) => line.replace(/^eis \d /, '')), ...error];
+  };
+  const never = { paste: 'never' };
+  assert.deepStrictEqual(await sent('qué\r\n', never), taps(16, 22, 40, 18, 28));
+  assert.deepStrictEqual(await sent('qж中ć', never),
+    ['The text has characters that cannot be typed: ж (U+0436), 中 (U+4E2D), ć (U+0107).']);
+  await own.act(['locked', 2]);
+  assert.deepStrictEqual(await sent('q', never), taps(58, 16, 58));
+  await desktop.close();
+  await own.stop();
+});
+
+// Each end makes a desktop of its own unusable. `ended` is the reason that the session module gives.
+const portalEnded = 'The Wayland portal session has ended.';
+for (const [name, end, expected = portalEnded] of [
+  ['the user stops sharing', (own) => process.kill(own.portal(), 'SIGUSR1')],
+  ['the portal dies', (own) => process.kill(own.portal(), 'SIGKILL')],
+  ['the bus dies', (own) => own.killBus()],
+  ['PipeWire dies', (own) => own.killPipeWire(), 'Wayland ScreenCast stream failed: connection error'],
+  ['the stream fails', (own) => own.show('fail picture lost'), 'Wayland ScreenCast stream failed: picture lost'],
+]) {
+  for (const isIdle of [true, false]) {
+    it(`ends within a second when ${name} ${isIdle ? 'while no call runs' : 'during a call'}`, async () => {
+      const own = await startDesktop();
+      const desktop = await openDesktop({ env: own.env });
+      const isClosed = { code: 'ERR_DESKTOP_CLOSED' };
+      const rejected = isIdle ? undefined : assert.rejects(desktop.type('a'.repeat(9999)), isClosed);
+      await desktop.cursorPosition({ timeout: 50 }).catch(() => {});
+      const start = performance.now();
+      end(own);
+      const { reason, error, code } = await desktop.closed;
+      assert.ok(performance.now() - start < 1000, `${performance.now() - start} ms`);
+      assert.deepStrictEqual([reason, error.message, code], ['session ended', expected, 0]);
+      await rejected;
+      await assert.rejects(desktop.move(1, 1), isClosed);
+      await own.stop();
+    });
+  }
+}

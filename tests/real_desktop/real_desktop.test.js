@@ -4,6 +4,7 @@
 
 const assert = require('node:assert');
 const { after, afterEach, before, beforeEach, describe, it } = require('node:test');
+const { openDesktop } = require('../../lib/promises');
 const { startHost } = require('../support/host');
 const { decodePng } = require('../support/png');
 const { name: desktopName, suite, startDesktop, waitUntil } = require('./desktop');
@@ -40,6 +41,17 @@ function textOf(lines) {
   const names = keys.filter((_, i) => i % 2 === 0).map(([, name]) => name);
   assert.deepStrictEqual(keys.map((words) => words.join(' ')), names.flatMap(key));
   return names.map((name) => ({ space: ' ', Return: '\n', Tab: '\t' }[name] ?? name)).join('');
+}
+
+// Returns the text that the lines spell when dead keys and the keys after them are composed.
+function composedText(lines) {
+  const characters = [];
+  for (const line of lines) {
+    const [kind, name, state] = line.split(' ');
+    if (kind === 'text') characters.splice(-1, 1, line.slice(5));
+    else if (state === 'down' && !/^(dead_|Shift_L|ISO_Level3_Shift)/.test(name)) characters.push(name === 'space' ? ' ' : name);
+  }
+  return characters.join('');
 }
 
 // Returns the blocks of a picture whose colours differ from those that the window draws.
@@ -194,7 +206,19 @@ describe(`on ${desktopName} at 1280x720`, { timeout: 900000 }, () => {
     assert.strictEqual(textOf(await sent('type', text)), text);
     assert.deepStrictEqual(await sent('key', 'ctrl+y'),
       ['key Control_L down', 'key y down ctrl', 'key y up', 'key Control_L up']);
-    assert.strictEqual(textOf(await received(() => assert.rejects(call('type', 'x^y')))), 'x', 'a dead key');
+    assert.strictEqual(composedText(await sent('type', 'x^y É')), 'x^y É');
+  });
+
+  it('writes what has a key or a dead key on a Spanish keyboard, and nothing of a text with more', async () => {
+    desktop.command(`layout_${desktopName} es`);
+    await received(() => waitUntil(() => call('type', 'ñ').then(() => true, () => false)));
+    const own = await desktop.share(() => openDesktop({ env: desktop.env }));
+    for (const text of ['¿Qué? Ñandú, "pingüino"', 'Été à la forêt, âêîôû ÄËÏÖÜ ãõ ^`~']) {
+      assert.strictEqual(composedText(await received(() => own.write(text, { paste: 'never' }))), text);
+    }
+    const writing = () => assert.rejects(own.write('añж', { paste: 'never' }), /: ж \(U\+0436\)\.$/);
+    assert.deepStrictEqual(await received(writing), []);
+    await own.close();
   });
 });
 

@@ -93,8 +93,9 @@ class Channel:
                 eis('device_remove', self.devices[value])
             elif command == 'fragile':  # removes the device after its next frame
                 self.fragile = value
-            elif command == 'group':
-                eis('device_keyboard_send_xkb_modifiers', self.devices[-1], *map(ctypes.c_uint32, (0, 0, 0, value)))
+            elif command in ('group', 'locked'):
+                state = (0, 0, 0, value) if command == 'group' else (0, 0, value, 0)
+                eis('device_keyboard_send_xkb_modifiers', self.devices[-1], *map(ctypes.c_uint32, state))
         self.write_down('eis acted')
 
     def announce(self, seat, late):

@@ -3,7 +3,7 @@
 const fs = require('node:fs');
 const path = require('node:path');
 
-const helperFile = path.join(__dirname, '..', '..', 'lib', 'helper.js');
+const helperFile = path.join(__dirname, '..', '..', 'lib', 'helper', 'main.js');
 
 // Returns the process ids of the helpers that a process has started.
 function helpersOf(pid) {

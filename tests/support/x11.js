@@ -82,8 +82,11 @@ const keyboardState = (env) => ({
   down: execFileSync(program('x11_witness'), ['state'], { env, encoding: 'utf8' }),
 });
 
+// The `down` of keyboardState() when nothing is pressed.
+const nothingDown = `0 ${'0'.repeat(64)}`;
+
 // Returns the text of all key presses.
 const textOf = (events) => String.fromCodePoint(
   ...events.filter((event) => event.kind === 'key' && event.down && event.codePoint).map((event) => event.codePoint));
 
-module.exports = { keyboardState, startWitness, startX11, startXvfb, textOf, withX11 };
+module.exports = { keyboardState, nothingDown, startWitness, startX11, startXvfb, textOf, withX11 };

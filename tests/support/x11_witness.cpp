@@ -7,6 +7,7 @@
 //     TYPE LENGTH   with a text of that type and length, which repeats a to z
 //     refuse 0      with a refusal
 //     ignore 0      never
+//     drip PAUSE    with one byte after each pause, in milliseconds, without end
 //     die 0         by exiting
 //     destroy 0     by destroying the window that sent the request
 
@@ -93,6 +94,8 @@ void ownClipboard(Display* display, char** answer) {
   XSync(display, False);
   std::printf("{\"kind\":\"ready\"}\n");
   const std::string kind = answer[0];
+  // The window of a request may be gone.
+  XSetErrorHandler([](Display*, XErrorEvent*) { return 0; });
   std::string text;
   for (int i = 0; i < std::atoi(answer[1]); ++i) text += static_cast<char>('a' + i % 26);
   for (XEvent event;;) {
@@ -106,11 +109,19 @@ void ownClipboard(Display* display, char** answer) {
         SelectionNotify,  0,           True, display, request.requestor, request.selection, request.target,
         request.property, request.time};
     if (kind == "refuse") notice.xselection.property = None;
-    XChangeProperty(display, request.requestor, request.property, XInternAtom(display, answer[0], False), 8,
-                    PropModeReplace, reinterpret_cast<const unsigned char*>(text.data()),
-                    static_cast<int>(text.size()));
+    const auto store = [&](const char* type, std::size_t size) {
+      XChangeProperty(display, request.requestor, request.property, XInternAtom(display, type, False), 8,
+                      PropModeReplace, reinterpret_cast<const unsigned char*>(text.data()),
+                      static_cast<int>(size));
+    };
+    store(kind == "drip" ? "INCR" : answer[0], text.size());
     XSendEvent(display, request.requestor, False, 0, &notice);
     XFlush(display);
+    while (kind == "drip") {
+      usleep(static_cast<unsigned>(std::atoi(answer[1])) * 1000);
+      store("UTF8_STRING", 1);
+      XFlush(display);
+    }
   }
 }
 

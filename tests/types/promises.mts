@@ -2,7 +2,9 @@
 import { AbortError, openDesktop, type Desktop, type DesktopEnd } from 'ostler/promises';
 
 export async function host(signal: AbortSignal): Promise<DesktopEnd> {
-  await using desktop: Desktop = await openDesktop({ env: process.env, signal, timeout: 5000 });
+  await using desktop: Desktop = await openDesktop({ env: process.env, signal, timeout: 5000, remember: 'me' });
+  // @ts-expect-error: save is missing
+  openDesktop({ remember: { load: () => 'token' } });
   await desktop.click(100, 200, 'left', 1, { signal });
   await desktop.click({ x: 1, y: 2, count: 2, timeout: 50 });
   await desktop.type('text', { timeout: 1000 });
@@ -13,6 +15,8 @@ export async function host(signal: AbortSignal): Promise<DesktopEnd> {
   await desktop.screenshot({ format: 'gif' });
   // @ts-expect-error: onEscape replaces lock
   await desktop.lock(() => {});
+  const [{ id }] = await desktop.monitors();
+  await desktop.screenshot({ monitor: id });
   const stop = await desktop.onEscape((time: number) => time);
   await stop();
   for await (const time of desktop.escapePresses({ signal })) if (time > 0) break;

@@ -36,6 +36,8 @@ constexpr milliseconds longestPoll{500};
 constexpr milliseconds processingLimit{50};
 constexpr milliseconds replacementLimit{500};  // the longest wait for a new or replaced device
 
+constexpr std::uint32_t lockModifier = 1 << 1;  // Lock is the second modifier of every XKB keymap
+
 bool hungUp(int socket) {
   pollfd state{socket, 0, 0};
   int hangUps = 0;
@@ -211,7 +213,10 @@ bool EisChannel::handle(ei_event* event) {
       noteRemoval(device);
       return false;
     case EI_EVENT_KEYBOARD_MODIFIERS:
-      if (device == eiKeyboard.device.get()) group = ei_event_keyboard_get_xkb_group(event);
+      if (device == eiKeyboard.device.get()) {
+        group = ei_event_keyboard_get_xkb_group(event);
+        capsLocked = (ei_event_keyboard_get_xkb_mods_locked(event) & lockModifier) != 0;
+      }
       return false;
     default:
       return false;

@@ -58,6 +58,9 @@ public:
   std::optional<std::uint32_t> keyboardGroup() const { return group; }
   void forgetKeyboardGroup() { group.reset(); }
 
+  // Whether the compositor has reported that Caps Lock is on.
+  bool isCapsLocked() const { return capsLocked; }
+
   FileDescriptor eisFd;
   // Null if there is no channel.
   EiContext eiContext;
@@ -86,6 +89,7 @@ private:
   std::vector<EiDevice> resumedDevices;  // in the order in which they were resumed
   std::optional<std::uint32_t> group;
   int unansweredPings = 0;
+  bool capsLocked = false;
 };
 
 }  // namespace ostler

@@ -62,6 +62,12 @@ public:
   std::optional<EvdevKey> findKey(std::uint64_t keysym) {
     return layout.find(keysym, channel.eiKeyboard.device.get(), channel.keyboardGroup());
   }
+  // The dead key and the key after it that produce a character for which there is no key.
+  std::optional<DeadKeySequence> findSequence(std::uint64_t keysym) {
+    return layout.findSequence(keysym, channel.eiKeyboard.device.get(), channel.keyboardGroup());
+  }
+
+  bool isCapsLocked() const { return channel.isCapsLocked(); }
 
   // A target outside all regions of the pointer is moved to the nearest point inside one.
   void moveTo(double x, double y);

@@ -23,17 +23,31 @@ std::unique_ptr<const Keymap> readKeymap(ei_device* keyboard) {
 
 }  // namespace
 
+void KeyboardLayout::update(ei_device* keyboard) {
+  if (keyboard == keyboardRead.get()) return;
+  keyboardRead.reset(ei_device_ref(keyboard));
+  keymap = readKeymap(keyboard);
+  askedGroup.reset();
+}
+
+std::size_t KeyboardLayout::activeGroup(std::optional<std::uint32_t> announcedGroup) {
+  if (announcedGroup) return *announcedGroup;
+  if (!askedGroup) askedGroup = keymap->groups() > 1 ? askGroup() : 0;
+  return *askedGroup;
+}
+
 std::optional<EvdevKey> KeyboardLayout::find(std::uint64_t keysym, ei_device* keyboard,
                                              std::optional<std::uint32_t> announcedGroup) {
-  if (keyboard != keyboardRead.get()) {
-    keyboardRead.reset(ei_device_ref(keyboard));
-    keymap = readKeymap(keyboard);
-    askedGroup.reset();
-  }
+  update(keyboard);
   if (keymap == nullptr) return findUsKey(keysym);
-  if (announcedGroup) return keymap->find(keysym, *announcedGroup);
-  if (!askedGroup) askedGroup = keymap->groups() > 1 ? askGroup() : 0;
-  return keymap->find(keysym, *askedGroup);
+  return keymap->find(keysym, activeGroup(announcedGroup));
+}
+
+std::optional<DeadKeySequence> KeyboardLayout::findSequence(std::uint64_t keysym, ei_device* keyboard,
+                                                            std::optional<std::uint32_t> announcedGroup) {
+  update(keyboard);
+  if (keymap == nullptr) return std::nullopt;
+  return keymap->findSequence(keysym, activeGroup(announcedGroup));
 }
 
 }  // namespace ostler

@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 
+#include "wayland/eis/compose.h"
 #include "wayland/eis/eis_channel.h"
 #include "wayland/eis/evdev_keys.h"
 #include "wayland/eis/keymap.h"
@@ -24,8 +25,14 @@ public:
   // Without a keymap the key is that of a US keyboard.
   std::optional<EvdevKey> find(std::uint64_t keysym, ei_device* keyboard,
                                std::optional<std::uint32_t> announcedGroup);
+  // Like find(), for a character that needs a dead key. There is none without a keymap.
+  std::optional<DeadKeySequence> findSequence(std::uint64_t keysym, ei_device* keyboard,
+                                              std::optional<std::uint32_t> announcedGroup);
 
 private:
+  void update(ei_device* keyboard);
+  std::size_t activeGroup(std::optional<std::uint32_t> announcedGroup);
+
   const std::function<std::size_t()> askGroup;
   EiDevice keyboardRead;  // the keyboard of `keymap`
   std::unique_ptr<const Keymap> keymap;

@@ -1,6 +1,7 @@
 #include "wayland/eis/keymap.h"
 
 #include <cstdarg>
+#include <utility>
 
 #include <linux/input-event-codes.h>
 
@@ -78,7 +79,8 @@ std::unique_ptr<const Keymap> Keymap::parse(const std::string& text) {
 
   auto result = std::make_unique<Keymap>();
   for (xkb_layout_index_t group = 0; group < xkb_keymap_num_layouts(keymap.get()); ++group) {
-    Keys& keys = result->keysOfGroup.emplace_back();
+    Group& found = result->allGroups.emplace_back();
+    std::vector<std::pair<std::uint64_t, xkb_keysym_t>> produced;
     const auto add = [&](std::uint32_t altGr, bool shift) {
       GroupState state(keymap.get(), group);
       if (altGr != 0) state.press(altGr);
@@ -88,7 +90,10 @@ std::unique_ptr<const Keymap> Keymap::parse(const std::string& text) {
         if (given == XKB_KEY_NoSymbol) continue;
         const std::uint64_t keysym = unify(given);
         const EvdevKey key{code, shift, altGr};
-        isUsKey(keysym, key) ? keys.insert_or_assign(keysym, key) : keys.emplace(keysym, key);
+        const auto [known, isNew] = found.keys.emplace(keysym, key);
+        if (!isNew && isUsKey(keysym, key)) known->second = key;
+        // What a key of the keypad produces depends on Num Lock.
+        if (isNew && !isKeypad(given)) produced.emplace_back(keysym, given);
       }
     };
     add(0, false);
@@ -97,15 +102,32 @@ std::unique_ptr<const Keymap> Keymap::parse(const std::string& text) {
       add(altGr, false);
       add(altGr, true);
     }
+    std::vector<ProducedKeysym> keysyms;
+    keysyms.reserve(produced.size());
+    for (const auto& [keysym, given] : produced) keysyms.push_back({given, found.keys.at(keysym)});
+    found.sequences = findDeadKeySequences(context.get(), keysyms);
   }
   return result;
 }
 
+const Keymap::Group* Keymap::findGroup(std::size_t number) const {
+  if (allGroups.empty()) return nullptr;
+  return &allGroups[number < groups() ? number : 0];
+}
+
 std::optional<EvdevKey> Keymap::find(std::uint64_t keysym, std::size_t group) const {
-  if (keysOfGroup.empty()) return std::nullopt;
-  const Keys& keys = keysOfGroup[group < groups() ? group : 0];
-  const auto key = keys.find(unify(keysym));
-  return key != keys.end() ? std::optional(key->second) : std::nullopt;
+  const Group* const searched = findGroup(group);
+  if (searched == nullptr) return std::nullopt;
+  const auto key = searched->keys.find(unify(keysym));
+  return key != searched->keys.end() ? std::optional(key->second) : std::nullopt;
+}
+
+std::optional<DeadKeySequence> Keymap::findSequence(std::uint64_t keysym, std::size_t group) const {
+  const Group* const searched = findGroup(group);
+  const std::uint64_t unified = unify(keysym);
+  if (searched == nullptr || unified < unicodeForm) return std::nullopt;
+  const auto sequence = searched->sequences.find(static_cast<std::uint32_t>(unified - unicodeForm));
+  return sequence != searched->sequences.end() ? std::optional(sequence->second) : std::nullopt;
 }
 
 }  // namespace ostler

@@ -21,6 +21,7 @@ OSTLER_GLIB_FUNCTIONS(DEFINE)
 OSTLER_PIPEWIRE_FUNCTIONS(DEFINE)
 OSTLER_LIBEI_FUNCTIONS(DEFINE)
 OSTLER_XKBCOMMON_FUNCTIONS(DEFINE)
+OSTLER_XKBCOMMON_COMPOSE_FUNCTIONS(DEFINE)
 
 EiPing* (*newEiPing)(ei*) = nullptr;
 void (*sendEiPing)(EiPing*) = nullptr;
@@ -41,9 +42,11 @@ constexpr LazyFunction libeiPingFunctions[] = {{"ei_new_ping", static_cast<void*
                                                {"ei_ping", static_cast<void*>(&sendEiPing)},
                                                {"ei_ping_unref", static_cast<void*>(&unrefEiPing)}};
 constexpr LazyFunction xkbcommonFunctions[] = {OSTLER_XKBCOMMON_FUNCTIONS(ROW)};
+constexpr LazyFunction xkbComposeFunctions[] = {OSTLER_XKBCOMMON_COMPOSE_FUNCTIONS(ROW)};
 
 bool libeiLoaded = false;
 bool xkbcommonLoaded = false;
+bool xkbComposeLoaded = false;
 
 // Also finds functions in the dependencies of the library. Returns nothing on
 // success, otherwise the loader's message.
@@ -76,10 +79,13 @@ void loadWaylandLibraries() {
   libeiLoaded = !load("libei.so.1", libeiFunctions);
   if (libeiLoaded && load("libei.so.1", libeiPingFunctions)) newEiPing = nullptr;
   xkbcommonLoaded = !load("libxkbcommon.so.0", xkbcommonFunctions);
+  xkbComposeLoaded = !load("libxkbcommon.so.0", xkbComposeFunctions);
 }
 
 bool isLibeiLoaded() { return libeiLoaded; }
 
 bool isXkbcommonLoaded() { return xkbcommonLoaded; }
+
+bool isXkbComposeLoaded() { return xkbComposeLoaded; }
 
 }  // namespace ostler

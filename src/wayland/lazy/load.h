@@ -14,4 +14,7 @@ bool isLibeiLoaded();
 // Whether libxkbcommon was found with all of its functions.
 bool isXkbcommonLoaded();
 
+// Whether libxkbcommon has its functions for composing, which it can be built without.
+bool isXkbComposeLoaded();
+
 }  // namespace ostler

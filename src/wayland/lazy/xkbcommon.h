@@ -1,5 +1,6 @@
 #pragma once
 
+#include <xkbcommon/xkbcommon-compose.h>
 #include <xkbcommon/xkbcommon.h>
 
 #include "wayland/lazy/declare.h"
@@ -19,10 +20,21 @@
   apply(xkb_state_unref) \
   apply(xkb_state_update_key) \
   apply(xkb_state_update_mask)
+
+#define OSTLER_XKBCOMMON_COMPOSE_FUNCTIONS(apply) \
+  apply(xkb_compose_state_feed) \
+  apply(xkb_compose_state_get_status) \
+  apply(xkb_compose_state_get_utf8) \
+  apply(xkb_compose_state_new) \
+  apply(xkb_compose_state_reset) \
+  apply(xkb_compose_state_unref) \
+  apply(xkb_compose_table_new_from_locale) \
+  apply(xkb_compose_table_unref)
 // clang-format on
 
 namespace ostler {
 
 OSTLER_XKBCOMMON_FUNCTIONS(OSTLER_DECLARE_LAZY)
+OSTLER_XKBCOMMON_COMPOSE_FUNCTIONS(OSTLER_DECLARE_LAZY)
 
 }  // namespace ostler

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "wayland/portal/portal_call.h"
+#include "wayland/portal/portal_clipboard.h"
 
 namespace ostler {
 namespace {
@@ -17,6 +18,7 @@ constexpr std::uint32_t hiddenCursor = 1;
 constexpr std::uint32_t embeddedCursor = 2;
 constexpr std::uint32_t metadataCursor = 4;
 constexpr std::uint32_t keyboardAndPointer = 1 | 2;
+constexpr std::uint32_t untilRevoked = 2;  // the persist_mode
 
 BusConnection connectToSessionBus() {
   constexpr char failure[] = "Unable to connect to the session D-Bus";
@@ -100,7 +102,9 @@ StreamInfo readFirstStream(GVariant* response) {
 }  // namespace
 
 // After the delegated constructor has returned, a failure runs the destructor.
-PortalSession::PortalSession() : PortalSession(openSessionBus()) { startPortalSession(); }
+PortalSession::PortalSession(const PortalPermission& permission) : PortalSession(openSessionBus()) {
+  startPortalSession(permission);
+}
 
 PortalSession::PortalSession(BusConnection bus) : connection(std::move(bus)) {}
 
@@ -111,7 +115,7 @@ PortalSession::~PortalSession() {
                                                   G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr));
 }
 
-void PortalSession::startPortalSession() {
+void PortalSession::startPortalSession(const PortalPermission& permission) {
   GDBusConnection* const bus = connection.get();
   const std::uint32_t sources = readPortalProperty(bus, "AvailableSourceTypes");
   if ((sources & (monitorSource | windowSource)) == 0) {
@@ -138,6 +142,10 @@ void PortalSession::startPortalSession() {
   {
     PortalOptions options;
     options.add("types", g_variant_new_uint32(keyboardAndPointer));
+    if (permission.persist) options.add("persist_mode", g_variant_new_uint32(untilRevoked));
+    if (!permission.token.empty()) {
+      options.add("restore_token", g_variant_new_string(permission.token.c_str()));
+    }
     portalRequest(bus, remoteDesktopInterface, "SelectDevices",
                   g_variant_new("(oa{sv})", sessionHandle.c_str(), &options.builder));
   }
@@ -149,12 +157,22 @@ void PortalSession::startPortalSession() {
     portalRequest(bus, screenCastInterface, "SelectSources",
                   g_variant_new("(oa{sv})", sessionHandle.c_str(), &options.builder));
   }
+  if (permission.clipboard) requestPortalClipboard(bus, sessionHandle);
 
+  if (permission.asking) permission.asking();
   PortalOptions options;
   const Variant response =
       portalRequest(bus, remoteDesktopInterface, "Start",
                     g_variant_new("(osa{sv})", sessionHandle.c_str(), "", &options.builder));
+  if (permission.granted) {
+    const char* token = "";
+    g_variant_lookup(response.get(), "restore_token", "&s", &token);
+    permission.granted(token);
+  }
   g_variant_lookup(response.get(), "devices", "u", &grantedDevices);
+  gboolean isClipboardEnabled = FALSE;
+  g_variant_lookup(response.get(), "clipboard_enabled", "b", &isClipboardEnabled);
+  hasClipboard = isClipboardEnabled != FALSE;
   StreamInfo stream = readFirstStream(response.get());
   nodeId = stream.nodeId;
   logicalSize = stream.logicalSize;

@@ -6,6 +6,7 @@
 
 #include "base/file_descriptor.h"
 #include "base/geometry.h"
+#include "base/portal_permission.h"
 #include "base/stream_place.h"
 #include "wayland/portal/active_layout.h"
 #include "wayland/portal/glib_handles.h"
@@ -15,11 +16,12 @@
 namespace ostler {
 
 // One session of the desktop portal for input and for a stream of the screen.
-// The constructor opens it with a dialog, and the destructor closes it.
+// The constructor opens it, with a dialog unless the portal remembers the permission, and the
+// destructor closes it.
 class PortalSession {
 public:
   // Blocks until the user has answered. Throws std::runtime_error.
-  PortalSession();
+  explicit PortalSession(const PortalPermission& permission);
   PortalSession(const PortalSession&) = delete;
   PortalSession& operator=(const PortalSession&) = delete;
   ~PortalSession();
@@ -47,10 +49,11 @@ public:
   std::uint32_t nodeId = 0;          // of the stream, in PipeWire
   std::optional<Size> logicalSize;   // of the stream, if the portal reports it
   StreamPlace streamPlace;
+  bool hasClipboard = false;  // the user has granted it
 
 private:
   explicit PortalSession(BusConnection bus);
-  void startPortalSession();
+  void startPortalSession(const PortalPermission& permission);
 
   // Set once the portal has created the session.
   std::optional<SessionEnd> end;

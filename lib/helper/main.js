@@ -1,0 +1,92 @@
+'use strict';
+// Runs in the helper process of a desktop: loads the session module and makes the calls that the
+// host requests, one at a time. Exits when the channel to the host closes.
+
+const path = require('node:path');
+const { Worker } = require('node:worker_threads');
+const { openSession } = require('./open');
+const { writePicture } = require('../shared/memory_file');
+const { sessionKind } = require('../shared/session_kind');
+const { loadSession } = require('../shared/session_module');
+const { Clipboard } = require('./clipboard');
+
+const memoryFile = 5;  // the descriptor
+const checkInterval = 400;  // in milliseconds
+
+const kind = sessionKind(process.env);
+// The guard thread reads the number of the running call here.
+const runningCall = new Int32Array(new SharedArrayBuffer(4));
+let session, clipboard;
+
+// Errors are ignored, because a host that has exited needs no answer.
+const send = (message) => process.send(message, () => {});
+
+// Nothing tells an idle process that its session has ended. The messages that say so arrive on
+// the main thread's connections, where one look takes some microseconds. What a call has left
+// to be undone later is undone here too.
+function lookAfter() {
+  const end = session.sessionEnd();
+  if (!end) return session.restoreKeyboard();
+  if (kind === 'x11') {
+    process.stderr.write(end);
+    process.exit(1);
+  }
+  send({ ended: end });
+}
+
+const operations = {
+  open(remember, monitors) {
+    const guard = new Worker(path.join(__dirname, 'guard.js'), { workerData: { kind, memoryFile, runningCall } });
+    guard.unref();
+    const loaded = loadSession();
+    openSession(loaded, { record: memoryFile, remember: kind === 'wayland' ? remember : undefined, monitors }, send);
+    session = loaded;
+    clipboard = new Clipboard(session, process.env);
+    setInterval(lookAfter, checkInterval);
+    return { clipboard: clipboard.kind };
+  },
+  screenshot(...args) {
+    const picture = session.screenshot(...args);
+    return picture && writePicture(memoryFile, picture);
+  },
+  getClipboard: () => clipboard.getText(),
+  setClipboard: (text) => clipboard.setText(text),
+  beginPaste: (text) => clipboard.beginPaste(text),
+  waitForReader: (longest) => clipboard.waitForReader(longest),
+  endPaste: () => clipboard.endPaste(),
+  lock() {
+    if (session.lock(() => send({ press: Date.now() }))) return;
+    throw new Error(`Escape cannot be watched: ${session.escapeFailure()}.`);
+  },
+};
+
+process.on('message', ({ call, method, args }) => {
+  runningCall[0] = call;
+  session?.startCall(call);
+  try {
+    send({ value: (operations[method] ?? session[method])(...args) });
+  } catch (error) {
+    const message = error.cause ? `${error.message} ${error.cause.message}` : error.message;
+    send({ error: message, ended: session?.sessionEnd() || undefined });
+  } finally {
+    runningCall[0] = 0;
+  }
+});
+
+// Ends the process when the clipboard is kept by another one.
+function end() {
+  try {
+    if (clipboard) clipboard.close(() => process.exit());
+    else process.exit();
+  } catch {
+    process.exit();
+  }
+}
+
+process.on('disconnect', () => {
+  try {
+    session?.releaseAll();
+  } finally {
+    end();
+  }
+});

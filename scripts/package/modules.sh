@@ -1,0 +1,14 @@
+#!/bin/sh
+# Builds both native modules for the package, as prebuilds/linux-TARGET/{ostler,session}.node:
+# modules.sh x64|arm64
+set -eu
+cd "$(dirname "$0")/../.."
+. scripts/package/target.sh
+directory=$work/linux-$1/modules
+
+cmake -S . -B "$directory" -G Ninja -DCMAKE_TOOLCHAIN_FILE="$PWD/scripts/package/toolchain.cmake" \
+  -DCMAKE_SYSTEM_PROCESSOR=$processor -DCMAKE_SYSROOT="$sysroot" -DCMAKE_BUILD_TYPE=Release \
+  "-DCMAKE_CXX_FLAGS_RELEASE=-O2 -DNDEBUG" -DOSTLER_TESTS=OFF >"$directory.log"
+ninja -C "$directory" --quiet ostler session
+mkdir -p "prebuilds/linux-$1"
+cp "$directory/ostler.node" "$directory/session.node" "prebuilds/linux-$1/"
