@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <stdexcept>
 
 #include <X11/keysym.h>
 #include <linux/input-event-codes.h>
@@ -19,6 +20,14 @@ void WaylandBackend::key(const std::string& combo) {
       [&] {
         tapKeyCombo(*keys, [this](std::uint64_t keysym, bool pressed) { portalInput.key(keysym, pressed); });
       });
+  requireKeysProcessed();
+}
+
+// When the list of layouts changes, GNOME 51 removes the keyboard and is busy with the keymap for a moment.
+// It drops the keys that were sent meanwhile, without an error.
+void WaylandBackend::requireKeysProcessed() {
+  if (!eis.hasDevice(InputKind::keyboard) || eis.awaitProcessing(InputKind::keyboard)) return;
+  throw std::runtime_error("The Wayland keyboard was replaced while keys were sent.");
 }
 
 void WaylandBackend::tapThroughEis(const KeyCombo& keys) {

@@ -19,6 +19,7 @@ void WaylandBackend::type(const std::string& text) {
     send(InputKind::keyboard, throughEis, throughPortal);
     sleepFor(waits::afterCharacter);
   }
+  requireKeysProcessed();
 }
 
 void WaylandBackend::typeThroughEis(std::uint64_t keysym) {

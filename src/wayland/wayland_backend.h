@@ -69,6 +69,8 @@ private:
   void sendMotion(Position target);
   bool beginsAtCorner(Position target) const;
   bool isHeldAtCorner(Position target);
+  // Throws if the keyboard was replaced while keys were sent.
+  void requireKeysProcessed();
   void tapThroughEis(const KeyCombo& keys);
   void typeThroughEis(std::uint64_t keysym);
   void typeThroughPortal(std::uint64_t keysym);

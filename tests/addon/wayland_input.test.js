@@ -3,6 +3,7 @@
 // has a device for them, and otherwise to the portal.
 
 const assert = require('node:assert');
+const { spawnSync } = require('node:child_process');
 const { after, before, describe, it } = require('node:test');
 const { startDesktop } = require('../support/desktop');
 const { waitUntil } = require('../support/wait');
@@ -229,6 +230,18 @@ it('fills an empty slot when the portal refuses, and waits for a device that was
     const expected = values.pop();
     if (commands.length > 0) await session.act(...commands);
     assert.deepStrictEqual(await session.sent(method, ...values), expected, name);
+  }
+  await session.stop();
+});
+
+const hasPing = spawnSync('/usr/bin/python3', ['-c', 'import ctypes; ctypes.CDLL("libei.so.1").ei_new_ping']).status === 0;
+it('throws if the keyboard goes away while keys are sent', { skip: !hasPing && 'libei is older than 1.4' }, async () => {
+  const session = await openSession({});
+  for (const [keyboard, method] of [[0, 'key'], [2, 'type']]) {
+    await session.act(['fragile', keyboard]);
+    assert.strictEqual((await session.sent(method, 'a')).at(-1),
+      'The Wayland keyboard was replaced while keys were sent.', method);
+    await session.act(['add', 'keyboard']);
   }
   await session.stop();
 });

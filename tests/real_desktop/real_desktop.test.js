@@ -144,15 +144,17 @@ describe(`on ${desktopName} at 1280x720`, { timeout: 900000 }, () => {
     assert.ok(drag.length > 5 && drag.slice(3, -1).every((line) => line.startsWith('motion ')), `${drag}`);
   });
 
-  it('leaves the corner where GNOME holds the pointer', async () => {
-    for (const [x, ...corner] of [[400, 0, 5], [500, 5, 0], [600, 0, 0]]) {
-      await desktop.moveTo(...corner);
+  // KWin holds nothing there, and reports a motion to it only most of the time.
+  const corner = { skip: desktopName !== 'gnome' };
+  it('leaves the corner where GNOME holds the pointer', corner, async () => {
+    for (const [x, ...from] of [[400, 0, 5], [500, 5, 0], [600, 0, 0]]) {
       await waitUntil(async () => {
+        await desktop.moveTo(...from);
         const position = await call('cursorPosition');
-        return position.x === corner[0] && position.y === corner[1];
+        return position.x === from[0] && position.y === from[1];
       });
       const lines = await sent('click', x, 300, 'left', 1);
-      assert.deepStrictEqual(lines.slice(-4), [`motion ${x} 300`, ...click(1, 1, `${x} 300`)], `${corner}`);
+      assert.deepStrictEqual(lines.slice(-4), [`motion ${x} 300`, ...click(1, 1, `${x} 300`)], `${from}`);
     }
   });
 

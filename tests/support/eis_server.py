@@ -41,7 +41,7 @@ def keymap_file(layouts):
 class Channel:
     def __init__(self, descriptions, write_down):
         self.waiting, self.write_down = descriptions, write_down
-        self.devices, self.frame = [], ''
+        self.devices, self.frame, self.fragile = [], '', None
         self.context = eis('new', None)
         eis('setup_backend_fd', self.context)
         self.client_end = eis('backend_fd_add_client', self.context, result=ctypes.c_int)
@@ -81,6 +81,8 @@ class Channel:
         elif kind == FRAME:
             self.write_down('eis %d%s' % (number, self.frame))
             self.frame = ''
+            if number == self.fragile:
+                eis('device_remove', device)
 
     def act(self, commands):
         for command, value in commands:
@@ -89,6 +91,8 @@ class Channel:
                 self.announce(eis('device_get_seat', self.devices[0]), late=False)
             elif command == 'remove':
                 eis('device_remove', self.devices[value])
+            elif command == 'fragile':  # removes the device after its next frame
+                self.fragile = value
             elif command in ('group', 'locked'):
                 state = (0, 0, 0, value) if command == 'group' else (0, 0, value, 0)
                 eis('device_keyboard_send_xkb_modifiers', self.devices[-1], *map(ctypes.c_uint32, state))

@@ -33,6 +33,7 @@ using std::chrono::milliseconds;
 
 constexpr milliseconds setUpLimit{5000};
 constexpr milliseconds longestPoll{500};
+constexpr milliseconds processingLimit{50};
 constexpr milliseconds replacementLimit{500};  // the longest wait for a new or replaced device
 
 constexpr std::uint32_t lockModifier = 1 << 1;  // Lock is the second modifier of every XKB keymap
@@ -138,6 +139,23 @@ void EisChannel::read() {
   while (!disconnected && poll(&readable, 1, 0) > 0) dispatch();
 }
 
+bool EisChannel::awaitProcessing(const EisSlot& slot) {
+  if (newEiPing == nullptr || eiContext == nullptr || disconnected || unansweredPings > 0) return true;
+  const EiDevice before(ei_device_ref(slot.device.get()));
+  EiPing* const ping = newEiPing(eiContext.get());
+  sendEiPing(ping);
+  unrefEiPing(ping);
+  ++unansweredPings;
+  const Clock::time_point deadline = Clock::now() + processingLimit;
+  while (unansweredPings > 0 && !disconnected) {
+    const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
+    if (left <= milliseconds(0)) break;
+    pollfd readable{ei_get_fd(eiContext.get()), POLLIN, 0};
+    if (poll(&readable, 1, static_cast<int>(left.count())) > 0) dispatch();
+  }
+  return !slot.removed && slot.device.get() == before.get();
+}
+
 bool EisChannel::waitForDevice(EisSlot& slot) {
   const Clock::time_point deadline = Clock::now() + replacementLimit;
   while (eiContext != nullptr) {
@@ -163,6 +181,10 @@ bool EisChannel::dispatch() {
 
 bool EisChannel::handle(ei_event* event) {
   handshaken = true;  // libei delivers no event before
+  if (static_cast<int>(ei_event_get_type(event)) == eiEventPong) {
+    --unansweredPings;
+    return false;
+  }
   ei_device* const device = ei_event_get_device(event);
   switch (ei_event_get_type(event)) {
     case EI_EVENT_DISCONNECT:

@@ -43,6 +43,10 @@ public:
   // replaces a removed one takes over its slots. Slots that were empty stay
   // empty.
   void read();
+  // Waits up to 50 ms until the compositor has processed what was sent. Returns
+  // false if it has removed or replaced the device of the slot meanwhile, which
+  // loses events. Only libei 1.4 and later can tell.
+  bool awaitProcessing(const EisSlot& slot);
   // Waits up to 500 ms for a device that fills an empty slot or replaces a
   // removed device. Returns false if none arrives.
   bool waitForDevice(EisSlot& slot);
@@ -84,6 +88,7 @@ private:
   bool disconnected = false;
   std::vector<EiDevice> resumedDevices;  // in the order in which they were resumed
   std::optional<std::uint32_t> group;
+  int unansweredPings = 0;
   bool capsLocked = false;
 };
 

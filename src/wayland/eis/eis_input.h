@@ -42,8 +42,9 @@ public:
   bool hasDevice(InputKind kind) { return slot(kind).isFilled(); }
   // Whether the compositor has removed the device and not replaced it yet.
   bool isDeviceRemoved(InputKind kind) { return slot(kind).removed; }
-  // The next three functions forward to EisChannel.
+  // The next four functions forward to EisChannel.
   bool waitForDevice(InputKind kind) { return channel.waitForDevice(slot(kind)); }
+  bool awaitProcessing(InputKind kind) { return channel.awaitProcessing(slot(kind)); }
   void readChannel() { channel.read(); }
   bool isDisconnected() const { return channel.isDisconnected(); }
 

@@ -23,6 +23,10 @@ OSTLER_LIBEI_FUNCTIONS(DEFINE)
 OSTLER_XKBCOMMON_FUNCTIONS(DEFINE)
 OSTLER_XKBCOMMON_COMPOSE_FUNCTIONS(DEFINE)
 
+EiPing* (*newEiPing)(ei*) = nullptr;
+void (*sendEiPing)(EiPing*) = nullptr;
+EiPing* (*unrefEiPing)(EiPing*) = nullptr;
+
 namespace {
 
 struct LazyFunction {
@@ -34,6 +38,9 @@ struct LazyFunction {
 constexpr LazyFunction glibFunctions[] = {OSTLER_GLIB_FUNCTIONS(ROW)};
 constexpr LazyFunction pipeWireFunctions[] = {OSTLER_PIPEWIRE_FUNCTIONS(ROW)};
 constexpr LazyFunction libeiFunctions[] = {OSTLER_LIBEI_FUNCTIONS(ROW)};
+constexpr LazyFunction libeiPingFunctions[] = {{"ei_new_ping", static_cast<void*>(&newEiPing)},
+                                               {"ei_ping", static_cast<void*>(&sendEiPing)},
+                                               {"ei_ping_unref", static_cast<void*>(&unrefEiPing)}};
 constexpr LazyFunction xkbcommonFunctions[] = {OSTLER_XKBCOMMON_FUNCTIONS(ROW)};
 constexpr LazyFunction xkbComposeFunctions[] = {OSTLER_XKBCOMMON_COMPOSE_FUNCTIONS(ROW)};
 
@@ -70,6 +77,7 @@ void loadWaylandLibraries() {
   require("libgio-2.0.so.0", glibFunctions);  // which needs GLib and GObject
   require("libpipewire-0.3.so.0", pipeWireFunctions);
   libeiLoaded = !load("libei.so.1", libeiFunctions);
+  if (libeiLoaded && load("libei.so.1", libeiPingFunctions)) newEiPing = nullptr;
   xkbcommonLoaded = !load("libxkbcommon.so.0", xkbcommonFunctions);
   xkbComposeLoaded = !load("libxkbcommon.so.0", xkbComposeFunctions);
 }
