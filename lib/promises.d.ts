@@ -53,6 +53,8 @@ export interface ClickOptions extends CallOptions {
 export interface ScreenshotOptions extends CallOptions {
   /** The part of the desktop to show, in the coordinates of `display`. Cannot be combined with a size. */
   region?: Rect;
+  /** The `id` of the monitor to show, of those of `monitors`. Cannot be combined with a region or a size. */
+  monitor?: string;
   /** The size in pixels, up to 16384x16384, to which a picture of the whole desktop is resampled. */
   size?: { width: number; height: number };
   /** Same as `size.width` and `size.height`. */
@@ -64,10 +66,24 @@ export interface ScreenshotOptions extends CallOptions {
   quality?: number;
 }
 
+/** A monitor that the session controls. Its place is in the coordinates of `display`. */
+export interface Monitor {
+  id: string;
+  x: number;
+  y: number;
+  width: number;
+  height: number;
+  /** The pixels of a picture for each unit of the place. */
+  scale: number;
+}
+
 export interface PasteOptions extends CallOptions {
   /** The key combination that pastes. Defaults to "ctrl+v". Most terminals need "ctrl+shift+v". */
   combo?: string;
-  /** Milliseconds to wait before the old text of the clipboard is restored. Defaults to 500. */
+  /**
+   * Milliseconds to wait for a program that reads the text. Defaults to 5000. What the user had copied is restored
+   * as soon as the text has been read, so this delays only a paste that fails.
+   */
   restoreAfter?: number;
 }
 
@@ -167,10 +183,11 @@ export interface Desktop extends Promised<Omit<Ostler, 'click' | 'lock' | 'mouse
   write(text: string, options?: WriteOptions): Promise<void>;
 
   /**
-   * Pastes a text: sets the clipboard, presses `combo`, and restores the old text of the clipboard. Other
-   * content of the clipboard is lost. Resolves when the old text is restored.
+   * Pastes a text: sets the clipboard, presses `combo`, waits until a program has read the text, and restores what
+   * the user had copied, a picture or any other content up to 16 MiB too. Resolves when that is restored.
    *
-   * @throws RangeError when the text is longer than 4 MiB, Error when the clipboard does not take it.
+   * @throws RangeError when the text is longer than 4 MiB, Error when no program reads it within `restoreAfter`, when
+   * another program copies something meanwhile, or when there is no clipboard.
    */
   paste(text: string, options?: PasteOptions): Promise<void>;
 
@@ -195,6 +212,15 @@ export interface Desktop extends Promised<Omit<Ostler, 'click' | 'lock' | 'mouse
 
   /** Whether the session was opened without a dialog. Always true on X11. */
   readonly remembered: boolean;
+
+  /**
+   * Resolves to the monitors: on X11 all active ones, on Wayland the one that is shared. A part of an X11 screen
+   * that no monitor shows is black in pictures, and the pointer cannot be moved there.
+   */
+  monitors(options?: CallOptions): Promise<Monitor[]>;
+
+  /** How this session reaches the clipboard. With "none", the calls that need one reject and say what is missing. */
+  readonly clipboard: 'portal' | 'klipper' | 'data-control' | 'x11' | 'none';
 
   /** Resolves when the desktop has ended, whatever the reason. Never rejects. */
   readonly closed: Promise<DesktopEnd>;

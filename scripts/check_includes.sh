@@ -7,7 +7,7 @@ cd "$(dirname "$0")/.."
 # Each row has a folder, then what its files may include besides their own folder.
 folders='
 addon          driver base
-session        addon driver x11/x11_session.h x11/escape_watcher.h wayland/wayland_session.h backend base
+session        addon driver x11/x11_session.h x11/x11_clipboard.h x11/escape_watcher.h wayland/wayland_session.h backend base
 driver         x11/factory.h x11/clipboard.h x11/escape_watcher.h wayland/factory.h backend keys base
 x11            image backend keys base
 wayland        wayland/portal wayland/eis wayland/stream wayland/lazy/load.h image backend keys base

@@ -1,15 +1,20 @@
 #!/bin/sh
-# Runs the tests of tests/real_desktop on headless desktops, GNOME and KDE unless
-# one is named: test_desktop.sh [gnome | kde]
+# Runs the tests of tests/real_desktop on headless desktops, GNOME and KDE of both
+# releases unless one is named: test_desktop.sh [gnome | kde] [--suite trixie | sid]
+# Debian 13 (trixie) has GNOME 48 and KDE Plasma 6.3, sid has later ones.
 # The first run builds each desktop in a directory (see docs/test-desktop.md).
 # If something is missing, prints what it is and exits with 77.
 set -eu
 cd "$(dirname "$0")/.."
-case "${1:-all}" in
-  all) desktops='gnome kde' ;;
-  gnome | kde) desktops=$1 ;;
-  *) echo "usage: $0 [gnome | kde]" >&2; exit 2 ;;
-esac
+desktops='gnome kde' suites='trixie sid'
+while [ $# -gt 0 ]; do
+  case "$1 ${2:-}" in
+    gnome\ * | kde\ *) desktops=$1 ;;
+    '--suite trixie' | '--suite sid') suites=$2; shift ;;
+    *) echo "usage: $0 [gnome | kde] [--suite trixie | sid]" >&2; exit 2 ;;
+  esac
+  shift
+done
 roots=${OSTLER_DESKTOP_ROOTS:-${XDG_CACHE_HOME:-$HOME/.cache}/ostler}
 
 missing() { echo "ostler: no desktop to test on: $1" >&2; exit 77; }
@@ -28,11 +33,11 @@ packages_of() {
   esac
 }
 
-build_root() { # build_root DESKTOP ROOT
+build_root() { # build_root DESKTOP SUITE ROOT
   . /etc/os-release
   case "${ID:-}-${VERSION_ID:-}" in
     debian-12 | debian-13) ;;
-    *) missing "it is built from Debian 13's packages, on Debian 12 or 13" ;;
+    *) missing 'it is built on Debian 12 or 13' ;;
   esac
   mirror() {
     apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' 'Component: main' "Codename: $VERSION_CODENAME" | head -n 1
@@ -42,38 +47,52 @@ build_root() { # build_root DESKTOP ROOT
   command -v debootstrap >/dev/null || DEBIAN_FRONTEND=noninteractive apt-get -q -o DPkg::Lock::Timeout=600 \
     install -y --no-install-recommends debootstrap </dev/null || missing 'debootstrap cannot be installed'
 
-  echo "ostler: building a $1 desktop in $2 (gnome: 1.3 GB, kde: 1.8 GB)"
-  rm -rf "$2.part"
-  mkdir -p "$2.part"
-  debootstrap --variant=minbase trixie "$2.part" "$(mirror)"
-  # Package installation needs /proc and /dev.
+  echo "ostler: building a $1 desktop of $2 in $3 (gnome: 1.3 GB, kde: 1.8 GB)"
+  rm -rf "$3.part"
+  mkdir -p "$3.part"
+  debootstrap --variant=minbase "$2" "$3.part" "$(mirror)"
+  # Package installation needs /proc and /dev. A mirror that stands still serves
+  # sid beyond the date up to which its list is valid.
   $namespace sh -euc '
     cd "$1"
+    sed -i "s/^deb /deb [check-valid-until=no] /" etc/apt/sources.list
     mount -t proc proc proc
     mount --rbind /dev dev
     cp /etc/resolv.conf etc/
     export DEBIAN_FRONTEND=noninteractive
+    chroot . apt-get -q update
     chroot . apt-get -q install -y --no-install-recommends $2
-    chroot . apt-get clean' - "$2.part" "$packages $(packages_of "$1")" </dev/null
-  mv "$2.part" "$2"
+    chroot . apt-get clean' - "$3.part" "$packages $(packages_of "$1")" </dev/null
+  mv "$3.part" "$3"
 }
 
 [ "$(id -u)" -eq 0 ] || missing 'run it as root'
 $namespace true 2>/dev/null || missing 'this system allows no new namespaces (unshare)'
+root_of() { # root_of DESKTOP SUITE
+  case $2 in
+    trixie) echo "$roots/$1" ;;
+    *) echo "$roots/$1-$2" ;;
+  esac
+}
 for desktop in $desktops; do
-  [ -d "$roots/$desktop" ] || build_root "$desktop" "$roots/$desktop"
+  for suite in $suites; do
+    root=$(root_of "$desktop" "$suite")
+    [ -d "$root" ] || build_root "$desktop" "$suite" "$root"
+  done
 done
 
 sh scripts/build.sh release ostler
-export OSTLER_ADDON="$PWD/build/ostler.node" OSTLER_RENDER_NODE="$PWD/build/render_node.so" OSTLER_DESKTOP OSTLER_DESKTOP_ROOT
+export OSTLER_ADDON="$PWD/build/ostler.node" OSTLER_RENDER_NODE="$PWD/build/render_node.so" OSTLER_DESKTOP OSTLER_DESKTOP_SUITE OSTLER_DESKTOP_ROOT
 status=0
 for OSTLER_DESKTOP in $desktops; do
-  OSTLER_DESKTOP_ROOT=$roots/$OSTLER_DESKTOP
-  if [ "$OSTLER_DESKTOP" = kde ]; then
-    c++ -std=c++20 -O2 -shared -fPIC -isystem "$OSTLER_DESKTOP_ROOT/usr/include/libdrm" \
-      -idirafter "$OSTLER_DESKTOP_ROOT/usr/include" -o "$OSTLER_RENDER_NODE" tests/real_desktop/render_node.cpp
-  fi
-  echo "ostler: tests on $OSTLER_DESKTOP"
-  $namespace sh -c 'node tests/real_desktop/real_desktop.test.js; exit $?' || status=$?
+  for OSTLER_DESKTOP_SUITE in $suites; do
+    OSTLER_DESKTOP_ROOT=$(root_of "$OSTLER_DESKTOP" "$OSTLER_DESKTOP_SUITE")
+    if [ "$OSTLER_DESKTOP" = kde ]; then
+      c++ -std=c++20 -O2 -shared -fPIC -isystem "$OSTLER_DESKTOP_ROOT/usr/include/libdrm" \
+        -idirafter "$OSTLER_DESKTOP_ROOT/usr/include" -o "$OSTLER_RENDER_NODE" tests/real_desktop/render_node.cpp
+    fi
+    echo "ostler: tests on $OSTLER_DESKTOP of $OSTLER_DESKTOP_SUITE"
+    $namespace sh -c 'node tests/real_desktop/real_desktop.test.js; exit $?' || status=$?
+  done
 done
 exit $status

@@ -19,4 +19,8 @@ function callBus(service, object, method, ...values) {
   return { failure };
 }
 
-module.exports = { callBus };
+// Calls a method of the store in which portals keep permissions.
+const callPermissionStore = (method, ...values) => callBus('org.freedesktop.impl.portal.PermissionStore',
+  '/org/freedesktop/impl/portal/PermissionStore', `org.freedesktop.impl.portal.PermissionStore.${method}`, ...values);
+
+module.exports = { callBus, callPermissionStore };

@@ -5,7 +5,6 @@
 
 const fs = require('node:fs');
 const path = require('node:path');
-const { setClipboardAndWait } = require('../host/paste');
 const { sleep } = require('../host/wait');
 const { UsageError, number, numbers, oneOf } = require('./arguments');
 
@@ -102,7 +101,7 @@ const commands = {
         const data = await desktop.getClipboard();
         return { text: data, data: { text: data } };
       }
-      await setClipboardAndWait(wanted, { request: (method, ...args) => desktop[method](...args), pause: sleep });
+      await desktop.setClipboard(wanted);
     },
   },
   cursor: {

@@ -8,6 +8,7 @@ const { describeMissing, whatWorks } = require('../shared/remote_control');
 const { compositorSocket, sessionKind } = require('../shared/session_kind');
 const { loadSession } = require('../shared/session_module');
 const { callBus } = require('./bus');
+const { examineWayland, examineX11 } = require('./clipboard');
 const { checkPermission } = require('./permission');
 
 // The libraries that are loaded when a Wayland session opens. Without libei, input goes through
@@ -55,14 +56,17 @@ function checkModule(name, load) {
   }
 }
 
+const checkClipboard = ({ ok, detail, remedy }) => check('clipboard', ok, detail, remedy);
+
 async function checkX11() {
   try {
     const desktop = await openDesktop({ signal: AbortSignal.timeout(10000) });
     const { width, height } = await desktop.display();
+    const clipboard = await examineX11(desktop);
     await desktop.close();
-    return check('X server', true, `${process.env.DISPLAY}, ${width}x${height}`);
+    return [check('X server', true, `${process.env.DISPLAY}, ${width}x${height}`), checkClipboard(clipboard)];
   } catch (error) {
-    return check('X server', false, error.message, 'set DISPLAY, and XAUTHORITY if the server requires it');
+    return [check('X server', false, error.message, 'set DISPLAY, and XAUTHORITY if the server requires it')];
   }
 }
 
@@ -77,7 +81,7 @@ function checkWayland() {
   else if (versions.ScreenCast) portals[0] = check(portals[0].name, false, describeMissing(process.env), whatWorks);
   const libraries = [...waylandLibraries, ...optionalLibraries].map(
     (library) => checkFound(library, isLoadable(library), installing(library)));
-  return [...libraries, ...portals];
+  return [...libraries, ...portals, checkClipboard(examineWayland(process.env, { portalVersion, isProgram }))];
 }
 
 // Checks what a session needs. Opens no session on Wayland, so that no dialog appears.
@@ -88,19 +92,20 @@ async function examine() {
     kind === 'x11' ? 'X11' : 'none', 'run this in an X11 or Wayland session');
   const modules = [checkModule('addon', () => require('../..')), checkModule('session.node', loadSession)];
   const loads = modules.every(({ ok }) => ok);
-  const xclip = checkFound('xclip', isProgram('xclip'), 'install xclip');
-  const backend = !loads ? [] : kind === 'x11' ? [await checkX11()] : kind === 'wayland' ? checkWayland() : [];
+  const xclip = checkFound('xclip', isProgram('xclip'), 'install xclip, for setClipboard of the addon');
+  const backend = !loads ? [] : kind === 'x11' ? await checkX11() : kind === 'wayland' ? checkWayland() : [];
 
   const display = Boolean(process.env.DISPLAY);
   const xwayland = kind === 'wayland' ? [check('Xwayland', display, process.env.DISPLAY ?? 'no DISPLAY',
-    'for the clipboard, which is that of X11: start Xwayland and set DISPLAY')] : [];
+    'for the clipboard of the addon: start Xwayland and set DISPLAY')] : [];
   const checks = [session, ...modules, ...backend, ...xwayland, xclip];
-  const opens = kind !== 'none' && loads && backend.every(({ ok, name }) => ok || optionalLibraries.includes(name));
+  const opens = kind !== 'none' && loads && backend.every(({ ok, name }) => ok || [...optionalLibraries, 'clipboard'].includes(name));
+  const hasClipboard = backend.some(({ ok, name }) => ok && name === 'clipboard');
   return {
     checks,
     works: {
-      'input and screenshots': opens, 'reading the clipboard': loads && display,
-      'writing the clipboard and paste': loads && display && xclip.ok,
+      'input and screenshots': opens, 'reading the clipboard': hasClipboard,
+      'writing the clipboard and paste': hasClipboard,
       'stopping with Escape': opens && kind === 'x11',
     },
   };

@@ -3,6 +3,7 @@
 const { remember } = require('../host/check');
 const { forget: forgetTokens } = require('../shared/token_store');
 const { UsageError } = require('./arguments');
+const { callPermissionStore } = require('./bus');
 const { ownName } = require('./open');
 
 // Returns the name under which a permission is kept.
@@ -15,7 +16,10 @@ function readName([name = ownName]) {
 }
 
 function forget(name) {
-  const forgotten = forgetTokens(name, process.env);
+  const tokens = forgetTokens(name, process.env);
+  const forgotten = tokens.length > 0;
+  // Copies of the file become useless, too. Another desktop than this one may have the permission.
+  for (const token of tokens) callPermissionStore('Delete', 'remote-desktop', token);
   const text = forgotten ? `the permission "${name}" is deleted: the next start asks` :
     `no permission is kept under the name "${name}"`;
   return { text, data: { name, forgotten } };

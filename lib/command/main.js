@@ -18,7 +18,7 @@ const json = { json: { type: 'boolean' } };
 const others = {
   doctor: { usage: '[--json]', about: 'says what works in this session and what to install', words: [0, 0],
     options: json, report: doctor },
-  forget: { usage: '[NAME] [--json]', about: 'deletes the permission that is kept under NAME, or that of this command',
+  forget: { usage: '[NAME] [--json]', about: 'revokes the permission that is kept under NAME, or that of this command',
     words: [0, 1], options: json, read: readName, report: forget },
   run: { usage: '[FILE]', about: 'runs the commands in FILE or stdin, one per line, in one session', words: [0, 1] },
 };

@@ -3,11 +3,10 @@
 
 const { applicationId } = require('../shared/application_id');
 const { findToken } = require('../shared/token_store');
-const { callBus } = require('./bus');
+const { callPermissionStore } = require('./bus');
 const { ownName } = require('./open');
 
-const lookUp = (table, id) => callBus('org.freedesktop.impl.portal.PermissionStore',
-  '/org/freedesktop/impl/portal/PermissionStore', 'org.freedesktop.impl.portal.PermissionStore.Lookup', table, id);
+const lookUp = (table, id) => callPermissionStore('Lookup', table, id);
 
 // Returns whether KDE's permission table lets an application control the desktop.
 function isAuthorized(application) {

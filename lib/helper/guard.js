@@ -3,6 +3,7 @@
 // thread. Interrupts the calls that the host names. When the host has exited, it interrupts the
 // running call, and kills the helper if that call does not end.
 
+const fs = require('node:fs');
 const net = require('node:net');
 const { workerData: { kind, memoryFile, runningCall } } = require('node:worker_threads');
 const { startRelease } = require('../release/start');
@@ -20,8 +21,12 @@ function kill() {
   process.kill(process.pid, 'SIGKILL');
 }
 
+// Bun's sockets cannot be made from a descriptor. In Node the pending read of a file stream would
+// keep the process from exiting.
+const pipe = process.versions.bun ? fs.createReadStream('', { fd: control }) : new net.Socket({ fd: control });
+
 let received = Buffer.alloc(0);
-new net.Socket({ fd: control }).on('error', () => {}).on('data', (data) => {
+pipe.on('error', () => {}).on('data', (data) => {
   received = Buffer.concat([received, data]);
   while (received.length >= 4) {
     session.interrupt(received.readInt32LE());

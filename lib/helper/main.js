@@ -8,6 +8,7 @@ const { openSession } = require('./open');
 const { writePicture } = require('../shared/memory_file');
 const { sessionKind } = require('../shared/session_kind');
 const { loadSession } = require('../shared/session_module');
+const { Clipboard } = require('./clipboard');
 
 const memoryFile = 5;  // the descriptor
 const checkInterval = 400;  // in milliseconds
@@ -15,7 +16,7 @@ const checkInterval = 400;  // in milliseconds
 const kind = sessionKind(process.env);
 // The guard thread reads the number of the running call here.
 const runningCall = new Int32Array(new SharedArrayBuffer(4));
-let session;
+let session, clipboard;
 
 // Errors are ignored, because a host that has exited needs no answer.
 const send = (message) => process.send(message, () => {});
@@ -40,12 +41,19 @@ const operations = {
     const loaded = loadSession();
     openSession(loaded, { record: memoryFile, remember: kind === 'wayland' ? remember : undefined, monitors }, send);
     session = loaded;
+    clipboard = new Clipboard(session, process.env);
     setInterval(lookAfter, checkInterval);
+    return { clipboard: clipboard.kind };
   },
   screenshot(...args) {
     const picture = session.screenshot(...args);
     return picture && writePicture(memoryFile, picture);
   },
+  getClipboard: () => clipboard.getText(),
+  setClipboard: (text) => clipboard.setText(text),
+  beginPaste: (text) => clipboard.beginPaste(text),
+  waitForReader: (longest) => clipboard.waitForReader(longest),
+  endPaste: () => clipboard.endPaste(),
   lock() {
     if (session.lock(() => send({ press: Date.now() }))) return;
     throw new Error(`Escape cannot be watched: ${session.escapeFailure()}.`);
@@ -65,10 +73,20 @@ process.on('message', ({ call, method, args }) => {
   }
 });
 
+// Ends the process when the clipboard is kept by another one.
+function end() {
+  try {
+    if (clipboard) clipboard.close(() => process.exit());
+    else process.exit();
+  } catch {
+    process.exit();
+  }
+}
+
 process.on('disconnect', () => {
   try {
     session?.releaseAll();
   } finally {
-    process.exit();
+    end();
   }
 });

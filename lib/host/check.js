@@ -89,6 +89,7 @@ const methods = {
   scroll: { ...point, dx: steps, dy: steps },
   cursorPosition: {},
   display: {},
+  monitors: {},
   capabilities: {},
   listDisplays: {},
   listWindows: {},
@@ -121,7 +122,7 @@ function checkCallOptions(value = {}) {
   return { ...given, signal: signal(given.signal, 'signal'), timeout: timeout(given.timeout, 'timeout') };
 }
 
-// Returns the arguments of the native `screenshot`.
+// Returns the arguments of the native `screenshot`, except those of `monitor`.
 function screenshotArguments(given) {
   const format = optional(oneOf('png', 'jpeg'), 'png')(given.format, 'format');
   const quality = optional(inRange(0, 1, 'a number from 0 to 1'), 0.8)(given.quality, 'quality');
@@ -129,6 +130,9 @@ function screenshotArguments(given) {
   const direct = given.width === undefined && given.height === undefined ? undefined :
     { width: side(given.width, 'width'), height: side(given.height, 'height') };
   const target = optional(size)(given.size, 'size') ?? direct;
+  if (optional(text)(given.monitor, 'monitor') !== undefined && (part || target)) {
+    throw new TypeError('The argument "monitor" cannot be combined with "region" or a size.');
+  }
   if (part && target) throw new TypeError('The arguments "region" and "size" cannot be combined.');
   const { x, y, width, height } = part ?? { x: 0, y: 0, width: 0, height: 0 };
   const corners = [x, y, x + width, y + height].map(Math.trunc);

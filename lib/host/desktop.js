@@ -24,6 +24,14 @@ const callPatience = 12000;
 
 const isOptions = (value) => typeof value === 'object' && value !== null && !Array.isArray(value);
 
+// Returns the place of a monitor.
+function findMonitor(monitors, id) {
+  const monitor = monitors.find((each) => each.id === id);
+  if (!monitor) throw new RangeError(`There is no monitor "${id}", but ${monitors.map((each) => `"${each.id}"`).join(', ')}.`);
+  const { x, y, width, height } = monitor;
+  return { x, y, width, height };
+}
+
 class Desktop {
   static {
     for (const method of Object.keys(methods)) {
@@ -66,8 +74,10 @@ class Desktop {
       const remember = await limit.race(permission.load());
       desktop = new Desktop({ env, timeout });
       permission.follow(desktop.#helper);
-      await limit.race(desktop.#helper.request('open', remember).then(() => permission.saved()));
+      const { clipboard } = await limit.race(desktop.#helper.request('open', remember));
+      await limit.race(permission.saved());
       desktop.remembered = permission.remembered;
+      desktop.clipboard = clipboard;
       return desktop;
     } catch (error) {
       await desktop?.#stop({ reason: limit.error ? 'aborted' : 'closed' }, 0);
@@ -87,7 +97,11 @@ class Desktop {
   async screenshot(given) {
     const options = checkCallOptions(given);
     const args = screenshotArguments(options);
-    return this.#perform(options, ({ request }) => request('screenshot', ...args));
+    return this.#perform(options, async ({ request }) => {
+      if (options.monitor === undefined) return request('screenshot', ...args);
+      const region = findMonitor(await request('monitors'), options.monitor);
+      return request('screenshot', ...screenshotArguments({ ...options, monitor: undefined, region }));
+    });
   }
 
   async write(text, given) {
@@ -104,7 +118,7 @@ class Desktop {
     const { combo, restoreAfter, ...options } = checkCallOptions(given);
     const checked = {
       combo: optional(checkText, 'ctrl+v')(combo, 'combo'),
-      restoreAfter: optional(duration, 500)(restoreAfter, 'restoreAfter'),
+      restoreAfter: optional(duration, 5000)(restoreAfter, 'restoreAfter'),
     };
     checkText(text, 'text');
     return this.#perform(options, (calls) => paste(text, checked, calls));

@@ -55,9 +55,10 @@ class HelperProcess extends EventEmitter {
     this.#memoryFile = openMemoryFile();
     try {
       requireDescriptors(descriptorsOfHelper);
-      // In a session of its own the helper gets no signals from the host's terminal.
+      // In a session of its own the helper gets no signals from the host's terminal. Node's
+      // permission model warns about its flags in each process, which must not count as a complaint.
       this.#child = fork(helper, {
-        env, execArgv: [], serialization: 'advanced', detached: true,
+        env: { ...env, NODE_NO_WARNINGS: '1' }, execArgv: [], serialization: 'advanced', detached: true,
         stdio: ['ignore', 'ignore', 'pipe', 'ipc', 'pipe', this.#memoryFile],  // the guard reads the second pipe
       });
     } catch (error) {
@@ -120,6 +121,10 @@ class HelperProcess extends EventEmitter {
       child.once('error', (error) => resolve({ code: null, signal: null, error }));
     });
     await settlesWithin(drained, complaintsPatience);
+    // In Deno xclip inherits the helper's ends of these, which would keep the host from exiting.
+    child.stdio?.[4]?.destroy();
+    child.stderr?.destroy();
+    if (child.connected) child.disconnect();
     if (!(this.#orderly && end.code === 0) && !await this.#release()) end.stillPressed = true;
     fs.closeSync(this.#memoryFile);
     this.#memoryFile = undefined;

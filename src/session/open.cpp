@@ -33,6 +33,7 @@ napi_value open(napi_env env, napi_callback_info info) {
   return guarded(env, undefinedValue(env), [&] {
     const napi_value options = fetchArguments(env, info, 1)[0];
     PortalPermission permission;
+    permission.clipboard = true;
     permission.persist = read<bool>(env, property(env, options, "persist"));
     permission.token = read<std::string>(env, property(env, options, "token"));
     permission.asking = [&] { call(env, options, "asking", {}); };

@@ -7,6 +7,7 @@
 #include "driver/selection.h"
 #include "driver/session.h"
 #include "wayland/wayland_session.h"
+#include "x11/x11_clipboard.h"
 #include "x11/x11_session.h"
 
 namespace ostler {
@@ -24,7 +25,9 @@ std::unique_ptr<SessionBackend> makeSession(HeldRecord record, const PortalPermi
   throw std::runtime_error(noSessionMessage);
 }
 
-std::unique_ptr<SessionBackend> session;  // destroyed when the process exits
+// Both are destroyed when the process exits, the clipboard first.
+std::unique_ptr<SessionBackend> session;
+std::unique_ptr<Clipboard> clipboard;
 
 }  // namespace
 
@@ -36,6 +39,12 @@ void openSession(HeldRecord record, const PortalPermission& permission) {
 SessionBackend& openedSession() {
   if (session == nullptr) throw std::runtime_error("The session is not open.");
   return *session;
+}
+
+Clipboard* sessionClipboard() {
+  if (clipboard == nullptr) clipboard = openedSession().makeClipboard();
+  if (clipboard == nullptr) clipboard = makeX11Clipboard();
+  return clipboard.get();
 }
 
 // The driver functions control the session.

@@ -12,4 +12,7 @@ void openSession(HeldRecord record, const PortalPermission& permission);
 // Returns the session. Throws std::runtime_error while none is open.
 SessionBackend& openedSession();
 
+// Returns the clipboard of the session, or null when there is none.
+Clipboard* sessionClipboard();
+
 }  // namespace ostler

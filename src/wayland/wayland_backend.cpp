@@ -63,7 +63,11 @@ void WaylandBackend::beginOperation() {
 void WaylandBackend::requireSession() {
   eis.readChannel();
   if (eis.isDisconnected()) portal.markEnded();
-  portal.requireOpen();
+  if (!portal.hasEnded()) return;
+  // When the portal has died, the EIS channel remains, and the compositor does
+  // not release what is held (GNOME 48 and 51, KDE Plasma 6.3 and 6.7).
+  eis.releaseHeld();
+  throw std::runtime_error("The Wayland portal session has ended.");
 }
 
 void WaylandBackend::send(InputKind kind, const std::function<void()>& throughEis,

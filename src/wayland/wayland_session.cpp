@@ -10,6 +10,8 @@
 
 #include "keys/text.h"
 #include "wayland/lazy/load.h"
+#include "wayland/portal/klipper.h"
+#include "wayland/portal/portal_clipboard.h"
 #include "wayland/wayland_backend.h"
 
 namespace ostler {
@@ -24,7 +26,10 @@ public:
   std::string untypable(const std::string& text) override {
     return encodeUtf8(wayland.findUntypable(decodeLines(text)));
   }
+  std::vector<Monitor> monitors() override { return wayland.monitors(); }
   std::string sessionEnd() override { return wayland.sessionEnd(); }
+  std::unique_ptr<Clipboard> makeClipboard() override { return wayland.makeClipboard(); }
+  std::optional<std::string> readKlipper() override { return wayland.klipperText(); }
 
 private:
   // Records what it presses, and can be interrupted before each event.
@@ -32,6 +37,12 @@ private:
   public:
     Recorded(WaylandSession& owner, const PortalPermission& permission)
         : WaylandBackend(permission), session(owner) {}
+
+    std::optional<std::string> klipperText() const { return ostler::readKlipper(portal.connection.get()); }
+    std::unique_ptr<Clipboard> makeClipboard() const {
+      if (!portal.hasClipboard) return nullptr;
+      return makePortalClipboard(portal.connection.get(), portal.sessionHandle);
+    }
 
     void requireSession() override {
       throwIfInterrupted();
@@ -81,6 +92,15 @@ private:
       };
       requireSession();
       deliver(isButton ? InputKind::button : InputKind::keyboard, throughEis, throughPortal);
+    }
+
+    // Returns the monitor that is shared. Coordinates are relative to it.
+    std::vector<Monitor> monitors() {
+      const Size size = display();
+      const StreamFormat format = capture.format();
+      const double scale =
+          size.width > 0 && format.width > 0 ? static_cast<double>(format.width) / size.width : 1.0;
+      return {{portal.streamPlace.mappingId.value_or("shared"), {0, 0, size.width, size.height}, scale}};
     }
 
     std::string sessionEnd() {

@@ -54,7 +54,7 @@ std::vector<unsigned char> X11Backend::screenshot(Size target, Rect crop, double
   const double scaleX = static_cast<double>(size.width) / screen.width;
   const double scaleY = static_cast<double>(size.height) / screen.height;
   auto convert = [image = std::move(image)](const Rect& part) { return toRgb(image.get(), part); };
-  return finishCapture({size, std::move(convert)}, scaleX, scaleY, target, crop, quality);
+  return finishCapture(shown({size, std::move(convert)}), scaleX, scaleY, target, crop, quality);
 }
 
 }  // namespace ostler

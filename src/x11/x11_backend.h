@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "backend/pointing_backend.h"
+#include "image/capture.h"
 #include "keys/combo.h"
 #include "x11/xlib_handles.h"
 
@@ -34,6 +35,8 @@ protected:
   virtual void tap(KeyCode keycode, KeyCode shiftKeycode);
   // Presses and releases the keys of a combo, which are keycodes.
   virtual void tapCombo(const KeyCombo& keys);
+  // Returns what a screenshot shows of the picture of the whole screen.
+  virtual Capture shown(Capture screen) { return screen; }
   // Resolves the parts of a combo to keycodes; throws when there is none for a part.
   std::optional<KeyCombo> resolveCombo(const std::string& combo) const;
   void sendKey(KeyCode keycode, bool pressed);

@@ -1,14 +1,19 @@
 #include "x11/x11_session.h"
 
+#include <algorithm>
+#include <cmath>
 #include <stdexcept>
+#include <string>
 #include <utility>
 
 #include <X11/extensions/XTest.h>
 #include <poll.h>
 
+#include "image/blacken.h"
 #include "keys/text.h"
 #include "x11/text_writer.h"
 #include "x11/x11_backend.h"
+#include "x11/x11_monitors.h"
 
 namespace ostler {
 namespace {
@@ -22,6 +27,7 @@ class X11Session final : public SessionBackend {
 public:
   explicit X11Session(HeldRecord heldRecord) : SessionBackend(std::move(heldRecord)) {}
 
+  std::vector<Monitor> monitors() override { return x11.readMonitors(); }
   std::string untypable(const std::string& text) override {
     return encodeUtf8(x11.writer.findUntypable(decodeLines(text)));
   }
@@ -35,10 +41,12 @@ private:
 
     void mouseMove(double x, double y) override {
       throwIfInterrupted();
+      requireMonitor(x, y);
       X11Backend::mouseMove(x, y);
     }
     void dragTo(double x, double y) override {
       throwIfInterrupted();
+      requireMonitor(x, y);
       X11Backend::dragTo(x, y);
     }
     void sendButton(Button button, bool pressed) override {
@@ -71,6 +79,22 @@ private:
         throw std::runtime_error("The keyboard map has no spare keycode.");
       writer.write(text, delay);
     }
+    // What lies on the screen but on no monitor shows whatever is left there.
+    Capture shown(Capture screen) override {
+      std::vector<Rect> areas;
+      for (const Monitor& monitor : readMonitors()) areas.push_back(monitor.area);
+      return blackenOutside(std::move(screen), std::move(areas));
+    }
+    // Returns the whole screen as one monitor if the server does not tell.
+    std::vector<Monitor> readMonitors() {
+      std::vector<Monitor> found = monitors.read();
+      if (found.empty()) {
+        const Size screen = display();
+        found.push_back({"screen", {0, 0, screen.width, screen.height}});
+      }
+      return found;
+    }
+
     void setKey(const std::string& name, bool pressed) {
       const std::optional<KeyCombo> keys = resolveCombo(name);
       if (!keys || !keys->held.empty()) throw std::runtime_error("This is not the name of one key: " + name);
@@ -93,7 +117,20 @@ private:
         [this](KeyCode keycode, bool isMapped) { session.recordLasting(firstRow + keycode, isMapped); }};
 
   private:
+    // Throws when the user cannot see the pointer there. Outside of the screen, the server moves the
+    // pointer to its edge.
+    void requireMonitor(double x, double y) {
+      const auto shows = [&](const Monitor& monitor) { return contains(monitor.area, x, y); };
+      const std::vector<Monitor> all = readMonitors();
+      const Size screen = display();
+      const bool isOnScreen = contains({0, 0, screen.width, screen.height}, x, y);
+      if (!isOnScreen || std::any_of(all.begin(), all.end(), shows)) return;
+      throw std::runtime_error("No monitor shows the point " + std::to_string(std::lround(x)) + "," +
+                               std::to_string(std::lround(y)) + ".");
+    }
+
     X11Session& session;
+    X11Monitors monitors{DisplayString(xDisplay)};
   };
 
   Backend& desktop() override { return x11; }

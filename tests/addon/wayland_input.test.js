@@ -34,6 +34,7 @@ async function openSession(script, picture) {
       await desktop.act(...commands);
       seen = desktop.record().length;
     },
+    end: () => process.kill(desktop.portal(), 'SIGUSR1'),
     stop: desktop.stop,
   };
 }
@@ -251,6 +252,16 @@ it('sends nothing but releases while the screen is locked', async () => {
   const other = await openSession({ GetActive: { reply: '(true,)' } });
   assert.deepStrictEqual(await other.sent('key', 'a'), refused, 'before the session');
   await other.stop();
+});
+
+it('releases what is held once the session has ended', async () => {
+  const session = await openSession({});
+  assert.deepStrictEqual(await session.sent('mouseDown', 5, 5), ['motion 5 5', 'button 272 1']);
+  session.end();
+  const seen = [];
+  await waitUntil(async () => seen.push(...await session.sent('scroll', 5, 5, 0, 1)) && seen.includes('button 272 0'));
+  assert.ok(seen.includes('The Wayland portal session has ended.'), `${seen}`);
+  await session.stop();
 });
 
 it('moves on the monitor that the stream shows, and across the edge between two', async () => {

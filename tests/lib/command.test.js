@@ -108,22 +108,25 @@ it('says what works and what to install', async () => {
     return { LD_LIBRARY_PATH: file(library) };
   });
   const portal = { reply: '(<uint32 2>,)' }, absent = { error: ['org.freedesktop.DBus.Error.UnknownMethod', 'No'] };
-  const wayland = await startDesktop({ version: [portal, portal, portal, absent, absent, portal, portal] });
+  const wayland = await startDesktop({ version: [
+    portal, portal, portal,  // RemoteDesktop, ScreenCast and Clipboard; two programs are tried for what is absent
+    portal, absent, absent, absent, absent, portal, portal, portal,
+  ] });
   const { env: x11 } = server, noXwayland = /start Xwayland/;
   const rows = [
     // environment, exit code, what works, remedies
-    ['X11 without xclip', { ...x11, PATH: `${directory}:/no` }, 0, [true, true, false, true], [/^install xclip$/]],
+    ['X11 without xclip', { ...x11, PATH: `${directory}:/no` }, 0, [true, true, true, true], [/^install xclip, for/]],
     ['X11 without libXtst', { ...x11, ...broken[0] }, 1, [false, false, false, false],
       Array(2).fill(/cannot be loaded: .*libXtst/)],
     ['no session', { ...x11, DISPLAY: undefined, XDG_SESSION_TYPE: '' }, 1, [false, false, false, false],
       [/^run this in an X11/]],
-    ['Wayland', wayland.env, 0, [true, false, false, false], [noXwayland]],
+    ['Wayland', wayland.env, 0, [true, true, true, false], [noXwayland]],
     ['Wayland without screens', wayland.env, 1, [false, false, false, false],
-      [/^for pictures: install xdg-desktop-portal/, noXwayland]],
-    ['Wayland without libei', { ...wayland.env, ...broken[1] }, 0, [true, false, false, false],
+      [/^for pictures: install xdg-desktop-portal/, noXwayland, noXwayland]],
+    ['Wayland without libei', { ...wayland.env, ...broken[1] }, 0, [true, true, true, false],
       [/^install libei1 \(Debian, Ubuntu\), libei \(Fedora\) or libei \(Arch\)$/, noXwayland]],
     ['Wayland without GLib and the portal', { ...wayland.env, ...broken[2], DBUS_SESSION_BUS_ADDRESS: 'unix:path=/no' },
-      1, [false, false, false, false], [/^install libglib2.0-0 /, /^for input: /, /^for pictures: /, noXwayland]],
+      1, [false, false, false, false], [/^install libglib2.0-0 /, /^for input: /, /^for pictures: /, noXwayland, noXwayland]],
   ];
   for (const [name, env, code, works, remedies] of rows) {
     const [ended, output] = await ostler(['doctor', '--json'], { env });

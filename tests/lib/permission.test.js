@@ -22,7 +22,7 @@ beforeEach(() => {
   env = { ...session.env, XDG_STATE_HOME: state };
 });
 
-const dialog = 700;  // in milliseconds
+const dialog = 600;  // in milliseconds
 const kept = (name = 'default') => path.join(directory, `${name}.json`);
 
 // Opens and closes a desktop. Resolves to its `remembered`.
@@ -54,6 +54,9 @@ it('asks once, and keeps the token where only the user can read it', async () =>
 });
 
 it('shows the dialog again when the portal does not accept the token', async () => {
+  session.setScript({ dialog });
+  await open();
+  const before = fs.readFileSync(kept());
   const no = { error: ['org.test.No', 'no UUID'] };
   const refusal = { response: '(uint32 1, @a{sv} {})' }, failure = { response: '(uint32 2, @a{sv} {})' };
   for (const [name, script, remembered, next] of [
@@ -63,8 +66,7 @@ it('shows the dialog again when the portal does not accept the token', async () 
     ['a permission that the user does not let the portal remember', { Start: { delay: dialog } }, false, false],
     ['a user who refuses', { dialog, tokens: ['token-0'], Start: [refusal] }, /denied/, true],
   ]) {
-    session.setScript({ dialog });
-    await open();
+    fs.writeFileSync(kept(), before);
     session.setScript(script);
     const opened = await open().catch(({ message }) => message);
     if (typeof remembered === 'boolean') assert.strictEqual(opened, remembered, name);
@@ -72,7 +74,6 @@ it('shows the dialog again when the portal does not accept the token', async () 
     const tokens = Object.values(JSON.parse(fs.readFileSync(kept())).tokens);
     session.setScript({ dialog, tokens });
     assert.strictEqual(await open(), next, name);
-    fs.rmSync(kept());
   }
   fs.writeFileSync(kept(), '{"tokens":');
   assert.deepStrictEqual([await open(), await open()], [false, true]);
@@ -111,6 +112,7 @@ it('lets the command ask once, say so, and forget', async () => {
     [[0, '{"name":"ostler","forgotten":true}\n', ''], 'forget', '--json'], [[0, '', waiting], 'move', '1', '2'],
     [[0, 'no permission is kept under the name "x"\n', ''], 'forget', 'x'],
   ]) assert.deepStrictEqual(await ostler(...args), expected, args.join(' '));
+  assert.ok(session.record().includes("PermissionStore.Delete ('remote-desktop', 'token-0')"));
   assert.strictEqual((await ostler('forget', '../x'))[0], 2);
 });
 

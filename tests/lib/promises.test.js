@@ -68,25 +68,6 @@ it('takes a thousand pictures in the same memory', async () => {
   await other.stop();
 });
 
-it('pastes and restores the text of the clipboard, also when its owner does not answer', async () => {
-  const desktop = await open();
-  await desktop.setClipboard('old');
-  await waitUntil(async () => await desktop.getClipboard() === 'old');
-  const read = () => execFileSync('xclip', ['-selection', 'clipboard', '-o'], { env: server.env, encoding: 'utf8' });
-  for (const [owner, combo, restored] of [[undefined, 'ctrl+v', 'old'], ['ignore', 'ctrl+shift+v', '']]) {
-    const other = owner && await startWitness(server.env, 'owner', owner, '0');
-    await witness.events();
-    const pasting = desktop.paste('Grüße, 42 €', { combo });
-    await waitUntil(async () => textOf(await witness.events()).toLowerCase() === 'v');
-    assert.strictEqual(read(), 'Grüße, 42 €');
-    await pasting;
-    assert.strictEqual(await desktop.getClipboard(), restored);
-    await other?.stop();
-  }
-  await assert.rejects(desktop.paste('x'.repeat((4 << 20) + 1)), RangeError);
-  await desktop.close();
-});
-
 it('reports Escape to one listener or loop after the other', async () => {
   const desktop = await open(), other = await open();
   const times = [];
@@ -146,6 +127,32 @@ it('waits for a region to change, and to stop changing', async () => {
   paint('lime');
   assert.deepStrictEqual(decodePng(await still).pixel(0, 0), [0, 255, 0]);
   assert.ok(performance.now() - start >= 600);
+  await desktop.close();
+  await other.stop();
+});
+
+it('knows the monitors, and what none of them shows', async () => {
+  const other = await startXvfb({ screen: '300x100x24' });
+  const run = (program, ...args) => execFileSync(program, args, { env: other.env });
+  const desktop = await openDesktop({ env: other.env });
+  assert.deepStrictEqual(await desktop.monitors(), [{ id: 'screen', x: 0, y: 0, width: 300, height: 100, scale: 1 }]);
+  await desktop.move(150, 50);
+  run('xsetroot', '-solid', 'lime');
+  run('xrandr', '--setmonitor', 'left', '100/26x100/26+0+0', 'screen');
+  run('xrandr', '--setmonitor', 'right', '100/26x80/20+200+0', 'none');
+  assert.deepStrictEqual((await desktop.monitors()).map(({ id, x, width, height }) => [id, x, width, height]),
+    [['left', 0, 100, 100], ['right', 200, 100, 80]]);
+  const right = decodePng(await desktop.screenshot({ monitor: 'right' }));
+  assert.deepStrictEqual([right.width, right.height, right.pixel(99, 79)], [100, 80, [0, 255, 0]]);
+  const part = decodePng(await desktop.screenshot({ region: { x: 90, y: 70, width: 210, height: 30 } }));
+  for (const [x, y, expected] of [
+    [9, 29, [0, 255, 0]], [10, 0, [0, 0, 0]], [109, 0, [0, 0, 0]], [110, 9, [0, 255, 0]], [110, 10, [0, 0, 0]],
+  ]) assert.deepStrictEqual(part.pixel(x, y), expected, `${x},${y}`);
+  for (const [x, y, refusal] of [[99, 99], [100, 99, /No monitor shows the point 100,99/], [299, 79], [299, 80, /No/], [999, 0]]) {
+    if (refusal) await assert.rejects(desktop.move(x, y), { message: refusal });
+    else await desktop.move(x, y);
+  }
+  await assert.rejects(desktop.screenshot({ monitor: 'x' }), { name: 'RangeError', message: /"left", "right"/ });
   await desktop.close();
   await other.stop();
 });

@@ -3,14 +3,15 @@
 // and runs these tests.
 
 const assert = require('node:assert/strict');
-const { execFileSync } = require('node:child_process');
+const { execFileSync, spawnSync } = require('node:child_process');
 const fs = require('node:fs');
 const path = require('node:path');
 const { test } = require('node:test');
 const { temporaryDirectory } = require('../support/children');
 const { startHost } = require('../support/host');
 const { decodePng } = require('../support/png');
-const { startWitness, startXvfb, textOf } = require('../support/x11');
+const { waitUntil } = require('../support/wait');
+const { keyboardState, nothingDown, startWitness, startXvfb, textOf } = require('../support/x11');
 
 const { OSTLER_ARCHIVE: archive, OSTLER_ROOTS: roots, OSTLER_TOOLS, OSTLER_UNSHARE: unshare } = process.env;
 const tools = path.join(OSTLER_TOOLS, 'node_modules');
@@ -119,6 +120,35 @@ test('takes the same pictures, moves and types on arm64', () => withDesktop(here
   const { x, y } = events.findLast(({ kind }) => kind === 'motion');
   assert.deepEqual([x, y], [123, 45]);
 }));
+
+// The helper reads its pipe, and the host its end, in a way of their own in each runtime.
+const abortsAndIsKilled = `import { openDesktop } from 'ostler/promises';
+  const desktop = await openDesktop();
+  const controller = new AbortController();
+  setTimeout(() => controller.abort(), 200);
+  const { name } = await desktop.type('a'.repeat(999), { signal: controller.signal }).catch((error) => error);
+  await desktop.paste('text', { restoreAfter: 0 });
+  console.log(name, (await desktop.display()).width);
+  await desktop.close();
+  const other = await openDesktop();
+  other.drag(0, 0, 30000, 0);
+  setTimeout(() => process.kill(process.pid, 'SIGKILL'), 200);`;
+const runtimes = {
+  'Node with the permission model': [node('node24'), '--permission', '--allow-child-process', '--allow-worker',
+    '--allow-addons', '--allow-fs-read=*', '--allow-fs-write=/dev/shm/'],
+  Bun: [path.join(tools, '@oven', 'bun-linux-x64', 'bin', 'bun')],
+  Deno: [path.join(tools, '@deno', 'linux-x64-glibc', 'deno'), 'run', '-A', '--node-modules-dir=manual'],
+};
+for (const [runtime, [command, ...args]] of Object.entries(runtimes)) {
+  test(`aborts, pastes, closes and releases on ${runtime}`, () => withDesktop(here, async (env) => {
+    const directory = install(here, 'node24');
+    fs.writeFileSync(path.join(directory, 'host.mjs'), abortsAndIsKilled);
+    const { stdout, signal } = spawnSync(command, [...args, 'host.mjs'],
+      { cwd: directory, env: { ...env, DENO_DIR: directory }, encoding: 'utf8', timeout: 30000 });
+    assert.deepEqual([stdout, signal], ['AbortError 1280\n', 'SIGKILL']);
+    await waitUntil(() => keyboardState(env).down === nothingDown);
+  }));
+}
 
 test('publint and attw find nothing', () => {
   run([process.execPath, path.join(tools, 'publint', 'src', 'cli.js'), 'run', archive, '--strict']);

@@ -6,12 +6,11 @@
 const { execFile } = require('node:child_process');
 const { promisify } = require('node:util');
 const { startHost } = require('../support/host');
-const { waitUntil } = require('../support/wait');
 
 const backend = 'org.freedesktop.impl.portal.desktop.kde';
 const store = 'org.freedesktop.impl.portal.PermissionStore';
 
-module.exports = async ({ call, env }) => {
+module.exports = async ({ call, env, waitUntil }) => {
   const grant = (permission) => call(store, '/org/freedesktop/impl/portal/PermissionStore', `${store}.SetPermission`,
     'kde-authorized', 'true', 'remote-desktop', '', `['${permission}']`);
   async function sessions() {
@@ -21,7 +20,8 @@ module.exports = async ({ call, env }) => {
   }
   // Returns KWin's description of the portal's dialog, or undefined if there is none.
   async function findDialog() {
-    const answer = await call('org.kde.KWin', '/WindowsRunner', 'org.kde.krunner1.Match', 'Remote control requested');
+    const answer = await call('org.kde.KWin', '/WindowsRunner', 'org.kde.krunner1.Match',
+      'Remote control');  // Plasma 6.3 adds "requested"
     const [, id] = /_(\{[^}]*\})/.exec(answer) ?? [];
     return id && call('org.kde.KWin', '/KWin', 'org.kde.KWin.getWindowInfo', id);
   }
@@ -52,6 +52,11 @@ module.exports = async ({ call, env }) => {
   await grant('yes');
   return {
     share: (ask) => ask(),
+    async moveTo(x, y) {
+      const user = await startHost(env);
+      await user.call('move', x, y);
+      await user.stop();
+    },
     refuse: answering(cancel),
     close: answering((user) => user.call('key', 'escape')),
     async endSharing() {

@@ -7,8 +7,7 @@ const { after, afterEach, before, beforeEach, describe, it } = require('node:tes
 const { openDesktop } = require('../../lib/promises');
 const { startHost } = require('../support/host');
 const { decodePng } = require('../support/png');
-const { waitUntil } = require('../support/wait');
-const { name: desktopName, startDesktop } = require('./desktop');
+const { name: desktopName, suite, startDesktop, waitUntil } = require('./desktop');
 
 let desktop;
 let host;
@@ -68,13 +67,13 @@ function wrongBlocks({ width, height, pixel }) {
   return wrong;
 }
 
-async function start(size, scale, monitors) {
+async function start(size, scale, monitors, shared) {
   desktop = await startDesktop(size, scale, monitors);
   host = await startHost(desktop.env);
-  await desktop.share(() => call('display'));
+  await desktop.share(() => call('display'), shared);
   await waitUntil(() => desktop.events.lastIndexOf('active') > desktop.events.lastIndexOf('inactive'));
-  // The window covers one of two monitors.
-  if (!monitors) await waitUntil(async () => wrongBlocks(await shot()).length === 0);
+  // The window covers the first of two monitors.
+  if (!monitors || shared === 0) await waitUntil(async () => wrongBlocks(await shot()).length === 0);
   seen = desktop.events.length;
 }
 // The session has to be closed when the host has ended.
@@ -84,8 +83,9 @@ async function finish() {
   await desktop.stop();
 }
 
-// A position beyond the desktop is moved to the last one on it, which is a whole pixel on KWin.
-const toEdge = desktopName === 'kde' ? 1 : 1 / 256;
+// A position beyond the desktop is moved to the last one on it. The window receives it in units of
+// 1/256 pixel, rounded down by GNOME 48 and to the nearest by GNOME 51; on KWin it is a whole pixel.
+const toEdge = { kde: 1, gnome: suite === 'trixie' ? 1 / 256 : 0 }[desktopName];
 async function reachEverything() {
   const { width, height } = await call('display');
   const right = width - toEdge, bottom = height - toEdge;
@@ -110,7 +110,7 @@ async function takePictures() {
   });
 }
 
-describe(`on ${desktopName} at 1280x720`, { timeout: 300000 }, () => {
+describe(`on ${desktopName} at 1280x720`, { timeout: 900000 }, () => {
   before(() => start('1280x720'));
   after(finish);
 
@@ -142,6 +142,18 @@ describe(`on ${desktopName} at 1280x720`, { timeout: 300000 }, () => {
     assert.deepStrictEqual(drag.filter((line, i) => i < 3 || i > drag.length - 3),
       ['motion 10 10', 'button 1 down 10 10', 'clicks 1', 'motion 210 110', 'button 1 up 210 110']);
     assert.ok(drag.length > 5 && drag.slice(3, -1).every((line) => line.startsWith('motion ')), `${drag}`);
+  });
+
+  it('leaves the corner where GNOME holds the pointer', async () => {
+    for (const [x, ...corner] of [[400, 0, 5], [500, 5, 0], [600, 0, 0]]) {
+      await desktop.moveTo(...corner);
+      await waitUntil(async () => {
+        const position = await call('cursorPosition');
+        return position.x === corner[0] && position.y === corner[1];
+      });
+      const lines = await sent('click', x, 300, 'left', 1);
+      assert.deepStrictEqual(lines.slice(-4), [`motion ${x} 300`, ...click(1, 1, `${x} 300`)], `${corner}`);
+    }
   });
 
   it('reports the pointer position', () => received(async () => {
@@ -210,32 +222,50 @@ describe(`on ${desktopName} at 1280x720`, { timeout: 300000 }, () => {
   });
 });
 
+// GNOME shares the monitor that the user chooses, KDE without a dialog both as one picture.
 const onTwoMonitors = {
-  // The user shares the second monitor.
-  gnome: ['moves on the shared one', async () => {
-    for (const [x, y] of [[100, 300], [1279, 0], [0, 719]]) {
-      await call('move', x, y);
-      await waitUntil(async () => `${await desktop.pointer()}` === `${1280 + x},${y}`, () => desktop.pointer());
-    }
-  }],
-  // KWin holds the pointer at the edge. The window covers one monitor, and sees no motion up to there.
-  kde: ['crosses the edge between them', async () => {
-    for (const y of [100, 360, 700]) {
-      await sent('move', 100, y);
-      assert.deepStrictEqual(await sent('move', 1900, y), []);
-      assert.deepStrictEqual(await sent('click', 200, y, 'left', 1), [`motion 200 ${y}`, ...click(1, 1, `200 ${y}`)]);
-    }
-  }],
+  gnome: [0, 1].map((shared) => [`sharing monitor ${shared}`, shared, {
+    async 'moves on it'() {
+      for (const [x, y] of [[100, 300], [1279, 0], [0, 719]]) {
+        await call('move', x, y);
+        const at = `${1280 * shared + x},${y}`;
+        await waitUntil(async () => `${await desktop.pointer()}` === at, () => desktop.pointer());
+      }
+    },
+    ...(shared === 0 && { 'takes the same picture after each move': takePictures }),
+  }]),
+  kde: [['as one', undefined, {
+    async 'clicks and takes pictures on both, wherever the pointer is'() {
+      // A new window opens where the pointer is.
+      await call('move', 1900, 300);
+      desktop.command('"${inside[@]}" python3 /run/desktop/witness.py &');
+      for (const left of [0, 1280]) {
+        const picture = async () => decodePng(await call('screenshot', '', null, [], 0, 0, left, 0, left + 1280, 720, -1));
+        await waitUntil(async () => wrongBlocks(await picture()).length === 0, async () => wrongBlocks(await picture()));
+      }
+      seen = desktop.events.length;
+      // KWin holds the pointer at the edge, so a motion across it stops on its way.
+      for (const y of [100, 360, 700]) {
+        for (const [userX, x, at] of [[undefined, 1300, 20], [undefined, 1200, 1200], [1900, 1270, 1270], [600, 1290, 10]]) {
+          if (userX) await desktop.moveTo(userX, 300);
+          const lines = (await sent('click', x, y, 'left', 1)).filter((line) => !line.endsWith('active'));
+          assert.deepStrictEqual(lines.slice(-4), [`motion ${at} ${y}`, ...click(1, 1, `${at} ${y}`)], `${userX} ${x}`);
+        }
+      }
+    },
+  }]],
 };
-describe(`on ${desktopName} with two monitors`, { timeout: 120000 }, () => {
-  before(() => start('1280x720', 1, 2));
-  after(finish);
-  it(...onTwoMonitors[desktopName]);
-});
+for (const [sharing, shared, tests] of onTwoMonitors[desktopName]) {
+  describe(`on ${desktopName} with two monitors, ${sharing}`, { timeout: 900000 }, () => {
+    before(() => start('1280x720', 1, 2, shared));
+    after(finish);
+    for (const [name, test] of Object.entries(tests)) it(name, test);
+  });
+}
 
-// GNOME refuses a scale that leaves less than 800x480.
-for (const [scale, size] of [[1.25, '1280x720'], [1.5, '1280x720'], [2, '1600x960']]) {
-  describe(`on ${desktopName} at a scale of ${scale}`, { timeout: 120000 }, () => {
+// GNOME refuses a scale that leaves less than 800x480, and GNOME 51 one that leaves a fraction.
+for (const [scale, size] of [[1.25, '1280x720'], [1.5, '1200x720'], [2, '1600x960']]) {
+  describe(`on ${desktopName} at a scale of ${scale}`, { timeout: 900000 }, () => {
     before(() => start(size, scale));
     after(finish);
     it('takes the same picture after each move', takePictures);
@@ -243,13 +273,14 @@ for (const [scale, size] of [[1.25, '1280x720'], [1.5, '1280x720'], [2, '1600x96
   });
 }
 
-describe(`the end of the session on ${desktopName}`, { timeout: 200000 }, () => {
+describe(`the end of the session on ${desktopName}`, { timeout: 900000 }, () => {
   const ended = 'The Wayland portal session has ended.';
   const ends = {
     'by the user': () => desktop.endSharing(),
     'with the portal': () => desktop.command('kill_owner org.freedesktop.portal.Desktop'),
     "with the portal's backend": () => desktop.command(`kill_owner org.freedesktop.impl.portal.desktop.${desktopName}`),
     'with the compositor': () => desktop.command('kill -KILL $compositor'),
+    ...(desktopName === 'gnome' && { 'with a lock of the screen': () => desktop.lock() }),
   };
   const calls = [['screenshot'], ['move', 1, 1], ['click', 1, 1, 'left', 1], ['type', 'a'], ['key', 'a'],
     ['scroll', 1, 1, 0, 1], ['drag', 1, 1, 2, 2], ['mouseDown', 1, 1], ['mouseUp', 0, 0]];
@@ -260,10 +291,23 @@ describe(`the end of the session on ${desktopName}`, { timeout: 200000 }, () => 
   });
   for (const [name, end] of Object.entries(ends)) {
     it(`${name} makes each call throw`, async () => {
+      await call('mouseDown', 600, 400);
+      await desktop.seen('button 1 down 600 400');
       await end();
       const failure = (invocation) => call(...invocation).then(() => 'none', ({ message }) => message);
       await waitUntil(async () => await failure(calls[0]) === ended, () => failure(calls[0]));
       for (const invocation of calls) assert.strictEqual(await failure(invocation), ended, invocation[0]);
+      // KDE takes the channel away without a release, unless only the portal has died.
+      if (desktopName === 'gnome' ? /portal|lock/.test(name) : name === 'with the portal') await desktop.seen('button 1 up 600 400');
+    });
+  }
+  if (desktopName === 'kde') {
+    it('does not come when the screen is locked, but input throws', async () => {
+      desktop.command('lock_kde');
+      const failure = () => call('move', 1, 1).then(() => 'none', ({ message }) => message);
+      await waitUntil(async () => await failure() === 'The screen is locked.', failure);
+      await call('mouseUp', 0, 0);
+      assert.ok(await call('screenshot', '', null, [], 0, 0, 0, 0, 0, 0, -1));
     });
   }
 });

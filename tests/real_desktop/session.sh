@@ -63,11 +63,12 @@ start_kde() {
   configure kwinrc '[Plugins]' overviewEnabled=false windowviewEnabled=false shakecursorEnabled=false
   configure kdeglobals '[KDE]' AnimationDurationFactor=0
   configure kxkbrc '[Layout]' Use=true LayoutList=us
+  configure kscreenlockerrc '[Daemon]' Autolock=false
   cp "$OSTLER_RENDER_NODE" "$run/render_node.so"
   mknod "$root/run/render" c 1 3
   "${inside[@]}" LD_PRELOAD=/run/desktop/render_node.so RENDER_NODE=/run/render GBM_ALWAYS_SOFTWARE=1 KWIN_COMPOSE=O2 \
     KWIN_WAYLAND_NO_PERMISSION_CHECKS=1 kwin_wayland --virtual --width "${size%x*}" --height "${size#*x}" \
-    --output-count "$monitors" --no-lockscreen --no-global-shortcuts --no-kactivities --socket wayland-0 >&2 &
+    --output-count "$monitors" --no-global-shortcuts --no-kactivities --socket wayland-0 >&2 &
   compositor=$!
   until_process owned org.kde.KWin
   until_process test -S "$run/wayland-0"
@@ -78,7 +79,15 @@ scale_kde() {
 }
 layout_kde() {
   configure kxkbrc '[Layout]' Use=true "LayoutList=$1"
-  "${inside[@]}" dbus-send --session --type=signal /Layouts org.kde.keyboard.reloadConfig
+  # Plasma 6.3 has a signal of its own, 6.7 one for any file: that "LayoutList"
+  # has changed in its group.
+  "${inside[@]}" gdbus emit --session -o /Layouts -s org.kde.keyboard.reloadConfig
+  "${inside[@]}" gdbus emit --session -o /kxkbrc -s org.kde.kconfig.notify.ConfigChanged \
+    "{'Layout': [[byte 76, 97, 121, 111, 117, 116, 76, 105, 115, 116]]}"
+}
+lock_kde() {
+  "${inside[@]}" gdbus call --session -d org.freedesktop.ScreenSaver -o /org/freedesktop/ScreenSaver \
+    -m org.freedesktop.ScreenSaver.Lock >&2
 }
 
 exec 2>"$run/log"

@@ -25,8 +25,9 @@
 #
 # SIGUSR1 closes the session, as the user can. SIGUSR2 makes the EIS server do what
 # DIRECTORY/eis.json says (see Channel.act). A script with "getLayout" makes this process
-# KDE's keyboard service as well, for which the command "switch" reports a layout, and one with "GetActive" the service that locks the screen: the
-# command "lock" then does it.
+# KDE's keyboard service as well, for which the command "switch" reports a layout, one with
+# "getClipboardContents" its clipboard manager, and one with "GetActive" the service that locks the
+# screen: the command "lock" then does it.
 #
 # DIRECTORY/record gets a line for each call, "Interface.Method ARGUMENTS", and the lines of the
 # EIS server. Tokens are recorded as #1, #2... in order of appearance. A new script resets all
@@ -39,6 +40,7 @@ import socket
 import sys
 
 import eis_server
+import portal_clipboard
 from gi.repository import Gio, GLib
 
 directory = sys.argv[1]
@@ -48,7 +50,7 @@ locker = '/org/freedesktop/ScreenSaver'
 bus = Gio.bus_get_sync(Gio.BusType.SESSION)
 kept = []  # keeps EIS channels from being garbage-collected
 
-full = lambda name: 'org.%s.%s' % ('kde' if name == 'KeyboardLayouts' else 'freedesktop', name)
+full = lambda name: 'org.%s.%s' % ('kde' if name in ('KeyboardLayouts', 'klipper.klipper') else 'freedesktop', name)
 INTERFACES = {
     'DBus.Properties': {'Get': 's s'},
     'portal.RemoteDesktop': {
@@ -56,11 +58,13 @@ INTERFACES = {
         'NotifyPointerMotionAbsolute': 'o a{sv} u d d', 'NotifyPointerButton': 'o a{sv} i u',
         'NotifyPointerAxisDiscrete': 'o a{sv} u i', 'NotifyKeyboardKeysym': 'o a{sv} i u'},
     'portal.ScreenCast': {'SelectSources': 'o a{sv}', 'OpenPipeWireRemote': 'o a{sv}'},
+    'portal.Clipboard': portal_clipboard.METHODS,
     'portal.Session': {'Close': ''},
     'portal.Settings': {'ReadAll': 'as'},
-    'impl.portal.PermissionStore': {'Lookup': 's s'},
+    'impl.portal.PermissionStore': {'Lookup': 's s', 'Delete': 's s'},
     'KeyboardLayouts': {'getLayout': ''},
     'ScreenSaver': {'GetActive': ''},
+    'klipper.klipper': {'getClipboardContents': ''},
 }
 XML = '<node>%s</node>' % ''.join('<interface name="%s">%s</interface>' % (full(name), ''.join(
     '<method name="%s">%s</method>' % (method, ''.join('<arg type="%s" direction="in"/>' % t for t in types.split()))
@@ -110,6 +114,8 @@ def called(_bus, sender, path, interface, method, parameters, invocation):
     end = None
     if method in ('ConnectToEIS', 'OpenPipeWireRemote') and not step.keys() & {'error', 'reply'}:
         end = connect(method, step)
+    if method in portal_clipboard.METHODS and 'error' not in step:
+        end = clipboard.called(method, parameters, script.steps.get('clipboard'))
     script.write_down('%s.%s %s' % (interface.rsplit('.')[-1], method, arguments))
     message = invocation.get_message()
     if 'silent' in step:
@@ -120,8 +126,8 @@ def called(_bus, sender, path, interface, method, parameters, invocation):
         request(message, sender, method, parameters, step)
     elif end is not None:
         descriptors = Gio.UnixFDList.new()
-        descriptors.append(end.fileno())
-        end.close()
+        descriptors.append(end if isinstance(end, int) else end.fileno())
+        os.close(end) if isinstance(end, int) else end.close()
         reply(message, '(handle 0,)', descriptors)
     else:
         reply(message, step.get('reply', REPLIES.get(name, '()')))
@@ -147,6 +153,8 @@ def request(message, sender, method, parameters, step):
         step.setdefault('response', RESPONSES[method].replace("'devices'", "'restore_token': <'%s'>, 'devices'" % token))
     text = step.get('response', RESPONSES[method]).replace('NODE', str(script.steps['node']))
     text = text.replace('SESSION', '/session/%d' % script.calls['CreateSession'])
+    if 'clipboard' in script.steps:
+        text = text.replace("'devices'", "'clipboard_enabled': <true>, 'devices'")
     body = GLib.Variant.parse(None, text, None, None)
     respond = lambda: bus.emit_signal(sender, path, 'org.freedesktop.portal.Request', 'Response', body)
 
@@ -189,11 +197,18 @@ def close_session():
 
 
 GLib.unix_signal_add(GLib.PRIORITY_DEFAULT, signal.SIGUSR1, close_session)
+clipboard = portal_clipboard.Clipboard(
+    lambda name, body: bus.emit_signal(None, desktop, 'org.freedesktop.portal.Clipboard', name, body),
+    lambda text: script.write_down(text))
 with open(os.path.join(directory, 'portal.pid'), 'w') as pid:
     pid.write(str(os.getpid()))
 def act():
     with open(os.path.join(directory, 'eis.json')) as file:
         commands = json.load(file)
+    if isinstance(commands[0], dict):
+        clipboard.act(commands[0])
+        script.write_down('eis acted')
+        return True
     for command, value in commands:
         if command == 'switch':
             bus.emit_signal(None, '/Layouts', 'org.kde.KeyboardLayouts', 'layoutChanged', GLib.Variant('(u)', (value,)))
@@ -205,7 +220,7 @@ def act():
 
 GLib.unix_signal_add(GLib.PRIORITY_DEFAULT, signal.SIGUSR2, act)
 permissions = '/org/freedesktop/impl/portal/PermissionStore'
-for served in [desktop, '/Layouts', locker, permissions, *('/session/%d' % number for number in range(1, 20))]:
+for served in [desktop, '/Layouts', locker, '/klipper', permissions, *('/session/%d' % number for number in range(1, 20))]:
     for interface in Gio.DBusNodeInfo.new_for_xml(XML).interfaces:
         bus.register_object(served, interface, called, None, None)
 for name in ['org.freedesktop.impl.portal.PermissionStore', 'org.freedesktop.portal.Desktop']:
@@ -214,4 +229,6 @@ if 'getLayout' in script.steps:
     Gio.bus_own_name_on_connection(bus, 'org.kde.keyboard', Gio.BusNameOwnerFlags.NONE, None, None)
 if 'GetActive' in script.steps:
     Gio.bus_own_name_on_connection(bus, 'org.freedesktop.ScreenSaver', Gio.BusNameOwnerFlags.NONE, None, None)
+if 'getClipboardContents' in script.steps:
+    Gio.bus_own_name_on_connection(bus, 'org.kde.klipper', Gio.BusNameOwnerFlags.NONE, None, None)
 GLib.MainLoop().run()

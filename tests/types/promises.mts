@@ -16,6 +16,8 @@ export async function host(signal: AbortSignal): Promise<DesktopEnd> {
   await desktop.screenshot({ format: 'gif' });
   // @ts-expect-error: onEscape replaces lock
   await desktop.lock(() => {});
+  const [{ id }] = await desktop.monitors();
+  await desktop.screenshot({ monitor: id });
   const stop = await desktop.onEscape((time: number) => time);
   await stop();
   for await (const time of desktop.escapePresses({ signal })) if (time > 0) break;

@@ -58,6 +58,16 @@ void EisInput::key(std::uint32_t code, bool pressed) {
   finishFrame(device);
 }
 
+void EisInput::releaseHeld() {
+  const std::set<std::uint32_t> held = heldDown;
+  for (const std::uint32_t code : held) {
+    const EisSlot& device = isButton(code) ? channel.eiButton : channel.eiKeyboard;
+    if (channel.isDisconnected() || device.removed) continue;
+    isButton(code) ? button(code, false) : key(code, false);
+  }
+  heldDown.clear();
+}
+
 void EisInput::sendPendingMotion() {
   if (!pendingMotion) return;
   const PointerRegions regions(channel.eiPointer.device.get(), stream);
@@ -79,7 +89,7 @@ void EisInput::sendPendingMotion() {
 bool EisInput::isPointerNear(EisPosition target, const PointerRegions& regions) const {
   if (lastPlace) {
     if (!regions.haveSameRegion(*lastPlace, target)) return false;
-    const bool buttonHeld = heldDown.lower_bound(BTN_MISC) != heldDown.end();
+    const bool buttonHeld = std::any_of(heldDown.begin(), heldDown.end(), isButton);
     if (buttonHeld || Clock::now() - lastMotion < reportDelay) return true;
   }
   const auto reported = askPointer();
@@ -95,6 +105,8 @@ void EisInput::sendMotion(EisPosition place) {
   lastPlace = place;
   lastMotion = Clock::now();
 }
+
+bool EisInput::isButton(std::uint32_t code) { return code >= BTN_MISC && code < KEY_OK; }
 
 EisSlot& EisInput::slot(InputKind kind) {
   switch (kind) {

@@ -75,12 +75,15 @@ public:
   // Sends one event for all wheel steps, and none if both are 0.
   void scroll(std::int64_t right, std::int64_t down);
   void key(std::uint32_t code, bool pressed);
+  // Releases the keys and buttons that are held, if their devices still exist.
+  void releaseHeld();
 
 private:
   bool admit(std::uint32_t code, bool pressed);
   bool admitBeginning();
   bool waitForRoom();
   void sendPendingMotion();
+  static bool isButton(std::uint32_t code);
   bool isPointerNear(EisPosition target, const PointerRegions& regions) const;
   void sendMotion(EisPosition place);
   EisSlot& slot(InputKind kind);

@@ -27,6 +27,7 @@
   apply(g_main_context_ref) \
   apply(g_main_context_release) \
   apply(g_main_context_unref) \
+  apply(g_main_context_wakeup) \
   apply(g_main_loop_new) \
   apply(g_main_loop_quit) \
   apply(g_main_loop_run) \

@@ -178,17 +178,23 @@ void portalInputCall(GDBusConnection* connection, const char* method, GVariant* 
 
 PortalDescriptor portalDescriptorCall(GDBusConnection* connection, const char* interfaceName,
                                       const char* method, const std::string& sessionHandle) {
+  GVariantBuilder options;
+  g_variant_builder_init(&options, G_VARIANT_TYPE_VARDICT);
+  return portalDescriptorCall(connection, interfaceName, method,
+                              g_variant_new("(oa{sv})", sessionHandle.c_str(), &options));
+}
+
+PortalDescriptor portalDescriptorCall(GDBusConnection* connection, const char* interfaceName,
+                                      const char* method, GVariant* parameters) {
+  const Variant arguments(g_variant_ref_sink(parameters));
   PortalDescriptor result;
   const std::string failure = std::string("Portal call failed for ") + interfaceName + "." + method;
   requireSpareDescriptors(failure);
   GError* error = nullptr;
   GUnixFDList* descriptors = nullptr;
-  GVariantBuilder options;
-  g_variant_builder_init(&options, G_VARIANT_TYPE_VARDICT);
   const Variant reply(g_dbus_connection_call_with_unix_fd_list_sync(
-      connection, portalBusName, portalObjectPath, interfaceName, method,
-      g_variant_new("(oa{sv})", sessionHandle.c_str(), &options), G_VARIANT_TYPE("(h)"),
-      G_DBUS_CALL_FLAGS_NONE, callTimeout, nullptr, &descriptors, nullptr, &error));
+      connection, portalBusName, portalObjectPath, interfaceName, method, arguments.get(),
+      G_VARIANT_TYPE("(h)"), G_DBUS_CALL_FLAGS_NONE, callTimeout, nullptr, &descriptors, nullptr, &error));
   const DescriptorList list(descriptors);
   if (reply != nullptr) {
     result.answered = true;

@@ -59,6 +59,8 @@ struct PortalDescriptor {
   GLibError error;            // may be null even then
 };
 PortalDescriptor portalDescriptorCall(GDBusConnection* connection, const char* interfaceName,
+                                      const char* method, GVariant* parameters);
+PortalDescriptor portalDescriptorCall(GDBusConnection* connection, const char* interfaceName,
                                       const char* method, const std::string& sessionHandle);
 
 // Throws unless a bit of the mask is granted.

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "wayland/portal/portal_call.h"
+#include "wayland/portal/portal_clipboard.h"
 
 namespace ostler {
 namespace {
@@ -156,6 +157,7 @@ void PortalSession::startPortalSession(const PortalPermission& permission) {
     portalRequest(bus, screenCastInterface, "SelectSources",
                   g_variant_new("(oa{sv})", sessionHandle.c_str(), &options.builder));
   }
+  if (permission.clipboard) requestPortalClipboard(bus, sessionHandle);
 
   if (permission.asking) permission.asking();
   PortalOptions options;
@@ -168,14 +170,13 @@ void PortalSession::startPortalSession(const PortalPermission& permission) {
     permission.granted(token);
   }
   g_variant_lookup(response.get(), "devices", "u", &grantedDevices);
+  gboolean isClipboardEnabled = FALSE;
+  g_variant_lookup(response.get(), "clipboard_enabled", "b", &isClipboardEnabled);
+  hasClipboard = isClipboardEnabled != FALSE;
   StreamInfo stream = readFirstStream(response.get());
   nodeId = stream.nodeId;
   logicalSize = stream.logicalSize;
   streamPlace = std::move(stream.place);
-}
-
-void PortalSession::requireOpen() {
-  if (end->hasCome()) throw std::runtime_error("The Wayland portal session has ended.");
 }
 
 void PortalSession::requireUnlocked() const {

@@ -30,11 +30,11 @@ public:
   // std::runtime_error.
   FileDescriptor openPipeWireRemote() const;
 
-  // Throws std::runtime_error if the messages that have arrived by now say that
-  // the session has ended. Does not wait.
-  void requireOpen();
-  // Throws std::runtime_error if the screen was locked when requireOpen() was
-  // last called.
+  // Whether the messages that have arrived by now say that the session has ended.
+  // Does not wait.
+  bool hasEnded() { return end->hasCome(); }
+  // Throws std::runtime_error if the screen was locked when hasEnded() was last
+  // called.
   void requireUnlocked() const;
   // Whether the desktop has reported a switch of the keyboard layout since the
   // last call.
@@ -49,6 +49,7 @@ public:
   std::uint32_t nodeId = 0;          // of the stream, in PipeWire
   std::optional<Size> logicalSize;   // of the stream, if the portal reports it
   StreamPlace streamPlace;
+  bool hasClipboard = false;  // the user has granted it
 
 private:
   explicit PortalSession(BusConnection bus);
