@@ -40,7 +40,8 @@ napi_value open(napi_env env, napi_callback_info info) {
     permission.granted = [&](const std::string& token) {
       call(env, options, "granted", {toValue(env, token)});
     };
-    const auto record = read<std::int32_t>(env, property(env, options, "record"));
+    std::int32_t record = -1;
+    napi_get_value_int32(env, property(env, options, "record"), &record);
     openSession(HeldRecord(record), permission);
     return undefinedValue(env);
   });

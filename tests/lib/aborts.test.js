@@ -124,6 +124,7 @@ it('a thousand aborts at random times leave everything as it was', { timeout: 30
   });
   await desktop.setClipboard('old');
   await waitUntil(async () => await desktop.getClipboard() === 'old');
+  await desktop.move(1, 1);  // the first one connects to ask for the monitors
   const before = state();
   const calls = [
     (options) => desktop.type('aB!é漢', options), (options) => desktop.drag(1, 1, 200, 200, options),
