@@ -58,8 +58,11 @@ it('sends input, with words quoted as in a shell', async () => {
   const quoted = `clipboard 'a "b'"c\\"#"\\ d#e # a comment\nclipboard\ntype "in one"\nkey ctrl+x ctrl+y\n`;
   assert.deepStrictEqual(await ostler(['run'], { input: quoted }), [0, 'a "bc"# d#e\n', '']);
   await ostler(['type', '-'], { input: 'from the input' });
+  assert.deepStrictEqual(await ostler(['write', ' ж', '--paste', 'never', '--delay', '9']), [0, '', '']);
+  const [code, , refusal] = await ostler(['write', '-'], { input: 'a\x07' });
+  assert.deepStrictEqual([code, /U\+0007/.test(refusal)], [1, true]);
   const events = await witness.events();
-  assert.strictEqual(textOf(events), 'in onexyfrom the input');
+  assert.strictEqual(textOf(events), 'in onexyfrom the input ж');
   const presses = events.filter(({ kind, down }) => kind === 'button' && down).map(({ button, x }) => [button, x]);
   assert.deepStrictEqual(presses, [[3, 5], [3, 5], [4, 7], [1, 1]]);
 });

@@ -8,6 +8,7 @@ export async function host(signal: AbortSignal): Promise<DesktopEnd> {
   await desktop.click(100, 200, 'left', 1, { signal });
   await desktop.click({ x: 1, y: 2, count: 2, timeout: 50 });
   await desktop.type('text', { timeout: 1000 });
+  await desktop.write('text', { paste: 'never', delay: 10, signal });
   const png: Buffer | null = await desktop.screenshot({ format: 'png', width: 1280, height: 720 });
   // @ts-expect-error: the picture may be null
   png.length;
