@@ -26,6 +26,11 @@ export interface OpenOptions {
    * Whoever can read it can control the desktop without asking. Defaults to false. Has no effect on X11.
    */
   remember?: boolean | string | PermissionStore;
+  /**
+   * Whether the user of a Wayland desktop can share one monitor or several. Several need a desktop that tells where
+   * they are, such as GNOME or KDE Plasma 6.7. On X11 the session has all monitors. Defaults to "one".
+   */
+  monitors?: 'one' | 'all';
   /** Called once when a Wayland desktop's dialog has probably been open for half a second. */
   onDialog?: () => void;
 }
@@ -51,7 +56,10 @@ export interface ClickOptions extends CallOptions {
 }
 
 export interface ScreenshotOptions extends CallOptions {
-  /** The part of the desktop to show, in the coordinates of `display`. Cannot be combined with a size. */
+  /**
+   * The part of the desktop to show, in the coordinates of `display`. A part of one monitor has that monitor's own
+   * pixels. Cannot be combined with a size.
+   */
   region?: Rect;
   /** The `id` of the monitor to show, of those of `monitors`. Cannot be combined with a region or a size. */
   monitor?: string;
@@ -214,8 +222,8 @@ export interface Desktop extends Promised<Omit<Ostler, 'click' | 'lock' | 'mouse
   readonly remembered: boolean;
 
   /**
-   * Resolves to the monitors: on X11 all active ones, on Wayland the one that is shared. A part of an X11 screen
-   * that no monitor shows is black in pictures, and the pointer cannot be moved there.
+   * Resolves to the monitors: on X11 all active ones, on Wayland those that are shared. A part of the desktop that
+   * no monitor shows is black in pictures, and the pointer cannot be moved there.
    */
   monitors(options?: CallOptions): Promise<Monitor[]>;
 

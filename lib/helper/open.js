@@ -8,15 +8,15 @@ const { TokenStore } = require('../shared/token_store');
 const shortestDialog = 500;
 
 // Opens the session. `remember` says how the portal's permission is remembered: { name } of a
-// store, { token } of the previous session, or undefined to ask each time. `report` sends what
-// happens to the host.
-function openSession(session, { record, remember, monitors = 'one' }, report) {
+// store, { token } of the previous session, or undefined to ask each time. `monitors` is "one" or
+// "all". `report` sends what happens to the host.
+function openSession(session, { record, remember, monitors }, report) {
   const asking = () => report({ asking: true });
   let store, isGranted;
   const attempt = (token) => {
     let start;
     session.open({
-      record, token, persist: remember !== undefined,
+      record, token, persist: remember !== undefined, allMonitors: monitors === 'all',
       asking() {
         start = performance.now();
         asking();

@@ -140,6 +140,7 @@ function screenshotArguments(given) {
 }
 
 const callback = ofType('function', 'a function');
+const monitorChoice = oneOf('one', 'all');
 
 const nameOfPermission = /^[a-z\d][\w.-]{0,63}$/i;  // it becomes part of a file's name
 
@@ -156,6 +157,6 @@ function remember(value, name) {
 }
 
 module.exports = {
-  callback, checkArguments, checkCallOptions, duration, methods, optional, options, pasteMode, region, remember,
+  callback, checkArguments, checkCallOptions, duration, methods, monitorChoice, optional, options, pasteMode, region, remember,
   screenshotArguments, text,
 };

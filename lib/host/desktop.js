@@ -2,7 +2,7 @@
 // Runs in the host: the object that `openDesktop` returns.
 
 const {
-  callback, checkArguments, checkCallOptions, duration, methods, optional, options: checkOptions, pasteMode, region,
+  callback, checkArguments, checkCallOptions, duration, methods, monitorChoice, optional, options: checkOptions, pasteMode, region,
   screenshotArguments, text: checkText,
 } = require('./check');
 const { AbortError, DesktopClosedError } = require('./errors');
@@ -67,6 +67,7 @@ class Desktop {
     const { signal, timeout, env } = checkCallOptions(given);
     optional(checkOptions)(env, 'env');
     if (signal?.aborted) throw new AbortError(signal.reason);
+    const monitors = optional(monitorChoice, 'one')(given?.monitors, 'monitors');
     const permission = new Permission(given ?? {});
     const limit = new Limit({ signal });
     let desktop;
@@ -74,7 +75,7 @@ class Desktop {
       const remember = await limit.race(permission.load());
       desktop = new Desktop({ env, timeout });
       permission.follow(desktop.#helper);
-      const { clipboard } = await limit.race(desktop.#helper.request('open', remember));
+      const { clipboard } = await limit.race(desktop.#helper.request('open', remember, monitors));
       await limit.race(permission.saved());
       desktop.remembered = permission.remembered;
       desktop.clipboard = clipboard;

@@ -7,9 +7,10 @@ namespace ostler {
 
 // How a session asks the desktop portal for the user's permission.
 struct PortalPermission {
-  bool clipboard = false;  // asks for the clipboard too
-  bool persist = false;    // asks the portal to remember the permission
-  std::string token;       // of the remembered permission, or empty
+  bool allMonitors = false;  // the user may share several
+  bool clipboard = false;    // asks for the clipboard too
+  bool persist = false;      // asks the portal to remember the permission
+  std::string token;         // of the remembered permission, or empty
   // Called before the request that shows the dialog, if it is necessary.
   std::function<void()> asking;
   // Called as soon as the user has agreed, with the token of the next session. It is empty if

@@ -35,6 +35,7 @@ napi_value open(napi_env env, napi_callback_info info) {
     PortalPermission permission;
     permission.clipboard = true;
     permission.persist = read<bool>(env, property(env, options, "persist"));
+    permission.allMonitors = read<bool>(env, property(env, options, "allMonitors"));
     permission.token = read<std::string>(env, property(env, options, "token"));
     permission.asking = [&] { call(env, options, "asking", {}); };
     permission.granted = [&](const std::string& token) {

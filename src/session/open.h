@@ -4,7 +4,7 @@
 
 namespace ostler {
 
-// The method that opens the session. Takes { record, persist, token, asking, granted }: the
+// The method that opens the session. Takes { record, allMonitors, persist, token, asking, granted }: the
 // descriptor of a file for the record of what is held down, and the fields of PortalPermission.
 // Only `record` is necessary.
 napi_value open(napi_env env, napi_callback_info info);

@@ -69,7 +69,7 @@ void WaylandBackend::sendMotion(Position target) {
 // other edge begin on it: on GNOME 48 and 51 one from 0,5 to 400,300 ends at 0,300. A second one gets
 // through. Only the stream tells, so nothing is sent twice if it does not report the pointer.
 bool WaylandBackend::beginsAtCorner(Position target) const {
-  const std::optional<Position> reported = capture.reportedPointer();
+  const std::optional<Position> reported = reportedPointer();
   if (!reported) return false;
   const auto begins = [&](Position from) { return isOnEdgeOfCorner(from) && isDiagonal(from, target); };
   return begins(*reported) || (lastTarget && begins(*lastTarget));
@@ -77,7 +77,7 @@ bool WaylandBackend::beginsAtCorner(Position target) const {
 
 bool WaylandBackend::isHeldAtCorner(Position target) {
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(100);
-  std::optional<Position> pointer = capture.reportedPointer();
+  std::optional<Position> pointer = reportedPointer();
   while (pointer && !wasHeldAtEdge(*pointer, target)) {
     const bool arrived = std::hypot(pointer->x - target.x, pointer->y - target.y) < 2.0;
     if (arrived || std::chrono::steady_clock::now() >= deadline) return false;

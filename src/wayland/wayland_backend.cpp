@@ -35,22 +35,11 @@ WaylandBackend::WaylandBackend(const PortalPermission& permission)
       // socket is requested only if libei can use it.
       eis(
           isLibeiLoaded() ? portalInput.connectToEis() : FileDescriptor(), portal.streamPlace,
-          [this] { return capture.reportedPointer(); },
+          [this] { return reportedPointer(); },
           [this] { return activeLayoutGroup(portal.connection.get()); }) {
   if (portal.logicalSize) capture.setLogicalSize(*portal.logicalSize);
   stream.emplace(portal.openPipeWireRemote(), portal.nodeId, capture);
-  waitForFirstFrame();
-}
-
-// KDE Plasma 6.3 sends one frame when the stream starts and no more until the
-// screen changes. PipeWire 0.3.65 loses that frame in 3 to 7 % of sessions
-// (once also on GNOME 48), so the stream is restarted.
-void WaylandBackend::waitForFirstFrame() {
-  const auto start = std::chrono::steady_clock::now();
-  for (const std::chrono::milliseconds lost : {700ms, 2000ms}) {
-    if (!capture.waitForNews(start + lost)) stream->restart();
-  }
-  capture.waitForFirstFrame(start + 15s);
+  waitForFirstFrame(capture, *stream);
 }
 
 // The compositor may report the group of a layout on the EIS channel, and the desktop a switch of layouts on

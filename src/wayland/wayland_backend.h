@@ -52,6 +52,9 @@ protected:
                const std::function<void()>& throughPortal);
   void sendButton(Button button, bool pressed) override;
   void dragTo(double x, double y) override;
+  virtual void sendMotion(Position target);
+  // Where the desktop has reported the pointer.
+  virtual std::optional<Position> reportedPointer() const { return capture.reportedPointer(); }
   virtual void turnWheel(std::int64_t right, std::int64_t down);
   // Sends a key through EIS.
   virtual void sendKey(std::uint32_t code, bool pressed);
@@ -65,8 +68,6 @@ protected:
   void release(const EvdevKey& key);
 
 private:
-  void waitForFirstFrame();
-  void sendMotion(Position target);
   bool beginsAtCorner(Position target) const;
   bool isHeldAtCorner(Position target);
   // Throws if the keyboard was replaced while keys were sent.

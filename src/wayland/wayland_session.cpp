@@ -2,16 +2,20 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <map>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 
 #include <linux/input-event-codes.h>
 
+#include "image/finish_capture.h"
 #include "keys/text.h"
 #include "wayland/lazy/load.h"
 #include "wayland/portal/klipper.h"
 #include "wayland/portal/portal_clipboard.h"
+#include "wayland/shared_monitors.h"
 #include "wayland/wayland_backend.h"
 
 namespace ostler {
@@ -36,7 +40,34 @@ private:
   class Recorded final : public WaylandBackend {
   public:
     Recorded(WaylandSession& owner, const PortalPermission& permission)
-        : WaylandBackend(permission), session(owner) {}
+        : WaylandBackend(permission), session(owner) {
+      if (portal.streams.size() > 1) shared.emplace(portal, capture);
+    }
+
+    Size display() override { return shared ? shared->size() : WaylandBackend::display(); }
+    Point cursorPosition() override {
+      if (!shared) return WaylandBackend::cursorPosition();
+      const Position pointer = shared->reportedPointer().value_or(lastMotion);
+      return {static_cast<std::int32_t>(std::lround(pointer.x)),
+              static_cast<std::int32_t>(std::lround(pointer.y))};
+    }
+    std::vector<unsigned char> screenshot(Size target, Rect crop, double quality) override {
+      if (!shared) return WaylandBackend::screenshot(target, crop, quality);
+      requireSession();
+      auto [picture, scale, part] = shared->picture(crop);
+      return finishCapture(std::move(picture), scale, scale, target, part, quality);
+    }
+    std::optional<Position> reportedPointer() const override {
+      return shared ? shared->reportedPointer() : WaylandBackend::reportedPointer();
+    }
+    void sendMotion(Position target) override {
+      if (!shared) return WaylandBackend::sendMotion(target);
+      const SharedMonitors::Place place = shared->find(target);
+      send(
+          InputKind::pointer, [&] { eis.moveTo(place.onDesktop.x, place.onDesktop.y); },
+          [&] { portalInput.moveTo(place.nodeId, place.inStream.x, place.inStream.y); });
+      lastMotion = target;
+    }
 
     std::optional<std::string> klipperText() const { return ostler::readKlipper(portal.connection.get()); }
     std::unique_ptr<Clipboard> makeClipboard() const {
@@ -94,8 +125,9 @@ private:
       deliver(isButton ? InputKind::button : InputKind::keyboard, throughEis, throughPortal);
     }
 
-    // Returns the monitor that is shared. Coordinates are relative to it.
+    // Returns what is shared. Coordinates are relative to a single monitor.
     std::vector<Monitor> monitors() {
+      if (shared) return shared->list();
       const Size size = display();
       const StreamFormat format = capture.format();
       const double scale =
@@ -119,9 +151,12 @@ private:
     void requireAll() {
       WaylandBackend::requireSession();
       capture.waitForFirstFrame(std::chrono::steady_clock::now());
+      if (shared) shared->requireStreams();
     }
 
     WaylandSession& session;
+    std::optional<SharedMonitors> shared;  // if there are several
+    Position lastMotion;
     std::map<std::uint32_t, std::uint64_t> portalKeys;  // the keysym of each code that the portal got
   };
 

@@ -109,6 +109,34 @@ it('writes with keys and dead keys, whatever Caps Lock says, or names what these
   await own.stop();
 });
 
+it('spans the monitors that are shared, each in its own scale', async () => {
+  const place = (x, width, height) => `(uint32 NODE, {'position': <(${x}, 0)>, 'size': <(${width}, ${height})>})`;
+  const sharing = (...streams) => ({ response: `(uint32 0, {'devices': <uint32 3>, 'streams': <[${streams}]>})` });
+  const desktop = await open({ ConnectToEIS: { eis: ['keyboard', 'pointer,button,scroll@64,48,0,0@32,24,64,0'] },
+    Start: sharing(place(64, 32, 24), place(0, 64, 48)) }, { monitors: 'all' });
+  assert.match(session.record().find((line) => line.includes('SelectSources')), /'multiple': <true>/);
+  const monitors = await desktop.monitors();
+  assert.deepStrictEqual(monitors.map(({ x, width, height, scale }) => [x, width, height, scale]),
+    [[0, 64, 48, 1], [64, 32, 24, 2]]);
+  const { width, height } = await desktop.display();
+  const [all, part, single] = (await Promise.all([{}, { region: { x: 60, y: 20, width: 8, height: 8 } },
+    { monitor: monitors[1].id }].map((options) => desktop.screenshot(options)))).map(decodePng);
+  assert.deepStrictEqual([width, height, all.width, all.height, part.width, single.width], [96, 48, 192, 96, 16, 64]);
+  for (const [picture, x, y, expected] of [
+    [all, 127, 95, [63, 47, 1]], [all, 128, 0, [0, 0, 1]], [all, 191, 47, [63, 47, 1]], [all, 128, 48, [0, 0, 0]],
+    [part, 7, 15, [63, 27, 1]], [part, 8, 7, [0, 47, 1]], [part, 8, 8, [0, 0, 0]], [single, 5, 6, [5, 6, 1]],
+  ]) assert.deepStrictEqual(picture.pixel(x, y), expected, `${x},${y}`);
+  const motions = () => session.record().filter((line) => line.includes(' motion ')).map((line) => line.slice(13));
+  for (const [x, y] of [[63, 40], [64, 20], [95, 23]]) {
+    await desktop.move(x, y);
+    await waitUntil(() => motions().at(-1) === `${x} ${y}`, motions);
+  }
+  await assert.rejects(desktop.move(70, 30), /No monitor shows the point 70,30/);
+  await desktop.close();
+  const unplaced = sharing(...Array(2).fill("(uint32 NODE, {'size': <(64, 48)>})"));
+  await assert.rejects(open({ Start: unplaced }, { monitors: 'all' }), /does not tell where the shared monitors are/);
+});
+
 // Each end makes a desktop of its own unusable. `ended` is the reason that the session module gives.
 const portalEnded = 'The Wayland portal session has ended.';
 for (const [name, end, expected = portalEnded] of [

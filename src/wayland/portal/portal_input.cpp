@@ -20,10 +20,12 @@ FileDescriptor PortalInput::connectToEis() const {
       .descriptor;
 }
 
-void PortalInput::moveTo(double x, double y) const {
+void PortalInput::moveTo(double x, double y) const { moveTo(session.nodeId, x, y); }
+
+void PortalInput::moveTo(std::uint32_t nodeId, double x, double y) const {
   requirePortalDevice(session.grantedDevices, pointerDevice, "pointer motion");
   portalInputCall(session.connection.get(), "NotifyPointerMotionAbsolute",
-                  g_variant_new("(oa{sv}udd)", session.sessionHandle.c_str(), nullptr, session.nodeId, x, y));
+                  g_variant_new("(oa{sv}udd)", session.sessionHandle.c_str(), nullptr, nodeId, x, y));
 }
 
 void PortalInput::button(std::uint32_t code, bool pressed) const {

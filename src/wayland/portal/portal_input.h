@@ -18,6 +18,8 @@ public:
   FileDescriptor connectToEis() const;
 
   void moveTo(double x, double y) const;
+  // Moves within the stream of a PipeWire node.
+  void moveTo(std::uint32_t nodeId, double x, double y) const;
   // `code` is an evdev code.
   void button(std::uint32_t code, bool pressed) const;
   // Calls the portal once for each wheel step.

@@ -1,6 +1,8 @@
 #include "wayland/portal/portal_session.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <cstddef>
 #include <cstring>
 #include <stdexcept>
 #include <string>
@@ -71,32 +73,49 @@ std::uint32_t chooseCursorMode(std::uint32_t available) {
   return hiddenCursor;
 }
 
-struct StreamInfo {
-  std::uint32_t nodeId = 0;
-  std::optional<Size> logicalSize;
-  StreamPlace place;
-};
-
-StreamInfo readFirstStream(GVariant* response) {
-  const Variant streams(g_variant_lookup_value(response, "streams", G_VARIANT_TYPE("a(ua{sv})")));
-  if (streams == nullptr || g_variant_n_children(streams.get()) == 0) {
-    throw std::runtime_error("Wayland portal did not return any ScreenCast streams.");
-  }
-  StreamInfo info;
+SharedStream readStream(GVariant* streams, std::size_t index) {
+  SharedStream stream;
   GVariant* dictionary = nullptr;
-  g_variant_get_child(streams.get(), 0, "(u@a{sv})", &info.nodeId, &dictionary);
+  g_variant_get_child(streams, index, "(u@a{sv})", &stream.nodeId, &dictionary);
   const Variant properties(dictionary);
-  if (info.nodeId == 0) {
+  if (stream.nodeId == 0) {
     throw std::runtime_error("Wayland portal returned an invalid PipeWire stream node id.");
   }
   Size size;
-  if (g_variant_lookup(properties.get(), "size", "(ii)", &size.width, &size.height)) info.logicalSize = size;
+  if (g_variant_lookup(properties.get(), "size", "(ii)", &size.width, &size.height))
+    stream.logicalSize = size;
   Point position;
   if (g_variant_lookup(properties.get(), "position", "(ii)", &position.x, &position.y))
-    info.place.position = position;
+    stream.place.position = position;
   const char* mappingId = "";
-  if (g_variant_lookup(properties.get(), "mapping_id", "&s", &mappingId)) info.place.mappingId = mappingId;
-  return info;
+  if (g_variant_lookup(properties.get(), "mapping_id", "&s", &mappingId)) stream.place.mappingId = mappingId;
+  return stream;
+}
+
+// Returns the first stream, or all of them, which need a place on the desktop then.
+std::vector<SharedStream> readStreams(GVariant* response, bool all) {
+  const Variant array(g_variant_lookup_value(response, "streams", G_VARIANT_TYPE("a(ua{sv})")));
+  if (array == nullptr || g_variant_n_children(array.get()) == 0) {
+    throw std::runtime_error("Wayland portal did not return any ScreenCast streams.");
+  }
+  std::vector<SharedStream> streams{readStream(array.get(), 0)};
+  const std::size_t count = all ? g_variant_n_children(array.get()) : 1;
+  for (std::size_t i = 1; i < count; ++i) streams.push_back(readStream(array.get(), i));
+  if (count == 1) return streams;
+  const auto isPlaced = [](const SharedStream& stream) {
+    return stream.place.position && stream.logicalSize && stream.logicalSize->width > 0 &&
+           stream.logicalSize->height > 0;
+  };
+  if (!std::all_of(streams.begin(), streams.end(), isPlaced)) {
+    throw std::runtime_error(
+        "The desktop does not tell where the shared monitors are. Open the desktop with one of them.");
+  }
+  const auto place = [](const SharedStream& stream) {
+    return std::pair(stream.place.position->x, stream.place.position->y);
+  };
+  std::sort(streams.begin(), streams.end(),
+            [&](const auto& a, const auto& b) { return place(a) < place(b); });
+  return streams;
 }
 
 }  // namespace
@@ -152,7 +171,7 @@ void PortalSession::startPortalSession(const PortalPermission& permission) {
   {
     PortalOptions options;
     options.add("types", g_variant_new_uint32((sources & monitorSource) != 0 ? monitorSource : windowSource));
-    options.add("multiple", g_variant_new_boolean(FALSE));
+    options.add("multiple", g_variant_new_boolean(permission.allMonitors ? TRUE : FALSE));
     options.add("cursor_mode", g_variant_new_uint32(cursorMode));
     portalRequest(bus, screenCastInterface, "SelectSources",
                   g_variant_new("(oa{sv})", sessionHandle.c_str(), &options.builder));
@@ -173,10 +192,10 @@ void PortalSession::startPortalSession(const PortalPermission& permission) {
   gboolean isClipboardEnabled = FALSE;
   g_variant_lookup(response.get(), "clipboard_enabled", "b", &isClipboardEnabled);
   hasClipboard = isClipboardEnabled != FALSE;
-  StreamInfo stream = readFirstStream(response.get());
-  nodeId = stream.nodeId;
-  logicalSize = stream.logicalSize;
-  streamPlace = std::move(stream.place);
+  streams = readStreams(response.get(), permission.allMonitors);
+  nodeId = streams.front().nodeId;
+  logicalSize = streams.front().logicalSize;
+  if (streams.size() == 1) streamPlace = streams.front().place;
 }
 
 void PortalSession::requireUnlocked() const {

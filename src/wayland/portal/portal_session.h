@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "base/file_descriptor.h"
 #include "base/geometry.h"
@@ -14,6 +15,13 @@
 #include "wayland/portal/session_end.h"
 
 namespace ostler {
+
+// A monitor or window that the session shares.
+struct SharedStream {
+  std::uint32_t nodeId = 0;  // of the stream, in PipeWire
+  std::optional<Size> logicalSize;
+  StreamPlace place;
+};
 
 // One session of the desktop portal for input and for a stream of the screen.
 // The constructor opens it, with a dialog unless the portal remembers the permission, and the
@@ -44,12 +52,13 @@ public:
   void markEnded();
 
   const BusConnection connection;
-  std::string sessionHandle;         // empty until the portal has created the session
-  std::uint32_t grantedDevices = 0;  // 1 keyboard, 2 pointer
-  std::uint32_t nodeId = 0;          // of the stream, in PipeWire
-  std::optional<Size> logicalSize;   // of the stream, if the portal reports it
-  StreamPlace streamPlace;
-  bool hasClipboard = false;  // the user has granted it
+  std::string sessionHandle;          // empty until the portal has created the session
+  std::uint32_t grantedDevices = 0;   // 1 keyboard, 2 pointer
+  std::uint32_t nodeId = 0;           // of the stream, in PipeWire
+  std::optional<Size> logicalSize;    // of the stream, if the portal reports it
+  StreamPlace streamPlace;            // unknown if there are several streams: EIS then spans them all
+  std::vector<SharedStream> streams;  // from left to right
+  bool hasClipboard = false;          // the user has granted it
 
 private:
   explicit PortalSession(BusConnection bus);

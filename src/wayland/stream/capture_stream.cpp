@@ -1,6 +1,7 @@
 #include "wayland/stream/capture_stream.h"
 
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <exception>
 #include <memory>
@@ -226,6 +227,18 @@ void CaptureStream::liftRateLimit() {
   PodRoom room;
   const spa_pod* offered = buildUnlimitedFormats(room);
   pw_stream_update_params(stream.get(), &offered, 1);
+}
+
+// KDE Plasma 6.3 sends one frame when the stream starts and no more until the
+// screen changes. PipeWire 0.3.65 loses that frame in 3 to 7 % of sessions
+// (once also on GNOME 48), so the stream is restarted.
+void waitForFirstFrame(CaptureState& state, CaptureStream& stream) {
+  using namespace std::chrono_literals;
+  const auto start = std::chrono::steady_clock::now();
+  for (const std::chrono::milliseconds lost : {700ms, 2000ms}) {
+    if (!state.waitForNews(start + lost)) stream.restart();
+  }
+  state.waitForFirstFrame(start + 15s);
 }
 
 }  // namespace ostler

@@ -72,4 +72,7 @@ private:
   bool rateLimitLifted = false;
 };
 
+// Waits for the first frame. Throws when the stream fails or sends none.
+void waitForFirstFrame(CaptureState& state, CaptureStream& stream);
+
 }  // namespace ostler
