@@ -51,11 +51,10 @@ bool SelectionOwner::take(ClipboardContent content, std::uint32_t since) {
 }
 
 void SelectionOwner::drop() {
-  const MutexLock lock(mutex);
-  if (owned == nullptr) return;
-  xcb_set_selection_owner(connection.get(), XCB_WINDOW_NONE, clipboard, ownedSince);
+  if (held() == nullptr) return;
+  xcb_set_selection_owner(connection.get(), XCB_WINDOW_NONE, clipboard, heldSince());
   connection.flush();
-  owned.reset();
+  lose();
 }
 
 std::shared_ptr<const ClipboardContent> SelectionOwner::held() {
