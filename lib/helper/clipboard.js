@@ -15,6 +15,7 @@ const missing = {
 
 class Clipboard {
   #session;
+  #env;
   #reader;    // reads instead of the session module, on some desktops
   #missing;   // says what is missing
   #offered = '';  // the text that setText() or beginPaste() has set last
@@ -22,6 +23,7 @@ class Clipboard {
 
   constructor(session, env) {
     this.#session = session;
+    this.#env = env;
     this.kind = session.clipboardKind();
     if (this.kind === 'none') this.#missing = missing.server;
     if (this.kind !== 'x11' || sessionKind(env) !== 'wayland' || !needsDesktopClipboard(env)) return;
@@ -70,10 +72,15 @@ class Clipboard {
   close(done) {
     if (this.kind === 'none') return done();
     this.endPaste();
-    if (!this.#isOurs() || this.#session.handOverClipboard()) return done();
+    if (!this.#isOurs() || (this.#session.handOverClipboard() && !this.#vanishes)) return done();
     const content = this.#session.readWholeClipboard();
     if (content === null) return done();
-    startKeep(process.env, content, this.#session.clipboardOfferedAt(), done);
+    startKeep(this.#env, content, this.#session.clipboardOfferedAt(), done);
+  }
+
+  // Whether the desktop drops what the session has copied. Of KDE only Klipper keeps it.
+  get #vanishes() {
+    return this.kind === 'portal' && needsDesktopClipboard(this.#env) && this.#session.readKlipper() === null;
   }
 
   #readEverything() {

@@ -14,7 +14,7 @@ using namespace std::chrono_literals;
 
 // Every server accepts properties of this size in one request, and other programs send longer
 // contents in pieces too.
-constexpr std::size_t pieceSize = 240 * 1024;  // in bytes
+constexpr std::size_t pieceSize = 240 << 10;  // in bytes
 
 constexpr auto limitForTime = 2s;
 constexpr auto limitForManager = 2s;
@@ -51,11 +51,10 @@ bool SelectionOwner::take(ClipboardContent content, std::uint32_t since) {
 }
 
 void SelectionOwner::drop() {
-  const MutexLock lock(mutex);
-  if (owned == nullptr) return;
-  xcb_set_selection_owner(connection.get(), XCB_WINDOW_NONE, clipboard, ownedSince);
+  if (held() == nullptr) return;
+  xcb_set_selection_owner(connection.get(), XCB_WINDOW_NONE, clipboard, heldSince());
   connection.flush();
-  owned.reset();
+  lose();
 }
 
 std::shared_ptr<const ClipboardContent> SelectionOwner::held() {
@@ -223,7 +222,8 @@ bool SelectionOwner::convertMultiple(xcb_window_t requestor, xcb_atom_t property
   const XcbReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(connection.get(), cookie, nullptr));
   if (reply == nullptr || reply->format != 32) return false;
   const auto* const values = static_cast<const xcb_atom_t*>(xcb_get_property_value(reply.get()));
-  std::vector<xcb_atom_t> pairs(values, values + reply->value_len / 2 * 2);
+  const std::size_t count = reply->value_len & ~1U;
+  std::vector<xcb_atom_t> pairs(values, values + count);
   for (std::size_t i = 0; i < pairs.size(); i += 2) {
     const bool isNested = pairs[i] == multiple;
     if (isNested || !convert(requestor, pairs[i], pairs[i + 1])) pairs[i + 1] = XCB_ATOM_NONE;
