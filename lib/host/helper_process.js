@@ -121,7 +121,8 @@ class HelperProcess extends EventEmitter {
       child.once('error', (error) => resolve({ code: null, signal: null, error }));
     });
     await settlesWithin(drained, complaintsPatience);
-    // In Deno xclip inherits the helper's ends of these, which would keep the host from exiting.
+    // In Deno the process that keeps the clipboard inherits the helper's ends of these, which would
+    // keep the host from exiting.
     child.stdio?.[4]?.destroy();
     child.stderr?.destroy();
     if (child.connected) child.disconnect();

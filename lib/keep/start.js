@@ -18,7 +18,7 @@ function startKeep(env, content, offeredAt, done) {
       env: { ...env, ELECTRON_RUN_AS_NODE: '1' }, cwd: '/', detached: true, stdio: [file, 'pipe', 'ignore'],
     });
     child.on('error', done);
-    child.stdout?.on('error', () => {}).on('close', done).resume();
+    child.stdout?.on('error', () => {}).once('data', done).on('close', done);
   } finally {
     fs.closeSync(file);
   }

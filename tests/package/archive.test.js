@@ -127,7 +127,7 @@ const abortsAndIsKilled = `import { openDesktop } from 'ostler/promises';
   const controller = new AbortController();
   setTimeout(() => controller.abort(), 200);
   const { name } = await desktop.type('a'.repeat(999), { signal: controller.signal }).catch((error) => error);
-  await desktop.paste('text', { restoreAfter: 0 });
+  await desktop.setClipboard('text');
   console.log(name, (await desktop.display()).width);
   await desktop.close();
   const other = await openDesktop();
@@ -140,7 +140,7 @@ const runtimes = {
   Deno: [path.join(tools, '@deno', 'linux-x64-glibc', 'deno'), 'run', '-A', '--node-modules-dir=manual'],
 };
 for (const [runtime, [command, ...args]] of Object.entries(runtimes)) {
-  test(`aborts, pastes, closes and releases on ${runtime}`, () => withDesktop(here, async (env) => {
+  test(`aborts, copies, closes and releases on ${runtime}`, () => withDesktop(here, async (env) => {
     const directory = install(here, 'node24');
     fs.writeFileSync(path.join(directory, 'host.mjs'), abortsAndIsKilled);
     const { stdout, signal } = spawnSync(command, [...args, 'host.mjs'],
