@@ -84,7 +84,7 @@ ReaderWatch::Outcome ReaderWatch::wait(std::chrono::milliseconds limit) {
       return Outcome::read;
     }
     if (isLost && !isReading) return Outcome::lost;
-    if (now >= deadline && !isReading && ended == 0) return Outcome::unread;
+    if (now >= deadline && !isReading) return ended > 0 ? Outcome::read : Outcome::unread;
     lock.waitUntil(changed, now + slice);
   }
 }

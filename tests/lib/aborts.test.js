@@ -125,6 +125,7 @@ it('a thousand aborts at random times leave everything as it was', { timeout: 30
   await desktop.setClipboard('old');
   await waitUntil(async () => await desktop.getClipboard() === 'old');
   await desktop.move(1, 1);  // the first one connects to ask for the monitors
+  await assert.rejects(desktop.type('a'.repeat(9999), { timeout: 50 }));  // the guard has started when it interrupts
   const before = state();
   const calls = [
     (options) => desktop.type('aB!é漢', options), (options) => desktop.drag(1, 1, 200, 200, options),
