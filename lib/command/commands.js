@@ -62,7 +62,7 @@ const commands = {
   },
   move: pointing('move', 'moves the pointer', 'X', 'Y'),
   drag: pointing('drag', 'drags with the left button', 'FROM_X', 'FROM_Y', 'TO_X', 'TO_Y'),
-  scroll: pointing('scroll', 'turns the wheel; a positive DY is down on X11 and up on Wayland', 'X', 'Y', 'DX', 'DY'),
+  scroll: pointing('scroll', 'turns the wheel; a positive DY is down', 'X', 'Y', 'DX', 'DY'),
   type: {
     usage: 'TEXT|-',
     about: 'types a text, or with - the text that it reads from stdin',
