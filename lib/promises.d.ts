@@ -98,6 +98,18 @@ export interface ScreenshotOptions extends CallOptions {
   compression?: 'fast' | 'small';
 }
 
+/** A window on an X server. Its place and size are those of its content, without the frame. */
+export interface DesktopWindow extends Rect {
+  id: number;
+  title: string;
+  /** The class in WM_CLASS, such as "XTerm". */
+  class: string;
+  pid: number | null;
+  /** The number of the virtual desktop, from 0; -1 when the window is on all of them; null when unknown. */
+  desktop: number | null;
+  active: boolean;
+}
+
 export interface PixelsOptions extends CallOptions {
   /** The part of the desktop, in the coordinates of `display`. Defaults to the whole desktop. */
   region?: Rect;
@@ -260,6 +272,16 @@ export interface Desktop extends Promised<Omit<Ostler, 'click' | 'drag' | 'key' 
    *   characters and lone surrogates. Error when the user presses Escape, see `onEscape`.
    */
   write(text: string, options?: WriteOptions): Promise<void>;
+
+  /**
+   * Lists the windows of programs, the lowest first, as the window manager of an X server describes them.
+   *
+   * @throws Error on Wayland, and on an X server without a window manager that lists its windows (EWMH).
+   */
+  windows(options?: CallOptions): Promise<DesktopWindow[]>;
+
+  /** Makes a window the active one and raises it. Rejects like `windows`, and when there is no such window. */
+  activate(id: number, options?: CallOptions): Promise<void>;
 
   /**
    * Pastes a text: sets the clipboard, presses `combo`, waits until a program has read the text, and restores what

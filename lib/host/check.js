@@ -89,6 +89,8 @@ const methods = {
   type: { text },
   key: { combo: text },
   scroll: { ...point, dx: steps, dy: steps },
+  windows: {},
+  activate: { id: integer(1, 2 ** 32 - 1) },
   cursorPosition: {},
   display: {},
   monitors: {},

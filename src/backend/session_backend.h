@@ -9,6 +9,7 @@
 
 #include "backend/backend.h"
 #include "backend/clipboard.h"
+#include "backend/desktop_window.h"
 #include "backend/held_record.h"
 #include "backend/interruption.h"
 #include "backend/pointing_backend.h"
@@ -54,6 +55,10 @@ public:
   virtual Sight look(const Rect& part) = 0;
   // Takes a screenshot with a choice of the compression.
   std::vector<unsigned char> picture(Size target, Rect crop, double quality, PngCompression compression);
+
+  // Ask the window manager. Throw where nothing tells a program about the windows of others.
+  virtual std::vector<DesktopWindow> windows() = 0;
+  virtual void activate(std::uint32_t id) = 0;
 
   // Presses or releases a button where the pointer is.
   void setButton(Button button, bool pressed);

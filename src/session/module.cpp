@@ -11,6 +11,7 @@
 #include "session/monitors.h"
 #include "session/open.h"
 #include "session/session.h"
+#include "session/windows.h"
 #include "x11/escape_watcher.h"
 
 namespace ostler {
@@ -44,6 +45,8 @@ constexpr Method sessionMethods[] = {
     {"hasChanged", forward<hasChanged>},
     {"watchedPicture", forward<watchedPicture>},
     {"endWatch", forward<endWatch>},
+    {"windows", forward<windows>},
+    {"activate", forward<activate>},
     {"moveFor", forward<moveFor>},
     {"clickHolding", forward<clickHolding>},
     {"dragHolding", forward<dragHolding>},

@@ -25,6 +25,9 @@
 namespace ostler {
 namespace {
 
+constexpr char noWindows[] =
+    "A Wayland desktop does not tell a program about the windows of others; windows are listed on X11 only.";
+
 // In the record, keys and buttons have their evdev codes.
 class WaylandSession final : public SessionBackend {
 public:
@@ -36,6 +39,8 @@ public:
   }
   std::vector<Monitor> monitors() override { return wayland.monitors(); }
   Sight look(const Rect& part) override { return wayland.look(part); }
+  std::vector<DesktopWindow> windows() override { throw std::runtime_error(noWindows); }
+  void activate(std::uint32_t) override { throw std::runtime_error(noWindows); }
   std::string sessionEnd() override { return wayland.sessionEnd(); }
   std::unique_ptr<Clipboard> makeClipboard() override { return wayland.makeClipboard(); }
   std::optional<std::string> readKlipper() override { return wayland.klipperText(); }

@@ -17,6 +17,7 @@
 #include "x11/screen_reader.h"
 #include "x11/temporary_key_mapping.h"
 #include "x11/text_writer.h"
+#include "x11/window_list.h"
 #include "x11/x11_backend.h"
 #include "x11/x11_monitors.h"
 
@@ -37,6 +38,8 @@ public:
     return encodeUtf8(x11.writer.findUntypable(decodeLines(text)));
   }
   Sight look(const Rect& part) override { return x11.look(part); }
+  std::vector<DesktopWindow> windows() override { return x11.windows(); }
+  void activate(std::uint32_t id) override { x11.activate(id); }
   std::string sessionEnd() override { return x11.isServerGone() ? "The X server has ended." : ""; }
 
 private:
@@ -120,6 +123,8 @@ private:
       Sight sight = sightOf(reader.read(rootWindow, part));
       return sight.rows.width == 0 ? sight : shown(std::move(sight), screen, part);
     }
+    std::vector<DesktopWindow> windows() { return listWindows(xDisplay); }
+    void activate(std::uint32_t id) { activateWindow(xDisplay, id); }
     void release(std::uint32_t code) {
       if (code >= firstRow) return writer.restoreRow(static_cast<KeyCode>(code - firstRow));
       if (code < firstButton) return sendKey(static_cast<KeyCode>(code), false);

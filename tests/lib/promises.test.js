@@ -2,12 +2,13 @@
 // Tests the methods of ostler/promises on X servers.
 
 const assert = require('node:assert');
-const { execFile, execFileSync } = require('node:child_process');
+const { execFile, execFileSync, spawn } = require('node:child_process');
 const fs = require('node:fs');
 const { after, before, it } = require('node:test');
 const { setTimeout: sleep } = require('node:timers/promises');
 const { promisify } = require('node:util');
 const { openDesktop } = require('../../lib/promises');
+const { bound, endOf } = require('../support/children');
 const { helpersOf } = require('../support/helpers');
 const { decodePng } = require('../support/png');
 const { waitUntil } = require('../support/wait');
@@ -176,6 +177,32 @@ it('reads the same pixels as the addon from screens of every depth, shared with 
     await waitUntil(() => segments().length === 0);
     await x11.stop();
   }
+});
+
+it('lists and activates windows where a window manager runs', async () => {
+  const other = await startXvfb();
+  const desktop = await openDesktop({ env: other.env });
+  await assert.rejects(desktop.windows(), /no window manager/);
+  const start = (...command) => { endOf(spawn(...bound(...command), { env: other.env, stdio: 'ignore' })); };
+  start('openbox');
+  await waitUntil(() => desktop.windows().then(() => true, () => false));
+  start('xterm', '-T', 'Grüße', '-class', 'First', '-geometry', '20x5+100+50');
+  await waitUntil(async () => (await desktop.windows()).length === 1);
+  start('xterm', '-T', 'second', '-geometry', '20x5+400+300');
+  await waitUntil(async () => (await desktop.windows()).some(({ title, active }) => title === 'second' && active));
+  const [first, second] = await desktop.windows();
+  assert.deepStrictEqual([first.title, first.class, first.desktop, first.active, second.class], ['Grüße', 'First', 0, false, 'XTerm']);
+  assert.match(fs.readFileSync(`/proc/${first.pid}/comm`, 'utf8'), /xterm/);
+  const seen = execFileSync('xdotool', ['getwindowgeometry', '--shell', String(first.id)], { env: other.env, encoding: 'utf8' });
+  const { x, y, width, height } = first;
+  // The frame is at the place that was asked for, and xdotool adds its border twice.
+  assert.ok(seen.includes(`X=${2 * x - 100}\nY=${2 * y - 50}\nWIDTH=${width}\nHEIGHT=${height}\n`), seen);
+  await desktop.activate(first.id);
+  assert.strictEqual(Number(execFileSync('xdotool', ['getactivewindow'], { env: other.env })), first.id);
+  assert.deepStrictEqual((await desktop.windows()).map(({ title }) => title), ['second', 'Grüße']);
+  await assert.rejects(desktop.activate(12345), /no window with the id 12345/);
+  await desktop.close();
+  await other.stop();
 });
 
 it('waits for a region to change, and to stop changing', async () => {
