@@ -6,6 +6,7 @@
 // prebuilt module contains the codecs; a build from source needs the two codec libraries too.
 const packages = {
   'libX11.so.6': ['libx11-6', 'libX11', 'libx11'],
+  'libXext.so.6': ['libxext6', 'libXext', 'libxext'],
   'libXtst.so.6': ['libxtst6', 'libXtst', 'libxtst'],
   'libxcb.so.1': ['libxcb1', 'libxcb', 'libxcb'],
   'libjpeg.so.62': ['libjpeg62-turbo', 'libjpeg-turbo', 'libjpeg-turbo'],

@@ -9,6 +9,7 @@ module.exports = {
   move: { label: 'move', count: 300 },
   key: { label: 'key (a)', count: 100 },
   combo: { label: 'key (ctrl+shift+a)', count: 100 },
+  click: { label: 'click', count: 5 },
   type: { label: 'type, one character', count: 20 },
   getClipboard: { label: 'getClipboard', count: 2 },
   setClipboard: { label: 'setClipboard', count: 2 },
@@ -17,5 +18,6 @@ module.exports = {
   jpeg768: { label: 'JPEG, 1366x768', count: 3, picture: true },
   crop: { label: 'JPEG, 200x200 region', count: 5, picture: true },
   png: { label: 'PNG, 1920x1080', count: 1, picture: true },
+  pixels: { label: 'pixels, 1920x1080', count: 3 },
   require: { label: 'require', count: 1 },
 };

@@ -23,6 +23,12 @@ const programs = process.env.OSTLER_BENCH_PROGRAMS;
 
 const median = (values) => [...values].sort((a, b) => a - b)[Math.floor(values.length / 2)];
 
+// A peer that fails is left out; a failure of ours ends the run.
+function leaveOut(name, error) {
+  if (!peers.includes(name)) throw error;
+  console.error(`ostler: ${name} is left out: ${error.message}`);
+}
+
 async function measure(subjects, env) {
   const samples = {};
   for (let round = 1; round <= rounds; round++) {
@@ -30,13 +36,20 @@ async function measure(subjects, env) {
     for (const [operation, { count }] of Object.entries(operations)) {
       for (const subject of subjects) {
         if (!subject.operations.includes(operation)) continue;
-        // A process loads a module only once, so each round needs a new process.
-        const fresh = operation === 'require' && await startSubject(subject.name, env);
-        const { nanoseconds, bytes } = await (fresh || subject).time(operation, options.smoke ? 1 : count);
-        if (fresh) await fresh.stop();
-        const sample = ((samples[operation] ??= {})[subject.name] ??= { times: [] });
-        sample.times.push(nanoseconds);
-        sample.bytes = bytes;
+        try {
+          // A process loads a module only once, so each round needs a new process.
+          const fresh = operation === 'require' && await startSubject(subject.name, env);
+          const { nanoseconds, bytes } = await (fresh || subject).time(operation, options.smoke ? 1 : count);
+          if (fresh) await fresh.stop();
+          const sample = ((samples[operation] ??= {})[subject.name] ??= { times: [] });
+          sample.times.push(nanoseconds);
+          sample.bytes = bytes;
+        } catch (error) {
+          leaveOut(subject.name, error);
+          subject.operations = subject.operations.filter((name) => name !== operation);
+          // What a process that has ended could do is left out too.
+          if (/the process ended/.test(error.message)) subject.operations = [];
+        }
       }
     }
   }
@@ -75,8 +88,11 @@ async function main() {
   const screen = await startScreen(programs);
   const subjects = [];
   try {
-    subjects.push(await startSubject('ostler', screen.env), startPlainProgram(programs, screen.env));
-    for (const name of options.peers ? peers : []) subjects.push(await startSubject(name, screen.env));
+    subjects.push(await startSubject('ostler', screen.env), await startSubject('promises', screen.env),
+      startPlainProgram(programs, screen.env));
+    for (const name of options.peers ? peers : []) {
+      await startSubject(name, screen.env).then((subject) => subjects.push(subject), (error) => leaveOut(name, error));
+    }
     const results = summarize(await measure(subjects, screen.env));
     if (options.smoke) return console.log(table({ results, subjects: subjects.map(({ name }) => name) }));
     console.error('ostler: measuring memory after 1,000 screenshots, and the image code alone');

@@ -17,25 +17,39 @@ async function answerOf(child, arrival) {
   }
 }
 
+const patience = 5000;  // in milliseconds, before a child that does not exit is killed
+
+// Resolves when a child has exited, also when it already had.
+async function ended(child) {
+  if (child.exitCode !== null || child.signalCode !== null) return;
+  const timer = setTimeout(() => child.kill('SIGKILL'), patience);
+  await once(child, 'exit');
+  clearTimeout(timer);
+}
+
 // Starts a subject in JavaScript. `operations` lists what it can do. `time` runs an operation
 // `count` times and resolves to { nanoseconds, bytes, memory }, with the mean time.
 async function startSubject(name, env) {
   const child = fork(path.join(__dirname, 'subject_process.js'), [name],
     { env, serialization: 'advanced', stdio: ['ignore', 'ignore', 'ignore', 'ipc'] });
   const message = () => answerOf(child, (signal) => once(child, 'message', { signal }).then(([value]) => value));
-  const { operations } = await message();
+  const { operations, error } = await message();
+  if (error) {
+    child.disconnect();
+    throw new Error(error);
+  }
   return {
     name,
     operations,
     async time(operation, count) {
-      child.send({ operation, count });
+      child.send({ operation, count }, () => {});  // the exit says why sending failed
       const answer = await message();
       if (answer.error) throw new Error(`${name}: ${answer.error}`);
       return answer;
     },
     async stop() {
-      child.disconnect();
-      await once(child, 'exit');
+      if (child.connected) child.disconnect();
+      await ended(child);
     },
   };
 }
@@ -55,8 +69,8 @@ function startPlainProgram(programs, env) {
       return { nanoseconds: nanoseconds / count, bytes: bytes || undefined };
     },
     async stop() {
-      child.stdin.end();
-      await once(child, 'exit');
+      child.stdin.on('error', () => {}).end();
+      await ended(child);
     },
   };
 }

@@ -11,7 +11,12 @@ const name = process.argv[2];
 const load = createRequire(path.join(__dirname, 'subjects', 'subject.js'));
 
 const start = process.hrtime.bigint();
-const operations = (commands[name] ?? require(`./subjects/${name}`))(load);
+let operations;
+try {
+  operations = (commands[name] ?? require(`./subjects/${name}`))(load);
+} catch (error) {
+  process.send({ error: error.message.split('\n')[0] });
+}
 const requireTime = Number(process.hrtime.bigint() - start);
 
 async function time(operation, count) {
@@ -30,4 +35,4 @@ process.on('message', async ({ operation, count }) => {
     ({ nanoseconds, bytes }) => process.send({ nanoseconds, bytes, memory: process.memoryUsage.rss() }),
     ({ message }) => process.send({ error: message }));
 });
-process.send({ operations: [...Object.keys(operations), ...(commands[name] ? [] : ['require'])] });
+if (operations) process.send({ operations: [...Object.keys(operations), ...(commands[name] ? [] : ['require'])] });

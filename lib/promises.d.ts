@@ -46,13 +46,35 @@ export interface PermissionStore {
   save(token: string | undefined): void | Promise<void>;
 }
 
-export interface ClickOptions extends CallOptions {
-  x: number;
-  y: number;
+export interface ButtonOptions extends CallOptions {
+  /** Where to move the pointer first. Without both coordinates it stays where it is. */
+  x?: number;
+  y?: number;
   /** Defaults to "left". */
   button?: 'left' | 'middle' | 'right';
+}
+
+export interface ClickOptions extends ButtonOptions {
   /** From 1. Defaults to 1. */
   count?: number;
+  /** Names of keys, as in `key`, that are held down meanwhile. */
+  modifiers?: string[];
+}
+
+export interface MoveOptions extends CallOptions {
+  /** Milliseconds that the pointer takes, in equal steps. Without it the pointer jumps. */
+  duration?: number;
+}
+
+export interface DragOptions extends CallOptions {
+  from: { x: number; y: number };
+  to: { x: number; y: number };
+  /** Defaults to "left". */
+  button?: 'left' | 'middle' | 'right';
+  /** Names of keys, as in `key`, that are held down meanwhile. */
+  modifiers?: string[];
+  /** Milliseconds from `from` to `to`, in equal steps. Defaults to 5 for each 20 pixels, at least 25. */
+  duration?: number;
 }
 
 export interface ScreenshotOptions extends CallOptions {
@@ -72,6 +94,33 @@ export interface ScreenshotOptions extends CallOptions {
   format?: 'png' | 'jpeg';
   /** The quality of a JPEG, from 0 to 1. Defaults to 0.8. */
   quality?: number;
+  /** How a PNG is compressed: "small" takes about six times as long for 6 % fewer bytes. Defaults to "fast". */
+  compression?: 'fast' | 'small';
+}
+
+/** A window on an X server. Its place and size are those of its content, without the frame. */
+export interface DesktopWindow extends Rect {
+  id: number;
+  title: string;
+  /** The class in WM_CLASS, such as "XTerm". */
+  class: string;
+  pid: number | null;
+  /** The number of the virtual desktop, from 0; -1 when the window is on all of them; null when unknown. */
+  desktop: number | null;
+  active: boolean;
+}
+
+export interface PixelsOptions extends CallOptions {
+  /** The part of the desktop, in the coordinates of `display`. Defaults to the whole desktop. */
+  region?: Rect;
+}
+
+export interface Pixels {
+  /** In pixels. A desktop with scaling has more of them than `display` says. */
+  width: number;
+  height: number;
+  /** Rows from top to bottom; each pixel has four bytes: red, green, blue and 255. */
+  data: Buffer;
 }
 
 /** A monitor that the session controls. Its place is in the coordinates of `display`. */
@@ -162,20 +211,54 @@ type Promised<T> = {
  *
  * The helper keeps the event loop alive until `close`.
  */
-export interface Desktop extends Promised<Omit<Ostler, 'click' | 'lock' | 'mouseUp' | 'screenshot' | 'unlock'>>,
+export interface Desktop extends Promised<Omit<Ostler, 'click' | 'drag' | 'key' | 'lock' | 'mouseDown' | 'mouseUp' | 'move' |
+  'screenshot' | 'scroll' | 'unlock'>>,
   AsyncDisposable {
-  /** Clicks; `button` defaults to "left" and `count` to 1. */
+  /** Moves the pointer. */
+  move(x: number, y: number, options?: MoveOptions): Promise<void>;
+  move(options: MoveOptions & { x: number; y: number }): Promise<void>;
+
+  /** Clicks; `button` defaults to "left" and `count` to 1. Without a place it clicks where the pointer is. */
   click(x: number, y: number, button?: string, count?: number, options?: CallOptions): Promise<void>;
   click(x: number, y: number, options: CallOptions): Promise<void>;
-  click(options: ClickOptions): Promise<void>;
+  click(options?: ClickOptions): Promise<void>;
 
-  /** Releases the left button where the pointer is. */
-  mouseUp(options?: CallOptions): Promise<void>;
-  /** Same; the coordinates are ignored. */
+  /** Presses a button at one place and releases it at another; positional with the left button. */
+  drag(fromX: number, fromY: number, toX: number, toY: number, options?: CallOptions): Promise<void>;
+  drag(options: DragOptions): Promise<void>;
+
+  /** Presses a button and leaves it down. Everything that is held down is released when the desktop ends. */
+  mouseDown(x: number, y: number, options?: CallOptions): Promise<void>;
+  mouseDown(options?: ButtonOptions): Promise<void>;
+
+  /** Releases a button. */
+  mouseUp(options?: ButtonOptions): Promise<void>;
+  /** Releases the left button where the pointer is; the coordinates are ignored. */
   mouseUp(x: number, y: number, options?: CallOptions): Promise<void>;
+
+  /** Turns the wheel. A positive `dx` is right and a positive `dy` is down, on X11 and on Wayland. */
+  scroll(x: number, y: number, dx: number, dy: number, options?: CallOptions): Promise<void>;
+
+  /**
+   * Presses and releases the keys of a combination such as "ctrl+shift+t". Knows the names of {@link Ostler.key}; the
+   * keypad keys "kp0" to "kp9", "kpenter", "kpadd", "kpsubtract", "kpmultiply", "kpdivide" and "kpdecimal"; "print",
+   * "pause", "menu", "numlock" and "scrolllock"; "f13" to "f24"; "leftctrl", "rightctrl", and the same with shift, alt
+   * and super; "altgr"; and X keysyms such as "Page_Down". Rejects an unknown name before any key is pressed.
+   */
+  key(combo: string, options?: CallOptions): Promise<void>;
+
+  /** Presses one key, with a name as in `key`, and leaves it down. It is released when the desktop ends. */
+  keyDown(name: string, options?: CallOptions): Promise<void>;
+  keyUp(name: string, options?: CallOptions): Promise<void>;
 
   /** Takes a picture; see {@link Ostler.screenshot}. Resolves to null when there is none. */
   screenshot(options?: ScreenshotOptions): Promise<Buffer | null>;
+
+  /** Takes a picture without encoding it. Resolves to null when there is none. */
+  pixels(options?: PixelsOptions): Promise<Pixels | null>;
+
+  /** Resolves to the colour of one pixel, from 0 to 255 each, or to null outside the desktop. */
+  colourAt(x: number, y: number, options?: CallOptions): Promise<{ red: number; green: number; blue: number } | null>;
 
   /**
    * Types a text so that it arrives exactly, whatever Caps Lock says, or rejects before anything is pressed. Each line
@@ -189,6 +272,16 @@ export interface Desktop extends Promised<Omit<Ostler, 'click' | 'lock' | 'mouse
    *   characters and lone surrogates. Error when the user presses Escape, see `onEscape`.
    */
   write(text: string, options?: WriteOptions): Promise<void>;
+
+  /**
+   * Lists the windows of programs, the lowest first, as the window manager of an X server describes them.
+   *
+   * @throws Error on Wayland, and on an X server without a window manager that lists its windows (EWMH).
+   */
+  windows(options?: CallOptions): Promise<DesktopWindow[]>;
+
+  /** Makes a window the active one and raises it. Rejects like `windows`, and when there is no such window. */
+  activate(id: number, options?: CallOptions): Promise<void>;
 
   /**
    * Pastes a text: sets the clipboard, presses `combo`, waits until a program has read the text, and restores what

@@ -5,7 +5,7 @@
 set -eu
 cd "$(dirname "$0")/.."
 
-sh scripts/build.sh release ostler
+sh scripts/build.sh release ostler session
 cmake -S . -B build-bench -G Ninja -DCMAKE_BUILD_TYPE=Release "-DCMAKE_CXX_FLAGS_RELEASE=-O2 -DNDEBUG" \
   -DOSTLER_BENCH=ON -DOSTLER_TESTS=OFF >/dev/null
 echo 'ostler: building in build-bench/'
@@ -14,6 +14,10 @@ case " $* " in
   *' --peers '*)
     echo 'ostler: installing the peers in bench/'
     (cd bench && npm install --no-audit --no-fund --no-package-lock </dev/null)
+    # npm 11.19 and later run no install scripts, and robotjs has no prebuilt module. The run leaves
+    # out a package that still cannot be loaded.
+    [ -e bench/node_modules/robotjs/build/Release/robotjs.node ] ||
+      (cd bench/node_modules/robotjs && npx --yes node-gyp rebuild >/dev/null 2>&1) || echo 'ostler: robotjs cannot be built here'
     sh scripts/setup.sh xdotool scrot maim
     ;;
 esac

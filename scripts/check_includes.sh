@@ -16,7 +16,7 @@ wayland/eis    wayland/lazy/libei.h wayland/lazy/xkbcommon.h wayland/lazy/load.h
 wayland/stream wayland/lazy/pipewire.h wayland/lazy/load.h image backend keys base
 wayland/lazy   base
 image          base
-backend        keys base
+backend        image keys base
 keys           base
 base
 '
@@ -25,7 +25,7 @@ base
 # include it. The first matching row counts.
 libraries='
 X11/keysym.h           x11 keys wayland wayland/eis
-X11/                   x11 keys/typed_keysym.cpp
+X11/                   x11 keys/typed_keysym.cpp keys/key_names.cpp
 xcb/                   x11
 gio/                   wayland/portal wayland/lazy
 glib                   wayland/portal wayland/lazy

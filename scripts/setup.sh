@@ -7,7 +7,7 @@ set -eu
 build='g++ cmake ninja-build pkg-config libx11-dev libxtst-dev libjpeg-dev libpng-dev libglib2.0-dev libpipewire-0.3-dev libxkbcommon-dev'
 ei='libei1 libei-dev libeis1 libeis-dev'
 run='xclip pipewire pipewire-bin libpipewire-0.3-modules libspa-0.2-modules'
-test='libgtest-dev xdotool x11-xserver-utils xvfb xterm fonts-dejavu-core dbus python3-gi yad'
+test='libgtest-dev xdotool x11-xserver-utils xvfb xterm openbox fonts-dejavu-core dbus python3-gi yad'
 lint='clang-format clang-tidy'
 bench='libbenchmark-dev'
 extra=$*

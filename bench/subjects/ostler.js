@@ -12,6 +12,7 @@ module.exports = (load) => {
     move: () => ostler.move(600 + (x ^= 1), 400),
     key: () => ostler.key('a'),
     combo: () => ostler.key('ctrl+shift+a'),
+    click: () => ostler.click(600, 400, 'left', 1),
     type: () => ostler.type('a'),
     getClipboard: () => { ostler.getClipboard(); },
     setClipboard: () => ostler.setClipboard('A line of text for the clipboard'),

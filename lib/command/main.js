@@ -1,18 +1,20 @@
 'use strict';
 
-const fs = require('node:fs');
-const readline = require('node:readline');
 const { parseArgs } = require('node:util');
-const { version } = require('../../package.json');
-const { UsageError, splitLine } = require('./arguments');
-const { commands } = require('./commands');
-const { doctor } = require('./doctor');
-const { forget, readName } = require('./forget');
-const { openFor } = require('./open');
+const { sessionKind } = require('../shared/session_kind');
+const { UsageError, didYouMean, splitLine } = require('./arguments');
+const { commands, readFile } = require('./commands');
+
+// Only commands that need them load these, because each costs time.
+const doctor = (values) => require('./doctor').doctor(values);
+const forget = (values) => require('./forget').forget(values);
+const readName = (...words) => require('./forget').readName(...words);
+const openFor = (options) => require('./open').openFor(options);
+const version = () => require('../../package.json').version;
 
 const exitCodes = { refused: 1, usage: 2 };
 
-const json = { json: { type: 'boolean' } };
+const json = { json: { type: 'boolean', short: 'j' } };
 
 // `report` is that of a command which opens no session.
 const others = {
@@ -31,7 +33,7 @@ function helpOf(name) {
 function help() {
   return [
     'Controls the desktop of this session.', '', ...Object.keys(all).map(helpOf), '',
-    'Every command takes --help and --version.',
+    'Every command takes -h, --help, -v and --version. A word "," ends a command and begins another in the same session.',
     'A Wayland desktop asks for permission at the first start. --ask asks again, and keeps nothing.',
     'Exit codes: 0 for success, 1 when the desktop refuses, 2 for wrong usage.',
   ].join('\n');
@@ -41,19 +43,34 @@ function help() {
 const guardNumbers = (words) => words.map((word) => (/^-[\d.]/.test(word) ? `\0${word}` : word));
 const plain = (word) => (typeof word === 'string' ? word.replace(/^\0/, '') : word);
 
+// Says what is wrong with the options of a command line.
+function describe({ code, message }, known) {
+  const option = /(--[\w-]+|-\w)/.exec(message)?.[1] ?? '';
+  if (code === 'ERR_PARSE_ARGS_UNKNOWN_OPTION') {
+    return `there is no option "${option}"${didYouMean(option, Object.keys(known).map((name) => `--${name}`))}`;
+  }
+  if (code !== 'ERR_PARSE_ARGS_INVALID_OPTION_VALUE') return message;
+  const name = /--([\w-]+)/.exec(message)?.[1];
+  return known[name]?.type === 'boolean' ? `"--${name}" takes no value` : `"--${name}" needs a value`;
+}
+
 // Parses a command line to { command, values, options }. The command's `read` makes `values` from the words.
 function parse(name, words) {
   const command = Object.hasOwn(all, name) ? all[name] : undefined;
-  if (!command) throw new UsageError(`there is no command "${name}"`);
+  if (!command) throw new UsageError(`there is no command "${name}"${didYouMean(name, Object.keys(all))}`);
   const boolean = { type: 'boolean' };
+  const known = {
+    ...command.options, ...(!command.report && { ask: boolean }), help: { ...boolean, short: 'h' },
+    version: { ...boolean, short: 'v' },
+  };
   let parsed;
   try {
     parsed = parseArgs({
       args: guardNumbers(words), allowPositionals: true,
-      options: { ...command.options, ...(!command.report && { ask: boolean }), help: boolean, version: boolean },
+      options: known,
     });
   } catch (error) {
-    throw new UsageError(error.message);
+    throw new UsageError(describe(error, known));
   }
   const options = Object.fromEntries(Object.entries(parsed.values).map(([key, value]) => [key, plain(value)]));
   if (options.help || options.version) return { options };
@@ -65,8 +82,9 @@ function parse(name, words) {
   return { command, options, values: command.read ? command.read(positionals, options) : positionals };
 }
 
-function print({ text, data } = {}, { json } = {}) {
-  if (json && data !== undefined) process.stdout.write(`${JSON.stringify(data)}\n`);
+function print({ text, data, bytes } = {}, { json: asJson } = {}) {
+  if (bytes) process.stdout.write(bytes);
+  else if (asJson && data !== undefined) process.stdout.write(`${JSON.stringify(data)}\n`);
   else if (text !== undefined) process.stdout.write(`${text}\n`);
 }
 
@@ -80,39 +98,73 @@ async function execute({ command, options, values }, desktop, input) {
   print(await command.run(desktop, values, { readInput: input, print: (output) => print(output, options) }), options);
 }
 
+async function* linesOf(file) {
+  if (file) yield* readFile(file).split(/\r?\n/);
+  else yield* require('node:readline').createInterface({ input: process.stdin });
+}
+
+function parseInScript([name, ...words]) {
+  if (!Object.hasOwn(commands, name) || name === 'watch') {
+    throw new UsageError(`there is no command "${name}" in a script${didYouMean(name, Object.keys(commands))}`);
+  }
+  const parsed = parse(name, words);
+  if (!parsed.command || parsed.options.ask) {
+    throw new UsageError('--help, --version and --ask cannot be used in a script');
+  }
+  return parsed;
+}
+
 // Runs the lines of a script in one session, which is opened for the first command.
 async function runScript([file], options) {
-  const lines = readline.createInterface({ input: file ? fs.createReadStream(file) : process.stdin });
   const noInput = () => { throw new UsageError('a script cannot read stdin with "-"'); };
   let desktop, count = 0;
   try {
-    for await (const line of lines) {
+    for await (const line of linesOf(file)) {
       count++;
-      const [name, ...words] = splitLine(line);
-      if (name === undefined) continue;
-      if (!Object.hasOwn(commands, name) || name === 'watch') {
-        throw new UsageError(`there is no command "${name}" in a script`);
-      }
-      const parsed = parse(name, words);
-      if (!parsed.command || parsed.options.ask) {
-        throw new UsageError('--help, --version and --ask cannot be used in a script');
-      }
+      const words = splitLine(line);
+      if (words.length === 0) continue;
+      const parsed = parseInScript(words);
       desktop ??= await openFor(options);
       await execute(parsed, desktop, noInput);
     }
   } catch (error) {
-    error.message = `line ${count}: ${error.message}`;
+    if (count > 0) error.message = `line ${count}: ${error.message}`;
     throw error;
   } finally {
     await desktop?.close();
   }
 }
 
+// Runs commands with a "," between them in one session. All are parsed before the first one runs.
+async function runSeveral(words) {
+  const lines = [[]];
+  for (const word of words) word === ',' ? lines.push([]) : lines.at(-1).push(word);
+  const parsed = lines.map((line) => {
+    if (line.length === 0) throw new UsageError('there is no command before or after a ","');
+    return parseInScript(line);
+  });
+  const desktop = await openFor({});
+  try {
+    for (const each of parsed) await execute(each, desktop, readInput);
+  } finally {
+    await desktop.close();
+  }
+}
+
+// A short command on X11 needs no helper.
+async function openForCommand(name, command, options) {
+  const kind = sessionKind(process.env);
+  if (kind === 'wayland' && (name === 'key-down' || name === 'key-up')) {
+    throw new UsageError(`on Wayland a key stays down only within a script: use "${name}" in "ostler run"`);
+  }
+  return command.direct && kind === 'x11' ? require('./direct').openDirectly() : openFor(options);
+}
+
 async function runCommand(name, words) {
   const parsed = parse(name, words);
   const { options } = parsed;
   if (options.help) return print({ text: helpOf(name) });
-  if (options.version) return print({ text: version });
+  if (options.version) return print({ text: version() });
   if (name === 'run') return runScript(parsed.values, options);
   if (parsed.command.report) {
     const report = await parsed.command.report(parsed.values);
@@ -120,7 +172,7 @@ async function runCommand(name, words) {
     if (report.failed) process.exitCode = exitCodes.refused;
     return undefined;
   }
-  const desktop = await openFor(options);
+  const desktop = await openForCommand(name, parsed.command, options);
   try {
     await execute(parsed, desktop, readInput);
   } finally {
@@ -133,9 +185,10 @@ async function main([name, ...words]) {
   // EPIPE means that the reader of the output has finished, which is no failure.
   process.stdout.on('error', (error) => process.exit(error.code === 'EPIPE' ? 0 : exitCodes.refused));
   try {
-    if (name === '--help') print({ text: help() });
-    else if (name === '--version') print({ text: version });
-    else if (name === undefined) throw new UsageError(`a command is missing\n${help()}`);
+    if (name === undefined || name === '--help' || name === '-h') print({ text: help() });
+    else if (name === 'help') await (words.length > 0 ? runCommand(words[0], ['--help']) : print({ text: help() }));
+    else if (name === '--version' || name === '-v') print({ text: version() });
+    else if (words.includes(',')) await runSeveral([name, ...words]);
     else await runCommand(name, words);
   } catch (error) {
     process.stderr.write(`ostler: ${error.message}\n`);

@@ -6,10 +6,11 @@ const { once } = require('node:events');
 const path = require('node:path');
 const { Worker } = require('node:worker_threads');
 const { openSession } = require('./open');
-const { writePicture } = require('../shared/memory_file');
+const { pageSize, writePicture } = require('../shared/memory_file');
 const { sessionKind } = require('../shared/session_kind');
 const { loadSession } = require('../shared/session_module');
 const { Clipboard } = require('./clipboard');
+const { Watches } = require('./watches');
 
 const memoryFile = 5;  // the descriptor
 const checkInterval = 400;  // in milliseconds
@@ -17,7 +18,7 @@ const checkInterval = 400;  // in milliseconds
 const kind = sessionKind(process.env);
 // The guard thread reads the number of the running call here.
 const runningCall = new Int32Array(new SharedArrayBuffer(4));
-let session, clipboard;
+let session, clipboard, watches;
 
 // Errors are ignored, because a host that has exited needs no answer.
 const send = (message) => process.send(message, () => {});
@@ -45,12 +46,13 @@ const operations = {
     openSession(loaded, { record: memoryFile, remember: kind === 'wayland' ? remember : undefined, monitors }, send);
     session = loaded;
     clipboard = new Clipboard(session, process.env);
+    watches = new Watches(session, (watched) => send({ watched }));
     setInterval(lookAfter, checkInterval);
     await guarded;  // from now on calls can be interrupted
     return { clipboard: clipboard.kind };
   },
   screenshot(...args) {
-    const picture = session.screenshot(...args);
+    const picture = session.picture(...args);
     return picture && writePicture(memoryFile, picture);
   },
   getClipboard: () => clipboard.getText(),
@@ -58,6 +60,19 @@ const operations = {
   beginPaste: (text) => clipboard.beginPaste(text),
   waitForReader: (longest) => clipboard.waitForReader(longest),
   endPaste: () => clipboard.endPaste(),
+  pixels: (...part) => session.pixels(memoryFile, pageSize, ...part),
+  colourAt(...part) {
+    const [red, green, blue] = session.pixels(-1, 0, ...part)?.data ?? [];
+    return red === undefined ? null : { red, green, blue };
+  },
+  watch: (...args) => watches.start(...args),
+  watchedPicture(number) {
+    const picture = watches.take(number);
+    return picture && writePicture(memoryFile, picture);
+  },
+  endWatch: (number) => watches.end(number),
+  keyDown: (name) => session.setKey(name, true),
+  keyUp: (name) => session.setKey(name, false),
   lock() {
     if (session.lock(() => send({ press: Date.now() }))) return;
     throw new Error(`Escape cannot be watched: ${session.escapeFailure()}.`);

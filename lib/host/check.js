@@ -84,9 +84,13 @@ const methods = {
   drag: { fromX: coordinate, fromY: coordinate, toX: coordinate, toY: coordinate },
   mouseDown: point,
   mouseUp: { x: optional(coordinate, 0), y: optional(coordinate, 0) },
+  keyDown: { name: text },
+  keyUp: { name: text },
   type: { text },
   key: { combo: text },
   scroll: { ...point, dx: steps, dy: steps },
+  windows: {},
+  activate: { id: integer(1, 2 ** 32 - 1) },
   cursorPosition: {},
   display: {},
   monitors: {},
@@ -122,22 +126,57 @@ function checkCallOptions(value = {}) {
   return { ...given, signal: signal(given.signal, 'signal'), timeout: timeout(given.timeout, 'timeout') };
 }
 
-// Returns the arguments of the native `screenshot`, except those of `monitor`.
+// Returns the part of the desktop that a native method looks at. Without a region it is empty, which
+// means the whole.
+function partArguments(given) {
+  const { x, y, width, height } = optional(region, { x: 0, y: 0, width: 0, height: 0 })(given, 'region');
+  return [Math.trunc(x), Math.trunc(y), width, height];
+}
+
+// Returns the arguments of the native `picture`, except those of `monitor`.
 function screenshotArguments(given) {
   const format = optional(oneOf('png', 'jpeg'), 'png')(given.format, 'format');
   const quality = optional(inRange(0, 1, 'a number from 0 to 1'), 0.8)(given.quality, 'quality');
-  const part = optional(region)(given.region, 'region');
+  const compression = optional(oneOf('fast', 'small'), 'fast')(given.compression, 'compression');
+  const part = partArguments(given.region);
   const direct = given.width === undefined && given.height === undefined ? undefined :
     { width: side(given.width, 'width'), height: side(given.height, 'height') };
   const target = optional(size)(given.size, 'size') ?? direct;
-  if (optional(text)(given.monitor, 'monitor') !== undefined && (part || target)) {
+  if (optional(text)(given.monitor, 'monitor') !== undefined && (given.region || target)) {
     throw new TypeError('The argument "monitor" cannot be combined with "region" or a size.');
   }
-  if (part && target) throw new TypeError('The arguments "region" and "size" cannot be combined.');
-  const { x, y, width, height } = part ?? { x: 0, y: 0, width: 0, height: 0 };
-  const corners = [x, y, x + width, y + height].map(Math.trunc);
-  return ['', null, [], target?.width ?? 0, target?.height ?? 0, ...corners, format === 'jpeg' ? quality : -1];
+  if (given.region && target) throw new TypeError('The arguments "region" and "size" cannot be combined.');
+  return [...part, target?.width ?? 0, target?.height ?? 0, format === 'jpeg' ? quality : -1, compression === 'fast'];
 }
+
+const buttonOf = optional(button, 'left');
+const modifiersOf = optional(strings, []);
+const durationOf = optional(duration, 0);
+
+// Returns whether a call names a place, and the place.
+function placeArguments({ x, y }) {
+  if (x === undefined && y === undefined) return [false, 0, 0];
+  return [true, coordinate(x, 'x'), coordinate(y, 'y')];
+}
+
+// The arguments of the session module's methods for calls with options.
+const moveArguments = ({ x, y, duration: time }) => [
+  coordinate(x, 'x'), coordinate(y, 'y'), durationOf(time, 'duration')];
+
+const clickArguments = ({ button: name, count, modifiers, ...place }) => [
+  buttonOf(name, 'button'), optional(integer(1), 1)(count, 'count'), modifiersOf(modifiers, 'modifiers'),
+  ...placeArguments(place)];
+
+function dragArguments({ from, to, button: name, modifiers, duration: time }) {
+  const ends = [['from', from], ['to', to]].flatMap(([end, place]) => Object.values(record(point)(place, end)));
+  return [...ends, buttonOf(name, 'button'), modifiersOf(modifiers, 'modifiers'), durationOf(time, 'duration')];
+}
+
+const buttonArguments = (pressed, { button: name, ...place }) => [
+  buttonOf(name, 'button'), pressed, ...placeArguments(place)];
+
+// The part that shows one pixel.
+const pixelArguments = (x, y) => [Math.trunc(coordinate(x, 'x')), Math.trunc(coordinate(y, 'y')), 1, 1];
 
 const callback = ofType('function', 'a function');
 const monitorChoice = oneOf('one', 'all');
@@ -157,6 +196,7 @@ function remember(value, name) {
 }
 
 module.exports = {
-  callback, checkArguments, checkCallOptions, duration, methods, monitorChoice, optional, options, pasteMode, region, remember,
+  buttonArguments, callback, checkArguments, checkCallOptions, clickArguments, dragArguments, duration, methods,
+  monitorChoice, moveArguments, optional, options, partArguments, pasteMode, pixelArguments, remember,
   screenshotArguments, text,
 };

@@ -2,7 +2,8 @@
 // Runs in the host: the object that `openDesktop` returns.
 
 const {
-  callback, checkArguments, checkCallOptions, duration, methods, monitorChoice, optional, options: checkOptions, pasteMode, region,
+  buttonArguments, callback, checkArguments, checkCallOptions, clickArguments, dragArguments, duration, methods,
+  monitorChoice, moveArguments, optional, options: checkOptions, partArguments, pasteMode, pixelArguments,
   screenshotArguments, text: checkText,
 } = require('./check');
 const { AbortError, DesktopClosedError } = require('./errors');
@@ -21,6 +22,9 @@ const releasePatience = 500;  // before a helper that does not release what it h
 // Before a helper is killed that does not finish an aborted call. The longest wait of a call, for a
 // compositor that does not read, is 10 s. On Wayland the user's consent ends with the helper.
 const callPatience = 12000;
+
+// The work of a call that makes one request.
+const requesting = (...call) => ({ request }) => request(...call);
 
 const isOptions = (value) => typeof value === 'object' && value !== null && !Array.isArray(value);
 
@@ -46,12 +50,15 @@ class Desktop {
   #turn = Promise.resolve();  // resolves when all earlier calls have ended
   #end;                       // says why the desktop has ended or is ending
   #escapeListeners = new Set();
+  #watches = new Map();  // the function that ends the wait, by the number of a watch
+  #lastWatch = 0;
 
   // Only openDesktop calls this.
   constructor({ env = process.env, timeout }) {
     this.#helper = new HelperProcess(env);
     this.#timeout = timeout;
     this.#helper.on('press', (time) => this.#escapeListeners.forEach((call) => call(time)));
+    this.#helper.on('watched', ({ number, error }) => this.#watches.get(number)?.(error));
     this.#helper.on('ended', (message) => {
       this.#stop({ reason: 'session ended', error: new Error(message) }, closePatience);
     });
@@ -89,10 +96,30 @@ class Desktop {
     }
   }
 
+  async move(...args) {
+    const [given, positional] = isOptions(args[0]) ? [args[0]] : [args[2], { x: args[0], y: args[1] }];
+    if (args.length > 1 && given?.duration === undefined) return this.#forward('move', args);
+    return this.#perform(checkCallOptions(given), requesting('moveFor', ...moveArguments({ ...given, ...positional })));
+  }
+
   async click(...args) {
-    if (!isOptions(args[0])) return this.#forward('click', args);
-    const { x, y, button, count, ...options } = args[0];
-    return this.#forward('click', [x, y, button, count, { ...options, ...args[1] }]);
+    if (args.length > 0 && !isOptions(args[0])) return this.#forward('click', args);
+    const options = checkCallOptions({ ...args[0], ...args[1] });
+    return this.#perform(options, requesting('clickHolding', ...clickArguments(options)));
+  }
+
+  async drag(...args) {
+    if (!isOptions(args[0])) return this.#forward('drag', args);
+    const options = checkCallOptions(args[0]);
+    return this.#perform(options, requesting('dragHolding', ...dragArguments(options)));
+  }
+
+  async mouseDown(...args) {
+    return this.#setButton('mouseDown', true, args);
+  }
+
+  async mouseUp(...args) {
+    return this.#setButton('mouseUp', false, args);
   }
 
   async screenshot(given) {
@@ -113,6 +140,16 @@ class Desktop {
     };
     checkText(text, 'text');
     return this.#perform(options, (calls) => write(text, checked, calls));
+  }
+
+  // Resolves to { width, height, data } with the pixels as red, green, blue and 255.
+  async pixels(given) {
+    const options = checkCallOptions(given);
+    return this.#perform(options, requesting('pixels', ...partArguments(options.region)));
+  }
+
+  async colourAt(x, y, given) {
+    return this.#perform(checkCallOptions(given), requesting('colourAt', ...pixelArguments(x, y)));
   }
 
   async paste(text, given) {
@@ -172,24 +209,13 @@ class Desktop {
 
   // Resolves to the first picture that differs from the one taken when it was this call's turn.
   async waitForChange(given) {
-    const options = checkCallOptions(given);
-    let first;
-    return this.#watch(options, (picture) => {
-      first ??= picture;
-      return !picture.equals(first);
-    });
+    return this.#watch(checkCallOptions(given));
   }
 
   // Resolves to a picture that has not changed for `quiet` milliseconds.
   async waitForStill(given) {
     const options = checkCallOptions(given);
-    const quiet = optional(duration, 500)(options.quiet, 'quiet');
-    let since, last;
-    return this.#watch(options, (picture) => {
-      if (!last?.equals(picture)) since = performance.now();
-      last = picture;
-      return performance.now() - since >= quiet;
-    });
+    return this.#watch(options, optional(duration, 500)(options.quiet, 'quiet'));
   }
 
   // Ends the session: interrupts the running call and rejects the calls that have not begun.
@@ -201,10 +227,15 @@ class Desktop {
     return this.close();
   }
 
+  #setButton(method, pressed, args) {
+    if (args.length > 0 && !isOptions(args[0])) return this.#forward(method, args);
+    const options = checkCallOptions(args[0]);
+    return this.#perform(options, requesting('setButton', ...buttonArguments(pressed, options)));
+  }
+
   #forward(method, args) {
     const options = checkCallOptions(isOptions(args.at(-1)) ? args.pop() : {});
-    const checked = checkArguments(method, args);
-    return this.#perform(options, ({ request }) => request(method, ...checked));
+    return this.#perform(options, requesting(method, ...checkArguments(method, args)));
   }
 
   // Runs `work` when all earlier calls have ended. `work` gets the limit of this call and three
@@ -261,18 +292,32 @@ class Desktop {
     }
   }
 
-  async #watch({ region: part, timeout = this.#timeout, interval, signal }, isDone) {
-    optional(region)(part, 'region');
+  // The helper looks at the part between the calls, and compares the pixels. Only the picture that
+  // this returns is encoded.
+  async #watch({ region, timeout = this.#timeout, interval, signal }, quiet) {
+    const part = partArguments(region);
     const pause = optional(duration, 100)(interval, 'interval');
     const limit = new Limit({ signal, timeout });
+    const number = ++this.#lastWatch;
+    const perform = (...call) => limit.race(this.#perform({ timeout: null }, requesting(...call)));
+    const ended = this.closed.then(() => { throw this.#closedError(); });
+    ended.catch(() => {});
     try {
       for (;;) {
-        // Two PNGs are equal if and only if their pixels are.
-        const picture = await limit.race(this.screenshot({ region: part }));
-        if (picture !== null && isDone(picture)) return picture;
-        await limit.race(sleep(pause));
+        const done = new Promise((resolve, reject) => {
+          this.#watches.set(number, (error) => (error ? reject(new Error(error)) : resolve()));
+        });
+        done.catch(() => {});
+        await perform('watch', number, part, pause, quiet);
+        await limit.race(Promise.race([done, ended]));
+        const picture = await perform('watchedPicture', number);
+        if (picture !== null) return picture;
       }
+    } catch (error) {
+      if (!this.#end) this.#perform({ timeout: null }, requesting('endWatch', number)).catch(() => {});
+      throw error;
     } finally {
+      this.#watches.delete(number);
       limit.end();
     }
   }

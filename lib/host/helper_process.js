@@ -7,7 +7,7 @@ const fs = require('node:fs');
 const path = require('node:path');
 const { startRelease } = require('../release/start');
 const { requireDescriptors } = require('../shared/descriptors');
-const { isAnythingHeld, isAnythingLeft, openMemoryFile, readPicture } = require('../shared/memory_file');
+const { isAnythingHeld, isAnythingLeft, openMemoryFile, readPicture, readPixels } = require('../shared/memory_file');
 const { sessionKind } = require('../shared/session_kind');
 const { callError } = require('./errors');
 const { settlesWithin, sleep } = require('./wait');
@@ -29,10 +29,14 @@ function findHelper() {
     + 'keep "ostler" external in your bundler (see docs/promises.md).');
 }
 
-const events = ['press', 'asking', 'granted', 'unsaved'];
+// The methods whose results come through the memory file.
+const readers = { screenshot: readPicture, watchedPicture: readPicture, pixels: readPixels };
 
-// Controls a helper process from the host. Emits "press" for each press of Escape, and "ended"
-// with a message when the session has ended. While it opens, it emits "asking" before the user
+const events = ['press', 'watched', 'asking', 'granted', 'unsaved'];
+
+// Controls a helper process from the host. Emits "press" for each press of Escape, "watched" with a
+// number and perhaps an error when a part that is watched has changed or is still, and "ended" with a
+// message when the session has ended. While it opens, it emits "asking" before the user
 // may be asked, "granted" when the user has agreed, and "unsaved" with the reason when the
 // permission cannot be remembered.
 class HelperProcess extends EventEmitter {
@@ -146,7 +150,7 @@ class HelperProcess extends EventEmitter {
     const { method, resolve, reject } = this.#request;
     this.#request = undefined;
     if (error !== undefined) reject(callError(error, this.#env));
-    else resolve(method === 'screenshot' ? readPicture(this.#memoryFile, value) : value);
+    else resolve(readers[method] ? readers[method](this.#memoryFile, value) : value);
   }
 
   // Releases the keys and buttons that the helper has left pressed. Resolves to whether that is done.

@@ -58,4 +58,12 @@ function readPicture(descriptor, sent) {
   return picture;
 }
 
-module.exports = { isAnythingHeld, isAnythingLeft, openMemoryFile, readPicture, writePicture };
+// Returns the result of `pixels`. The helper has written the data to the file, unless it sent them.
+function readPixels(descriptor, sent) {
+  if (sent === null || sent.data) return sent;
+  return { ...sent, data: readPicture(descriptor, sent.width * sent.height * 4) };
+}
+
+module.exports = {
+  isAnythingHeld, isAnythingLeft, openMemoryFile, pageSize, readPicture, readPixels, writePicture,
+};

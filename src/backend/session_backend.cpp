@@ -2,25 +2,10 @@
 
 #include <exception>
 
+#include "backend/session_perform.h"
 #include "keys/text.h"
 
 namespace ostler {
-
-template <typename Operation>
-auto SessionBackend::perform(Operation operation) {
-  const HeldRecord::Codes before = record.held();
-  try {
-    throwIfInterrupted();
-    return operation();
-  } catch (...) {
-    startCall(0);  // an interruption must not stop the releases
-    const HeldRecord::Codes pressed = record.held() & ~before;
-    for (std::uint32_t code = 0; code < HeldRecord::firstLasting; ++code) {
-      if (pressed.test(code)) release(code);
-    }
-    throw;
-  }
-}
 
 // Where a release fails, the session has ended, and with it everything that it held.
 void SessionBackend::release(std::uint32_t code) {
@@ -68,7 +53,7 @@ Point SessionBackend::cursorPosition() { return desktop().cursorPosition(); }
 Size SessionBackend::display() { return desktop().display(); }
 
 std::vector<unsigned char> SessionBackend::screenshot(Size target, Rect crop, double quality) {
-  return desktop().screenshot(target, crop, quality);
+  return picture(target, crop, quality, PngCompression::small);
 }
 
 void SessionBackend::write(const std::string& text, std::int32_t delay) {

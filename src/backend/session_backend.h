@@ -9,12 +9,28 @@
 
 #include "backend/backend.h"
 #include "backend/clipboard.h"
+#include "backend/desktop_window.h"
 #include "backend/held_record.h"
 #include "backend/interruption.h"
 #include "backend/pointing_backend.h"
 #include "base/monitor.h"
+#include "image/encode_png.h"
+#include "image/pixel_rows.h"
 
 namespace ostler {
+
+// A picture of a part of the desktop. There is none where `rows` has no pixels. It may change at the
+// next look.
+struct Sight {
+  PixelRows rows;
+  std::shared_ptr<const void> owner;  // of the pixels
+};
+
+// A place on the desktop, which can be between two pixels.
+struct Place {
+  double x = 0;
+  double y = 0;
+};
 
 // A backend whose operations another thread can interrupt, and which knows what it holds down.
 // An operation that fails or is interrupted first releases what it has pressed.
@@ -34,11 +50,28 @@ public:
 
   // Returns the monitors that the session controls, in the coordinates of `display`.
   virtual std::vector<Monitor> monitors() = 0;
+  // Returns the pixels of a part of the desktop, or of all of it when the part is empty. Reads and
+  // converts no others.
+  virtual Sight look(const Rect& part) = 0;
+  // Takes a screenshot with a choice of the compression.
+  std::vector<unsigned char> picture(Size target, Rect crop, double quality, PngCompression compression);
+
+  // Ask the window manager. Throw where nothing tells a program about the windows of others.
+  virtual std::vector<DesktopWindow> windows() = 0;
+  virtual void activate(std::uint32_t id) = 0;
 
   // Presses or releases a button where the pointer is.
   void setButton(Button button, bool pressed);
   // Presses or releases one key, with a name as in `key`.
   void setKey(const std::string& name, bool pressed);
+  // These are the operations of the same names with more choice. Keys are held down meanwhile, those
+  // that already are stay down; a pointer that has a duration moves in equal steps; and without a
+  // place the pointer stays where it is.
+  void glide(Place to, std::chrono::nanoseconds duration);
+  void click(std::optional<Place> at, Button button, int count, const std::vector<std::string>& keys);
+  void drag(Place from, Place to, Button button, const std::vector<std::string>& keys,
+            std::chrono::nanoseconds duration);
+
   // Returns the characters of the text that `write` cannot type, each once.
   virtual std::string untypable(const std::string& text) = 0;
   // Types a text so that it arrives exactly, with `delay` milliseconds after each character. Each line
@@ -75,6 +108,8 @@ protected:
     if (!pressed) record.remove(code);
   }
 
+  bool isHeld(std::uint32_t code) const { return record.held().test(code); }
+
   // Sends a sequence of events that presses and releases these codes.
   template <typename Send>
   void tapRecorded(const std::vector<std::uint32_t>& keys, Send send) {
@@ -98,9 +133,17 @@ private:
   virtual void sendRelease(std::uint32_t code) = 0;
   virtual void restoreMapIfDue() {}
   virtual void sendText(const std::vector<std::uint32_t>& text, std::chrono::milliseconds delay) = 0;
+  // Moves the pointer while a button is down.
+  virtual void dragTo(double x, double y) = 0;
+  // Returns the code of a key in the record. Throws when no key has this name.
+  virtual std::uint32_t codeOfKey(const std::string& name) = 0;
 
   template <typename Operation>
   auto perform(Operation operation);
+  template <typename Operation>
+  void holding(const std::vector<std::string>& keys, Operation operation);
+  template <typename Move>
+  void moveEvenly(Place from, Place to, std::chrono::nanoseconds duration, Move move);
   void release(std::uint32_t code);
 
   HeldRecord record;

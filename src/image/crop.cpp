@@ -1,6 +1,7 @@
 #include "image/crop.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace ostler {
 namespace {
@@ -15,14 +16,28 @@ Span clampSpan(std::int32_t start, std::int32_t length, std::int32_t limit) {
   return {clamped, std::clamp(length, 0, limit - clamped)};
 }
 
+std::int32_t toImagePixels(std::int32_t displayUnits, double scale) {
+  return static_cast<std::int32_t>(static_cast<std::int64_t>(std::round(displayUnits * scale)));
+}
+
 }  // namespace
+
+Rect toImagePixels(const Rect& crop, double scaleX, double scaleY) {
+  return {toImagePixels(crop.x, scaleX), toImagePixels(crop.y, scaleY), toImagePixels(crop.width, scaleX),
+          toImagePixels(crop.height, scaleY)};
+}
+
+Rect clipCrop(Size picture, const Rect& crop) {
+  const Span columns = clampSpan(crop.x, crop.width, picture.width);
+  const Span rows = clampSpan(crop.y, crop.height, picture.height);
+  return {columns.start, rows.start, columns.length, rows.length};
+}
 
 RgbImage cropImage(const Capture& picture, std::int32_t x, std::int32_t y, std::int32_t cropWidth,
                    std::int32_t cropHeight) {
-  const Span columns = clampSpan(x, cropWidth, picture.size.width);
-  const Span rows = clampSpan(y, cropHeight, picture.size.height);
-  if (columns.length == 0 || rows.length == 0) return RgbImage(columns.length, rows.length);
-  return picture.toRgb({columns.start, rows.start, columns.length, rows.length});
+  const Rect part = clipCrop(picture.size, {x, y, cropWidth, cropHeight});
+  if (part.width == 0 || part.height == 0) return RgbImage(part.width, part.height);
+  return picture.toRgb(part);
 }
 
 }  // namespace ostler

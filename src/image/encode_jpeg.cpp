@@ -35,9 +35,21 @@ extern "C" [[noreturn]] void jumpOut(j_common_ptr info) {
   std::longjmp(reinterpret_cast<decltype(Compressor::error)*>(info->err)->context, 1);
 }
 
+J_COLOR_SPACE colourSpaceOf(PixelOrder order) {
+  switch (order) {
+    case PixelOrder::rgbx:
+      return JCS_EXT_RGBX;
+    case PixelOrder::bgrx:
+      return JCS_EXT_BGRX;
+    case PixelOrder::rgb:
+      break;
+  }
+  return JCS_RGB;
+}
+
 // When libjpeg fails it leaves this function by longjmp, so no object in it may have a
 // destructor.
-bool compress(Compressor& compressor, const RgbImage& image, int quality) {
+bool compress(Compressor& compressor, const PixelRows& image, int quality) {
   jpeg_compress_struct* info = &compressor.info;
   info->err = jpeg_std_error(&compressor.error.manager);
   info->err->error_exit = jumpOut;
@@ -51,8 +63,8 @@ bool compress(Compressor& compressor, const RgbImage& image, int quality) {
   jpeg_mem_dest(info, &compressor.output, &compressor.outputSize);
   info->image_width = static_cast<JDIMENSION>(image.width);
   info->image_height = static_cast<JDIMENSION>(image.height);
-  info->input_components = 3;
-  info->in_color_space = JCS_RGB;
+  info->input_components = image.order == PixelOrder::rgb ? 3 : 4;
+  info->in_color_space = colourSpaceOf(image.order);
   jpeg_set_defaults(info);
   jpeg_set_quality(info, quality, TRUE);
   jpeg_start_compress(info, TRUE);
@@ -66,7 +78,7 @@ bool compress(Compressor& compressor, const RgbImage& image, int quality) {
 
 }  // namespace
 
-std::vector<unsigned char> encodeJpeg(const RgbImage& image, double quality) {
+std::vector<unsigned char> encodeJpegRows(const PixelRows& image, double quality) {
   const double percent = std::clamp(quality * 100.0, 0.0, 100.0);
   Compressor compressor;
   if (!compress(compressor, image, static_cast<int>(std::lround(percent)))) return {};

@@ -1,6 +1,5 @@
 #include "image/finish_capture.h"
 
-#include <cmath>
 #include <utility>
 
 #include "image/crop.h"
@@ -11,14 +10,10 @@
 namespace ostler {
 namespace {
 
-std::int32_t toImagePixels(std::int32_t displayUnits, double scale) {
-  return static_cast<std::int32_t>(static_cast<std::int64_t>(std::round(displayUnits * scale)));
-}
-
 RgbImage fitted(Capture capture, double scaleX, double scaleY, Size target, Rect crop, bool jpeg) {
   if (crop.width > 0 && crop.height > 0) {
-    return cropImage(capture, toImagePixels(crop.x, scaleX), toImagePixels(crop.y, scaleY),
-                     toImagePixels(crop.width, scaleX), toImagePixels(crop.height, scaleY));
+    const Rect pixels = toImagePixels(crop, scaleX, scaleY);
+    return cropImage(capture, pixels.x, pixels.y, pixels.width, pixels.height);
   }
   const Rect whole{0, 0, capture.size.width, capture.size.height};
   if (target.width <= 0 || target.height <= 0 || target == capture.size) return capture.toRgb(whole);

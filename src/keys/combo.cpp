@@ -1,16 +1,17 @@
 #include "keys/combo.h"
 
 #include <stdexcept>
+#include <utility>
 
 #include "keys/key_tables.h"
 #include "keys/text.h"
 
 namespace ostler {
 
-std::vector<std::string> parseKeyCombo(std::string_view combo) {
+std::vector<std::string> splitKeyCombo(std::string_view combo) {
   std::vector<std::string> parts;
   const auto append = [&parts](std::string_view token) {
-    parts.push_back(trimWhitespace(foldCase(std::string(token))));
+    parts.push_back(trimWhitespace(std::string(token)));
   };
   while (!combo.empty()) {
     const std::size_t plus = combo.find('+');
@@ -18,6 +19,12 @@ std::vector<std::string> parseKeyCombo(std::string_view combo) {
     if (plus == std::string_view::npos) break;
     combo.remove_prefix(plus + 1);
   }
+  return parts;
+}
+
+std::vector<std::string> parseKeyCombo(std::string_view combo) {
+  std::vector<std::string> parts = splitKeyCombo(combo);
+  for (std::string& part : parts) part = foldCase(std::move(part));
   return parts;
 }
 

@@ -9,8 +9,11 @@
 
 namespace ostler {
 
-// Splits a combo such as "Ctrl + A" at each "+" into trimmed parts in lower case.
-// Parts can be empty; an empty text has no parts.
+// Splits a combo such as "Ctrl + A" at each "+" into trimmed parts. Parts can be empty; an empty
+// text has no parts.
+std::vector<std::string> splitKeyCombo(std::string_view combo);
+
+// Same, with the parts in lower case.
 std::vector<std::string> parseKeyCombo(std::string_view combo);
 
 // Holds the keys of one combo. The `held` keys are pressed in order, `main` is pressed

@@ -5,18 +5,17 @@
 #include "addon/methods.h"
 #include "backend/interruption.h"
 #include "session/clipboard_methods.h"
+#include "session/eyes.h"
 #include "session/file_lock.h"
+#include "session/hands.h"
 #include "session/monitors.h"
 #include "session/open.h"
 #include "session/session.h"
+#include "session/windows.h"
 #include "x11/escape_watcher.h"
 
 namespace ostler {
 namespace {
-
-void setButton(const std::string& button, bool pressed) {
-  openedSession().setButton(buttonNamed(button), pressed);
-}
 
 void setKey(const std::string& name, bool pressed) { openedSession().setKey(name, pressed); }
 
@@ -40,6 +39,17 @@ constexpr Method sessionMethods[] = {
     {"monitors", monitors},
     {"startCall", forward<startCall>},
     {"interrupt", forward<interruptCall>},
+    {"picture", forward<picture>},
+    {"pixels", forward<pixels>},
+    {"watch", forward<watch>},
+    {"hasChanged", forward<hasChanged>},
+    {"watchedPicture", forward<watchedPicture>},
+    {"endWatch", forward<endWatch>},
+    {"windows", forward<windows>},
+    {"activate", forward<activate>},
+    {"moveFor", forward<moveFor>},
+    {"clickHolding", forward<clickHolding>},
+    {"dragHolding", forward<dragHolding>},
     {"setButton", forward<setButton>},
     {"setKey", forward<setKey>},
     {"untypable", forward<untypable>},

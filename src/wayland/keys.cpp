@@ -9,9 +9,13 @@
 
 namespace ostler {
 
-void WaylandBackend::key(const std::string& combo) {
+std::optional<KeyCombo> WaylandBackend::resolveCombo(const std::string& combo) {
   const auto itself = [](std::uint64_t keysym, const std::string&) { return keysym; };
-  const std::optional<KeyCombo> keys = resolveKeyCombo(combo, "Wayland", itself);
+  return resolveKeyCombo(combo, "Wayland", itself);
+}
+
+void WaylandBackend::key(const std::string& combo) {
+  const std::optional<KeyCombo> keys = resolveCombo(combo);
   if (!keys) return;
 
   beginOperation();

@@ -58,8 +58,10 @@ protected:
   virtual void turnWheel(std::int64_t right, std::int64_t down);
   // Sends a key through EIS.
   virtual void sendKey(std::uint32_t code, bool pressed);
+  // Resolves the parts of a combo to keysyms.
+  virtual std::optional<KeyCombo> resolveCombo(const std::string& combo);
   // Returns the key of a combo's part; its code is 0 when the keyboard lacks it.
-  EvdevKey keyOfCombo(std::uint64_t keysym);
+  virtual EvdevKey keyOfCombo(std::uint64_t keysym);
   // Returns the characters of the text that no keys of the active layout type, each once.
   std::vector<std::uint32_t> findUntypable(const std::vector<std::uint32_t>& text);
   // Types a text in which every character can be typed, with a pause after each.

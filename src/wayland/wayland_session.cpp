@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <climits>
 #include <cmath>
 #include <map>
 #include <optional>
@@ -10,16 +11,22 @@
 
 #include <linux/input-event-codes.h>
 
-#include "image/finish_capture.h"
+#include "image/crop.h"
+#include "keys/key_names.h"
 #include "keys/text.h"
+#include "wayland/eis/more_evdev_codes.h"
 #include "wayland/lazy/load.h"
 #include "wayland/portal/klipper.h"
 #include "wayland/portal/portal_clipboard.h"
 #include "wayland/shared_monitors.h"
+#include "wayland/stream/unpack.h"
 #include "wayland/wayland_backend.h"
 
 namespace ostler {
 namespace {
+
+constexpr char noWindows[] =
+    "A Wayland desktop does not tell a program about the windows of others; windows are listed on X11 only.";
 
 // In the record, keys and buttons have their evdev codes.
 class WaylandSession final : public SessionBackend {
@@ -31,6 +38,9 @@ public:
     return encodeUtf8(wayland.findUntypable(decodeLines(text)));
   }
   std::vector<Monitor> monitors() override { return wayland.monitors(); }
+  Sight look(const Rect& part) override { return wayland.look(part); }
+  std::vector<DesktopWindow> windows() override { throw std::runtime_error(noWindows); }
+  void activate(std::uint32_t) override { throw std::runtime_error(noWindows); }
   std::string sessionEnd() override { return wayland.sessionEnd(); }
   std::unique_ptr<Clipboard> makeClipboard() override { return wayland.makeClipboard(); }
   std::optional<std::string> readKlipper() override { return wayland.klipperText(); }
@@ -51,12 +61,6 @@ private:
       return {static_cast<std::int32_t>(std::lround(pointer.x)),
               static_cast<std::int32_t>(std::lround(pointer.y))};
     }
-    std::vector<unsigned char> screenshot(Size target, Rect crop, double quality) override {
-      if (!shared) return WaylandBackend::screenshot(target, crop, quality);
-      requireSession();
-      auto [picture, scale, part] = shared->picture(crop);
-      return finishCapture(std::move(picture), scale, scale, target, part, quality);
-    }
     std::optional<Position> reportedPointer() const override {
       return shared ? shared->reportedPointer() : WaylandBackend::reportedPointer();
     }
@@ -74,6 +78,8 @@ private:
       if (!portal.hasClipboard) return nullptr;
       return makePortalClipboard(portal.connection.get(), portal.sessionHandle);
     }
+
+    using WaylandBackend::dragTo;
 
     void requireSession() override {
       throwIfInterrupted();
@@ -96,23 +102,58 @@ private:
     using WaylandBackend::findUntypable;
     using WaylandBackend::write;
 
-    void setKey(const std::string& name, bool pressed) {
+    // A positive dy scrolls down, as on X11.
+    void scroll(double x, double y, int dx, int dy) override {
+      WaylandBackend::scroll(x, y, dx, dy == INT_MIN ? INT_MAX : -dy);
+    }
+    std::optional<KeyCombo> resolveCombo(const std::string& combo) override {
       const auto itself = [](std::uint64_t keysym, const std::string&) { return keysym; };
-      const std::optional<KeyCombo> keys = resolveKeyCombo(name, "Wayland", itself);
+      return resolveNamedKeys(combo, "Wayland", itself);
+    }
+    EvdevKey keyOfCombo(std::uint64_t keysym) override {
+      if (const std::uint32_t code = moreEvdevCodes(keysym)) return {.code = code};
+      return WaylandBackend::keyOfCombo(keysym);
+    }
+
+    std::uint64_t keysymOfOneKey(const std::string& name) {
+      const std::optional<KeyCombo> keys = resolveCombo(name);
       if (!keys || !keys->held.empty()) throw std::runtime_error("This is not the name of one key: " + name);
+      return keys->main;
+    }
+    std::uint32_t codeOfKey(const std::string& name) { return keyOfCombo(keysymOfOneKey(name)).code; }
+    void setKey(const std::string& name, bool pressed) {
+      const std::uint64_t keysym = keysymOfOneKey(name);
       beginOperation();
       const auto throughEis = [&] {
-        const EvdevKey key = keyOfCombo(keys->main);
-        if (key.code != 0) pressed ? press(key) : release(key);
+        const EvdevKey key = keyOfCombo(keysym);
+        if (key.code == 0) throw std::runtime_error("The keyboard of this desktop has no such key: " + name);
+        pressed ? press(key) : release(key);
       };
       const auto throughPortal = [&] {
-        const std::uint32_t code = keysymToEvdev(keys->main);
-        portalKeys[code] = keys->main;
-        session.sendRecorded(code, pressed, [&] { portalInput.key(keys->main, pressed); });
+        const std::uint32_t code = keyOfCombo(keysym).code;
+        portalKeys[code] = keysym;
+        session.sendRecorded(code, pressed, [&] { portalInput.key(keysym, pressed); });
       };
       if (pressed) return send(InputKind::keyboard, throughEis, throughPortal);
       requireSession();
       deliver(InputKind::keyboard, throughEis, throughPortal);
+    }
+    Sight look(const Rect& crop) {
+      requireSession();
+      if (shared) return lookAtShared(crop);
+      capture.waitForFirstFrame(std::chrono::steady_clock::now() + std::chrono::seconds(5));
+      std::shared_ptr<const Frame> frame = capture.latestFrame();
+      if (frame == nullptr || frame->format.width <= 0 || frame->format.height <= 0) return {};
+      const Size size{frame->format.width, frame->format.height}, units = display();
+      const auto scale = [](std::int32_t pixels, std::int32_t count) {
+        return count > 0 ? static_cast<double>(pixels) / count : 1.0;
+      };
+      const Rect inPixels =
+          toImagePixels(crop, scale(size.width, units.width), scale(size.height, units.height));
+      const bool isWhole = crop.width <= 0 || crop.height <= 0;
+      const Rect part = isWhole ? Rect{0, 0, size.width, size.height} : clipCrop(size, inPixels);
+      const PixelRows rows = rowsOf(*frame, part);
+      return {rows, std::move(frame)};
     }
     // Also works while the screen is locked.
     void release(std::uint32_t code) {
@@ -147,6 +188,17 @@ private:
   private:
     using WaylandBackend::release;
 
+    // Several monitors are put together from their streams.
+    Sight lookAtShared(const Rect& crop) {
+      const auto [picture, scale, part] = shared->picture(crop);
+      const bool isWhole = part.width <= 0 || part.height <= 0;
+      const Rect shown = isWhole ? Rect{0, 0, picture.size.width, picture.size.height}
+                                 : clipCrop(picture.size, toImagePixels(part, scale, scale));
+      if (shown.width == 0 || shown.height == 0) return {};
+      const auto image = std::make_shared<const RgbImage>(picture.toRgb(shown));
+      return {rowsOf(*image), image};
+    }
+
     // Throws when the portal session or the stream has ended.
     void requireAll() {
       WaylandBackend::requireSession();
@@ -167,6 +219,8 @@ private:
     wayland.write(text, delay);
   }
   void sendRelease(std::uint32_t code) override { wayland.release(code); }
+  void dragTo(double x, double y) override { wayland.dragTo(x, y); }
+  std::uint32_t codeOfKey(const std::string& name) override { return wayland.codeOfKey(name); }
 
   Recorded wayland;
 };

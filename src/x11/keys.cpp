@@ -31,7 +31,7 @@ bool isDown(Display* display, KeyCode keycode) {
 
 }  // namespace
 
-std::optional<KeyCombo> X11Backend::resolveCombo(const std::string& combo) const {
+std::optional<KeyCombo> X11Backend::resolveCombo(const std::string& combo) {
   return resolveKeyCombo(combo, "Linux/X11", [this](KeySym keysym, const std::string& part) {
     const KeyCode keycode = XKeysymToKeycode(xDisplay, keysym);
     if (keycode == 0) throw std::runtime_error("Unable to resolve X11 keycode for: " + part);

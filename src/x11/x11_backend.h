@@ -35,10 +35,8 @@ protected:
   virtual void tap(KeyCode keycode, KeyCode shiftKeycode);
   // Presses and releases the keys of a combo, which are keycodes.
   virtual void tapCombo(const KeyCombo& keys);
-  // Returns what a screenshot shows of the picture of the whole screen.
-  virtual Capture shown(Capture screen) { return screen; }
   // Resolves the parts of a combo to keycodes; throws when there is none for a part.
-  std::optional<KeyCombo> resolveCombo(const std::string& combo) const;
+  virtual std::optional<KeyCombo> resolveCombo(const std::string& combo);
   void sendKey(KeyCode keycode, bool pressed);
 
   const DisplayConnection connection;

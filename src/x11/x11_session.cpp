@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -10,8 +11,13 @@
 #include <poll.h>
 
 #include "image/blacken.h"
+#include "image/crop.h"
+#include "keys/key_names.h"
 #include "keys/text.h"
+#include "x11/screen_reader.h"
+#include "x11/temporary_key_mapping.h"
 #include "x11/text_writer.h"
+#include "x11/window_list.h"
 #include "x11/x11_backend.h"
 #include "x11/x11_monitors.h"
 
@@ -31,6 +37,9 @@ public:
   std::string untypable(const std::string& text) override {
     return encodeUtf8(x11.writer.findUntypable(decodeLines(text)));
   }
+  Sight look(const Rect& part) override { return x11.look(part); }
+  std::vector<DesktopWindow> windows() override { return x11.windows(); }
+  void activate(std::uint32_t id) override { x11.activate(id); }
   std::string sessionEnd() override { return x11.isServerGone() ? "The X server has ended." : ""; }
 
 private:
@@ -65,9 +74,17 @@ private:
       session.tapRecorded(codes, [&] { X11Backend::tap(keycode, shiftKeycode); });
     }
     void tapCombo(const KeyCombo& keys) override {
-      std::vector<std::uint32_t> codes(keys.held.begin(), keys.held.end());
-      codes.push_back(static_cast<std::uint32_t>(keys.main));
-      session.tapRecorded(codes, [&] { X11Backend::tapCombo(keys); });
+      KeyCombo pressed = keys;
+      // A key that is held down already stays down.
+      std::erase_if(pressed.held,
+                    [&](std::uint64_t key) { return session.isHeld(static_cast<std::uint32_t>(key)); });
+      std::vector<std::uint32_t> codes(pressed.held.begin(), pressed.held.end());
+      codes.push_back(static_cast<std::uint32_t>(pressed.main));
+      session.tapRecorded(codes, [&] { X11Backend::tapCombo(pressed); });
+    }
+    std::optional<KeyCombo> resolveCombo(const std::string& combo) override {
+      return resolveNamedKeys(combo, "Linux/X11",
+                              [this](KeySym keysym, const std::string&) { return keycodeOf(keysym); });
     }
 
     void type(const std::string& text) override {
@@ -79,12 +96,6 @@ private:
         throw std::runtime_error("The keyboard map has no spare keycode.");
       writer.write(text, delay);
     }
-    // What lies on the screen but on no monitor shows whatever is left there.
-    Capture shown(Capture screen) override {
-      std::vector<Rect> areas;
-      for (const Monitor& monitor : readMonitors()) areas.push_back(monitor.area);
-      return blackenOutside(std::move(screen), std::move(areas));
-    }
     // Returns the whole screen as one monitor if the server does not tell.
     std::vector<Monitor> readMonitors() {
       std::vector<Monitor> found = monitors.read();
@@ -95,12 +106,25 @@ private:
       return found;
     }
 
-    void setKey(const std::string& name, bool pressed) {
+    KeyCode keycodeNamed(const std::string& name) {
       const std::optional<KeyCombo> keys = resolveCombo(name);
       if (!keys || !keys->held.empty()) throw std::runtime_error("This is not the name of one key: " + name);
-      const auto keycode = static_cast<KeyCode>(keys->main);
+      return static_cast<KeyCode>(keys->main);
+    }
+    void setKey(const std::string& name, bool pressed) {
+      const KeyCode keycode = keycodeNamed(name);
       session.sendRecorded(keycode, pressed, [&] { sendKey(keycode, pressed); });
     }
+    Sight look(const Rect& crop) {
+      const Size screen = display();
+      const bool isWhole = crop.width <= 0 || crop.height <= 0;
+      const Rect part = isWhole ? Rect{0, 0, screen.width, screen.height} : clipCrop(screen, crop);
+      if (part.width == 0 || part.height == 0) return {};
+      Sight sight = sightOf(reader.read(rootWindow, part));
+      return sight.rows.width == 0 ? sight : shown(std::move(sight), screen, part);
+    }
+    std::vector<DesktopWindow> windows() { return listWindows(xDisplay); }
+    void activate(std::uint32_t id) { activateWindow(xDisplay, id); }
     void release(std::uint32_t code) {
       if (code >= firstRow) return writer.restoreRow(static_cast<KeyCode>(code - firstRow));
       if (code < firstButton) return sendKey(static_cast<KeyCode>(code), false);
@@ -117,6 +141,21 @@ private:
         [this](KeyCode keycode, bool isMapped) { session.recordLasting(firstRow + keycode, isMapped); }};
 
   private:
+    // What lies on the screen but on no monitor shows whatever is left there.
+    Sight shown(Sight sight, Size screen, const Rect& part) {
+      std::vector<Rect> areas;
+      for (const Monitor& monitor : readMonitors()) areas.push_back(monitor.area);
+      const auto coversPart = [&](const Rect& area) {
+        return area.x <= part.x && area.y <= part.y && area.x + area.width >= part.x + part.width &&
+               area.y + area.height >= part.y + part.height;
+      };
+      if (std::any_of(areas.begin(), areas.end(), coversPart)) return sight;
+      const auto convert = [&](const Rect&) { return toRgbImage(sight.rows); };
+      const auto image =
+          std::make_shared<const RgbImage>(blackenOutside({screen, convert}, std::move(areas)).toRgb(part));
+      return {rowsOf(*image), image};
+    }
+
     // Throws when the user cannot see the pointer there. Outside of the screen, the server moves the
     // pointer to its edge.
     void requireMonitor(double x, double y) {
@@ -129,8 +168,18 @@ private:
                                std::to_string(std::lround(y)) + ".");
     }
 
+    // A keyboard map lacks most of the keys that no keyboard has, such as F13. Those keep a spare
+    // keycode as long as the session lives, because each change of the map costs all clients time.
+    KeyCode keycodeOf(KeySym keysym) {
+      if (const KeyCode keycode = XKeysymToKeycode(xDisplay, keysym)) return keycode;
+      const auto [mapping, isNew] = addedKeys.try_emplace(keysym, xDisplay, keysym);
+      return mapping->second.keycode;
+    }
+
     X11Session& session;
     X11Monitors monitors{DisplayString(xDisplay)};
+    ScreenReader reader{xDisplay};
+    std::map<KeySym, TemporaryKeyMapping> addedKeys;
   };
 
   Backend& desktop() override { return x11; }
@@ -141,6 +190,8 @@ private:
   void sendText(const std::vector<std::uint32_t>& text, std::chrono::milliseconds delay) override {
     x11.write(text, delay);
   }
+  void dragTo(double x, double y) override { x11.dragTo(x, y); }
+  std::uint32_t codeOfKey(const std::string& name) override { return x11.keycodeNamed(name); }
 
   Recorded x11{*this};
 };

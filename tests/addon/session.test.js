@@ -70,8 +70,8 @@ describe('on an X server', () => {
     assert.deepStrictEqual(codes(), [9, 37, 96, button + 1, button + 3]);
     assert.notStrictEqual(pressed(), nothingDown);
     for (const [name, message] of [
-      ['ctrl+a', 'This is not the name of one key: ctrl+a'], ['', 'This is not the name of one key: '],
-      ['foo', 'Unsupported key combo part on Linux/X11: foo'],
+      ['ctrl+a', /^This is not the name of one key: ctrl\+a$/], ['', /^This is not the name of one key: $/],
+      ['foo', /^Unsupported key combo part on Linux\/X11: foo\. Known are /],
     ]) await assert.rejects(host.call('setKey', name, true), { message });
     // A tap of a key that is held down keeps it in the record.
     await host.call('key', 'ctrl+b');

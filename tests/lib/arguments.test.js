@@ -29,7 +29,10 @@ it('has every method of the addon, but lock and unlock', () => {
 it('rejects wrong arguments with the name of the argument, before anything happens', async () => {
   const whole = { x: 0, y: 0, width: 9, height: 9 };
   const rows = [
-    ['click', [{}], TypeError, 'x'], ['click', [1, 2, 'thumb', 1], RangeError, 'button'],
+    ['click', [{ x: 1 }], TypeError, 'y'], ['click', [{ modifiers: 'ctrl' }], TypeError, 'modifiers'],
+    ['mouseUp', [{ button: 'thumb' }], RangeError, 'button'], ['drag', [{ from: { x: 1, y: 1 } }], TypeError, 'to'],
+    ['move', [1, 2, { duration: -1 }], RangeError, 'duration'], ['keyDown', [5], TypeError, 'name'],
+    ['click', [1, 2, 'thumb', 1], RangeError, 'button'],
     ['click', [1, 2, 'left', 0], RangeError, 'count'], ['click', [{ x: 1, y: 2, button: 3 }], TypeError, 'button'],
     ['move', ['1', 2], TypeError, 'x'], ['move', [1, NaN], RangeError, 'y'], ['move', [1, 1e9], RangeError, 'y'],
     ['drag', [1, 2, 3], TypeError, 'toY'], ['scroll', [1, 2, 0.5, 0], RangeError, 'dx'],
@@ -44,6 +47,7 @@ it('rejects wrong arguments with the name of the argument, before anything happe
     ['screenshot', [{ format: 'gif' }], RangeError, 'format'],
     ['write', [1], TypeError, 'text'], ['write', ['a', { paste: 'no' }], RangeError, 'paste'],
     ['write', ['a', { delay: -1 }], RangeError, 'delay'], ['paste', [1], TypeError, 'text'], ['paste', ['a', { combo: 1 }], TypeError, 'combo'],
+    ['screenshot', [{ compression: 'none' }], RangeError, 'compression'], ['colourAt', [1], TypeError, 'y'],
     ['paste', ['a', { restoreAfter: -1 }], RangeError, 'restoreAfter'], ['onEscape', ['now'], TypeError, 'listener'],
     ['waitForStill', [{ quiet: '1' }], TypeError, 'quiet'], ['waitForChange', [{ interval: -1 }], RangeError, 'interval'],
     ['type', ['a', { signal: 'now' }], TypeError, 'signal'], ['display', [{ signal: {} }], TypeError, 'signal'],

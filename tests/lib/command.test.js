@@ -12,7 +12,7 @@ const { endOf, temporaryDirectory } = require('../support/children');
 const { startDesktop } = require('../support/desktop');
 const { decodePng } = require('../support/png');
 const { waitUntil } = require('../support/wait');
-const { startWitness, startXvfb, textOf } = require('../support/x11');
+const { keyboardState, nothingDown, startWitness, startXvfb, textOf } = require('../support/x11');
 
 const directory = temporaryDirectory();
 const file = (name) => path.join(directory, name);
@@ -24,8 +24,8 @@ before(async () => {
 });
 after(() => witness.stop().finally(server.stop));
 
-const start = (args, env = server.env) =>
-  spawn(path.join(__dirname, '..', '..', 'bin', 'ostler.js'), args, { env, stdio: ['pipe', 'pipe', 'pipe'] });
+const program = path.join(__dirname, '..', '..', 'bin', 'ostler.js');
+const start = (args, env = server.env) => spawn(program, args, { env, stdio: ['pipe', 'pipe', 'pipe'] });
 
 // Runs the command; resolves to [exit code, stdout, stderr].
 async function ostler(args, { input = '', env } = {}) {
@@ -42,35 +42,47 @@ it('prints what the desktop returns', async () => {
   for (const [args, expected, input] of [
     [['--version'], `${version}\n`],
     [['run'], '10 20\n1280x720\n', 'move 10 20  # in one session\n\ncursor\ndisplay\n'],
-    [['cursor', '--json'], '{"x":10,"y":20}\n'],
+    [['cursor', '-j'], '{"x":10,"y":20}\n'],
+    [['move', '-R', '5', '-6', ',', 'cursor'], '15 14\n'], [['move', '10', '20'], ''],
+    [['wait-still', '--quiet', '1', '--timeout', '9'], ''],
     [['clipboard', 'Grüße'], ''],
-    [['clipboard', '--json'], '{"text":"Grüße"}\n'],
+    [['clipboard', '--json'], '{"text":"Grüße"}\n'], [['clipboard', '-'], '', 'piped'], [['clipboard'], 'piped\n'],
   ]) assert.deepStrictEqual(await ostler(args, { input }), [0, expected, ''], args.join(' '));
-  const [code, output] = await ostler(['key', '--help']);
-  assert.ok(code === 0 && output.startsWith('ostler key COMBO...'));
+  for (const args of [['key', '-h'], ['help', 'key'], []]) {
+    const [code, output] = await ostler(args);
+    assert.ok(code === 0 && output.includes('ostler key COMBO...'), args.join(' '));
+  }
 });
 
 it('sends input, with words quoted as in a shell', async () => {
   await witness.events();
-  const script = `click 5 6 --button right --count 2\nscroll 7 8 0 -1\ndrag 1 1 9 9\ntype 'to o' many`;
+  const script = `click 5 6 --button right --count 2\nscroll 7 8 0 -1\ndrag 1 1 9 9\nmove 'to o'`;
   assert.deepStrictEqual(await ostler(['run'], { input: script }),
-    [2, '', 'ostler: line 4: usage: ostler type TEXT|-\n']);
+    [2, '', 'ostler: line 4: usage: ostler move X Y [--relative] [--duration MS]\n']);
   const quoted = `clipboard 'a "b'"c\\"#"\\ d#e # a comment\nclipboard\ntype "in one"\nkey ctrl+x ctrl+y\n`;
   assert.deepStrictEqual(await ostler(['run'], { input: quoted }), [0, 'a "bc"# d#e\n', '']);
+  fs.writeFileSync(file('text'), ' and a file');
   await ostler(['type', '-'], { input: 'from the input' });
   assert.deepStrictEqual(await ostler(['write', ' ж', '--paste', 'never', '--delay', '9']), [0, '', '']);
   const [code, , refusal] = await ostler(['write', '-'], { input: 'a\x07' });
   assert.deepStrictEqual([code, /U\+0007/.test(refusal)], [1, true]);
+  await ostler(['type', '--file', file('text'), ' and', ' more']);
+  // Outside of a script a key stays down.
+  await ostler(['key-down', 'Shift_R']);
+  await ostler(['click', '-b', '2', '--modifiers', 'ctrl']);
+  assert.strictEqual(keyboardState(server.env).down.match(/[1-9a-f]/g).length, 1);
+  await ostler(['key-up', 'rightshift']);
+  assert.strictEqual(keyboardState(server.env).down, nothingDown);
   const events = await witness.events();
-  assert.strictEqual(textOf(events), 'in onexyfrom the input ж');
+  assert.strictEqual(textOf(events), 'in onexyfrom the input ж and a file and more');
   const presses = events.filter(({ kind, down }) => kind === 'button' && down).map(({ button, x }) => [button, x]);
-  assert.deepStrictEqual(presses, [[3, 5], [3, 5], [4, 7], [1, 1]]);
+  assert.deepStrictEqual(presses, [[3, 5], [3, 5], [4, 7], [1, 1], [2, 9]]);
 });
 
 it('takes screenshots', async () => {
   for (const [name, options, size] of [
     ['a.jpg', ['--quality', '0.1'], [0xff, 0xd8]], ['b.png', ['--region', '1,2,30,40'], [30, 40]],
-    ['c.PNG', ['--size', '64x36'], [64, 36]],
+    ['c.PNG', ['--size', '64x36'], [64, 36]], ['d.png', ['-r', '30x40+1+2', '--delay', '0.01'], [30, 40]],
   ]) {
     const [code, output] = await ostler(['screenshot', file(name), '--json', ...options]);
     const bytes = fs.readFileSync(file(name));
@@ -78,12 +90,23 @@ it('takes screenshots', async () => {
     const { width, height } = name === 'a.jpg' ? { width: bytes[0], height: bytes[1] } : decodePng(bytes);
     assert.deepStrictEqual([width, height], size);
   }
+  const bytes = execFileSync(process.execPath, [program, 'screenshot', '-', '-r', '1,2,30,40'], { env: server.env });
+  assert.deepStrictEqual(bytes, fs.readFileSync(file('b.png')));
+  const named = execFileSync(process.execPath, [program, 'screenshot', '-f', 'jpg'], { env: server.env, cwd: directory });
+  assert.ok(fs.existsSync(file(named.toString().trim())));
+  const [, colour] = await ostler(['pixel', '1', '2']);
+  assert.strictEqual(colour, `#${Buffer.from(decodePng(bytes).pixel(0, 0)).toString('hex')}\n`);
 });
 
 it('exits with 2 for wrong usage and with 1 when the desktop refuses', async () => {
   const nowhere = { ...server.env, DISPLAY: '' };
   for (const [code, args, complaint, options] of [
-    [2, [], /a command is missing/], [2, ['nonsense'], /no command "nonsense"/],
+    [2, ['nonsense'], /no command "nonsense"$/m], [2, ['curser'], /did you mean "cursor"\?/],
+    [2, ['sleep', '-1'], /from 0/], [2, ['click', '1', '2', '--count', '0'], /integer from 1/], [2, ['click', '1e9', '1'], /to 32767/],
+    [2, ['screenshot', 'a.jpg', '--quality', '75'], /from 0 to 1/], [2, ['screenshot', 'a.jpg', '--quality', '-1'], /from 0 to 1/],
+    [2, ['screenshot', 'a.png', '-r', '1,2,3,4', '-s', '5x6'], /cannot be combined/],
+    [2, ['cursor', ',', 'nonsense'], /"nonsense" in a script/], [2, ['click', '--count'], /"--count" needs a value/],
+    [1, ['wait-change', '-t', '0.1'], /timed out/], [1, ['windows'], /no window manager/],
     [2, ['move', '1'], /usage: ostler move X Y/],
     [2, ['move', '1', 'x'], /Y must be a number/], [2, ['click', '1', '2', '--button', 'thumb'], /--button/],
     [2, ['screenshot', 'a.gif'], /\.png or \.jpg/], [2, ['cursor', '--color'], /--color/],
@@ -91,7 +114,7 @@ it('exits with 2 for wrong usage and with 1 when the desktop refuses', async () 
     [2, ['run'], /line 1: unmatched '/, { input: "type 'a" }],
     [1, ['key', 'ctrl+foo'], /Unsupported key combo part/],
     [1, ['run'], /line 3: Unsupported/, { input: '\ncursor\nkey foo\nmove 0 0' }],
-    [1, ['run', file('none')], /ENOENT/],
+    [1, ['run', file('none')], /^ostler: cannot read \S+: no such file or directory$/m],
     [1, ['cursor'], /Unable to open the X11 display/, { env: nowhere }],
   ]) {
     const [ended, , complaints] = await ostler(args, options);

@@ -39,7 +39,8 @@ describe('a desktop that ends rejects its calls and says why', () => {
       it(`${name} ${isIdle ? 'while no call runs' : 'during a call'}`, async () => {
         const other = await startXvfb();
         const desktop = await openDesktop({ env: other.env });
-        await desktop.mouseDown(5, 5);
+        await desktop.keyDown('ctrl');
+        await desktop.mouseDown({ x: 5, y: 5, button: 'right' });
         const calls = isIdle ? [] : [desktop.type('a'.repeat(2000)), desktop.move(1, 1)];
         const rejected = calls.map((call) => assert.rejects(call, isClosed));
         await sleep(50);
@@ -75,7 +76,7 @@ it('names a library that the session module needs and the linker does not find',
 });
 
 const everyCall = ['type("Ab!".repeat(9999))', 'drag(0, 0, 30000, 0)', 'click(5, 5, "middle", 999)',
-  'scroll(5, 5, 0, 2 ** 30)', 'mouseDown(5, 5).then(() => desktop.type("a".repeat(9999)))', 'waitForChange()',
+  'scroll(5, 5, 0, 2 ** 30)', 'keyDown("rightctrl").then(() => desktop.mouseDown({ button: "right" })).then(() => desktop.type("a".repeat(9999)))', 'waitForChange()',
   'onEscape(() => {})'];
 
 describe('a helper ends within a second when its host is killed, and leaves nothing pressed', () => {

@@ -25,6 +25,10 @@ it('opens after the dialog, stays open after an aborted type, and closes the ses
   assert.ok(session.record().some((line) => line.startsWith('RemoteDesktop.ConnectToEIS')));
   assert.strictEqual(decodePng(await desktop.screenshot()).width, 64);
   await assert.rejects(desktop.onEscape(() => {}), /on Wayland/);
+  await assert.rejects(desktop.windows(), /listed on X11 only/);
+  const { width, height } = await desktop.display();
+  const region = { x: Math.trunc(width / 2), y: 1, width: Math.trunc(width / 3), height: Math.trunc(height / 2) };
+  assert.deepStrictEqual((await desktop.pixels({ region })).data, decodePng(await desktop.screenshot({ region })).data);
   const controller = new AbortController();
   const typing = desktop.type('a'.repeat(2000), { signal: controller.signal });
   await waitUntil(() => presses(30) > 3);

@@ -7,6 +7,11 @@ export async function host(signal: AbortSignal): Promise<DesktopEnd> {
   openDesktop({ remember: { load: () => 'token' } });
   await desktop.click(100, 200, 'left', 1, { signal });
   await desktop.click({ x: 1, y: 2, count: 2, timeout: 50 });
+  await desktop.drag({ from: { x: 1, y: 2 }, to: { x: 3, y: 4 }, modifiers: ['ctrl'], duration: 100, signal });
+  await desktop.move(1, 2, { duration: 100 });
+  await desktop.mouseUp({ button: 'right' });
+  // @ts-expect-error: a drag needs its ends
+  await desktop.drag({ button: 'left' });
   await desktop.type('text', { timeout: 1000 });
   await desktop.write('text', { paste: 'never', delay: 10, signal });
   const png: Buffer | null = await desktop.screenshot({ format: 'png', width: 1280, height: 720 });

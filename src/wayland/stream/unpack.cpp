@@ -47,10 +47,13 @@ Unpacker unpacker() {
 }
 #endif
 
-Unpacker unpackerFor(std::uint32_t videoFormat) {
+bool isBlueFirst(std::uint32_t videoFormat) {
   requireSupportedFormat(videoFormat);
-  const bool blueFirst = videoFormat == SPA_VIDEO_FORMAT_BGRx || videoFormat == SPA_VIDEO_FORMAT_BGRA;
-  return blueFirst ? unpacker<2, 0>() : unpacker<0, 2>();
+  return videoFormat == SPA_VIDEO_FORMAT_BGRx || videoFormat == SPA_VIDEO_FORMAT_BGRA;
+}
+
+Unpacker unpackerFor(std::uint32_t videoFormat) {
+  return isBlueFirst(videoFormat) ? unpacker<2, 0>() : unpacker<0, 2>();
 }
 
 }  // namespace
@@ -65,6 +68,13 @@ RgbImage unpack(const Frame& frame, const Rect& part) {
               static_cast<std::size_t>(part.width));
   }
   return image;
+}
+
+PixelRows rowsOf(const Frame& frame, const Rect& part) {
+  const std::ptrdiff_t stride = frame.format.width * static_cast<std::ptrdiff_t>(bytesPerFramePixel);
+  const std::ptrdiff_t start = part.y * stride + part.x * static_cast<std::ptrdiff_t>(bytesPerFramePixel);
+  const PixelOrder order = isBlueFirst(frame.format.videoFormat) ? PixelOrder::bgrx : PixelOrder::rgbx;
+  return {frame.bytes.data() + start, stride, part.width, part.height, order};
 }
 
 }  // namespace ostler
