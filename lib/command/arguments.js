@@ -1,4 +1,5 @@
 'use strict';
+// Runs in the command `ostler`.
 
 // Reports wrong arguments of a command; the process then exits with code 2.
 class UsageError extends Error {}

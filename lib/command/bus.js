@@ -1,4 +1,5 @@
 'use strict';
+// Runs in the command `ostler`.
 
 const { spawnSync } = require('node:child_process');
 

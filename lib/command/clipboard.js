@@ -1,8 +1,9 @@
 'use strict';
+// Runs in the command `ostler`.
 // Says for `doctor` how a session reaches the clipboard, by the rules of lib/helper/clipboard.js and
 // without a dialog.
 
-const { needsDesktopClipboard } = require('../shared/session_kind');
+const { needsDesktopClipboard } = require('../common/session_kind');
 const { callBus } = require('./bus');
 
 // `desktop` is an open session where that takes no dialog.

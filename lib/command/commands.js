@@ -1,4 +1,5 @@
 'use strict';
+// Runs in the command `ostler`.
 // The commands that act on a desktop. `read` turns the words and options of the command line
 // into values. `run` gets the desktop, these values (the words when there is no `read`), and
 // functions for input and output. Of its result `text` is printed, or `data` with --json.

@@ -1,10 +1,11 @@
 'use strict';
+// Runs in the command `ostler`.
 // Makes a desktop for one short command: it calls the session module in this process. Starting a helper
 // takes as long again as starting Node. A long call needs one, so that Ctrl-C leaves nothing pressed.
 
 const { clickArguments, moveArguments, pixelArguments, screenshotArguments } = require('../host/check');
 const { callError } = require('../host/errors');
-const { loadSession } = require('../shared/session_module');
+const { loadSession } = require('../common/session_module');
 
 function openDirectly() {
   const session = loadSession();

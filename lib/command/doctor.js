@@ -1,12 +1,13 @@
 'use strict';
+// Runs in the command `ostler`.
 
 const fs = require('node:fs');
 const path = require('node:path');
 const { installing } = require('../../load');
 const { openDesktop } = require('../promises');
-const { describeMissing, whatWorks } = require('../shared/remote_control');
-const { compositorSocket, sessionKind } = require('../shared/session_kind');
-const { loadSession } = require('../shared/session_module');
+const { describeMissing, whatWorks } = require('../common/remote_control');
+const { compositorSocket, sessionKind } = require('../common/session_kind');
+const { loadSession } = require('../common/session_module');
 const { callBus } = require('./bus');
 const { examineWayland, examineX11 } = require('./clipboard');
 const { checkPermission } = require('./permission');

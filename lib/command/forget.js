@@ -1,7 +1,8 @@
 'use strict';
+// Runs in the command `ostler`.
 
 const { remember } = require('../host/check');
-const { forget: forgetTokens } = require('../shared/token_store');
+const { forget: forgetTokens } = require('../common/token_store');
 const { UsageError } = require('./arguments');
 const { callPermissionStore } = require('./bus');
 const { ownName } = require('./open');

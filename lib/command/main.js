@@ -1,7 +1,8 @@
 'use strict';
+// Runs in the command `ostler`.
 
 const { parseArgs } = require('node:util');
-const { sessionKind } = require('../shared/session_kind');
+const { sessionKind } = require('../common/session_kind');
 const { UsageError, didYouMean, splitLine } = require('./arguments');
 const { commands, readFile } = require('./commands');
 

@@ -1,8 +1,9 @@
 'use strict';
+// Runs in the command `ostler`.
 // Finds out, without a dialog, whether the next start of the command will ask the user.
 
-const { applicationId } = require('../shared/application_id');
-const { findToken } = require('../shared/token_store');
+const { applicationId } = require('../common/application_id');
+const { findToken } = require('../common/token_store');
 const { callPermissionStore } = require('./bus');
 const { ownName } = require('./open');
 

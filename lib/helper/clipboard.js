@@ -2,8 +2,8 @@
 // Runs in the helper process: the clipboard of its session.
 
 const { startKeep } = require('../keep/start');
-const { packText, textIn } = require('../shared/clipboard_content');
-const { needsDesktopClipboard, sessionKind } = require('../shared/session_kind');
+const { packText, textIn } = require('../common/clipboard_content');
+const { needsDesktopClipboard, sessionKind } = require('../common/session_kind');
 const { findDesktopClipboard } = require('./desktop_clipboard');
 
 const missing = {

@@ -5,7 +5,7 @@
 // Writing through the X server works there, and tells when a program reads.
 
 const { spawnSync } = require('node:child_process');
-const { packContent, packText, textType } = require('../shared/clipboard_content');
+const { packContent, packText, textType } = require('../common/clipboard_content');
 
 const longest = 16 << 20;  // in bytes
 const patience = 2000, wholePatience = 5000;  // in milliseconds
@@ -27,7 +27,7 @@ class DataControl {
     return type ? this.#read(type)?.toString() ?? '' : '';
   }
 
-  // Returns what lib/shared/clipboard_content.js describes, or null.
+  // Returns what lib/common/clipboard_content.js describes, or null.
   readEverything() {
     const types = this.#types();
     const [text] = textNames.filter((name) => types.includes(name));

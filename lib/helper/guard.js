@@ -7,8 +7,8 @@ const fs = require('node:fs');
 const net = require('node:net');
 const { parentPort, workerData: { kind, memoryFile, runningCall } } = require('node:worker_threads');
 const { startRelease } = require('../release/start');
-const { isAnythingLeft } = require('../shared/memory_file');
-const { loadSession } = require('../shared/session_module');
+const { isAnythingLeft } = require('../common/memory_file');
+const { loadSession } = require('../common/session_module');
 
 const control = 4;  // the descriptor of the pipe from the host, which is open as long as the host runs
 const patience = 500;  // in milliseconds

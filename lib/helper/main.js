@@ -6,9 +6,9 @@ const { once } = require('node:events');
 const path = require('node:path');
 const { Worker } = require('node:worker_threads');
 const { openSession } = require('./open');
-const { pageSize, writePicture } = require('../shared/memory_file');
-const { sessionKind } = require('../shared/session_kind');
-const { loadSession } = require('../shared/session_module');
+const { pageSize, writePicture } = require('../common/memory_file');
+const { sessionKind } = require('../common/session_kind');
+const { loadSession } = require('../common/session_module');
 const { Clipboard } = require('./clipboard');
 const { Watches } = require('./watches');
 

@@ -1,7 +1,7 @@
 'use strict';
 // Runs in the helper process.
 
-const { TokenStore } = require('../shared/token_store');
+const { TokenStore } = require('../common/token_store');
 
 // In milliseconds. Nothing says whether the portal showed a dialog, but no user can read and
 // answer one in this time. A portal that remembers answers within 10 to 70 ms.

@@ -1,7 +1,7 @@
 'use strict';
 // Runs in the host.
 
-const { describeMissing, isMissing, whatWorks } = require('../shared/remote_control');
+const { describeMissing, isMissing, whatWorks } = require('../common/remote_control');
 
 class AbortError extends Error {
   constructor(cause) {

@@ -6,9 +6,9 @@ const { EventEmitter, once } = require('node:events');
 const fs = require('node:fs');
 const path = require('node:path');
 const { startRelease } = require('../release/start');
-const { requireDescriptors } = require('../shared/descriptors');
-const { isAnythingHeld, isAnythingLeft, openMemoryFile, readPicture, readPixels } = require('../shared/memory_file');
-const { sessionKind } = require('../shared/session_kind');
+const { requireDescriptors } = require('../common/descriptors');
+const { isAnythingHeld, isAnythingLeft, openMemoryFile, readPicture, readPixels } = require('../common/memory_file');
+const { sessionKind } = require('../common/session_kind');
 const { callError } = require('./errors');
 const { settlesWithin, sleep } = require('./wait');
 

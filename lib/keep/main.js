@@ -2,7 +2,7 @@
 // Runs in the process that start.js starts.
 
 const fs = require('node:fs');
-const { loadSession } = require('../shared/session_module');
+const { loadSession } = require('../common/session_module');
 
 const memoryFile = 0, ready = 1;  // the descriptors
 

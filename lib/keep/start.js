@@ -4,7 +4,7 @@
 const { spawn } = require('node:child_process');
 const fs = require('node:fs');
 const path = require('node:path');
-const { openMemoryFile } = require('../shared/memory_file');
+const { openMemoryFile } = require('../common/memory_file');
 
 // Starts a process that offers the content of the clipboard of `env` until another program copies
 // something. `offeredAt` is when this process offered it. Calls `done` when the new process has

@@ -1,7 +1,7 @@
 'use strict';
 // Runs in the process that start.js starts.
 
-const { loadSession } = require('../shared/session_module');
+const { loadSession } = require('../common/session_module');
 
 const memoryFile = 3;  // the descriptor
 

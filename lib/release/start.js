@@ -3,7 +3,7 @@
 
 const { spawn } = require('node:child_process');
 const path = require('node:path');
-const { requireDescriptors } = require('../shared/descriptors');
+const { requireDescriptors } = require('../common/descriptors');
 
 const descriptorsOfRelease = 8;
 

@@ -34,7 +34,7 @@ std::string latin1ToUtf8(std::string_view text);
 std::string utf8ToLatin1(std::string_view text);
 
 // Puts a content into one sequence of bytes: for each item the length of the type and of the
-// bytes, 32 bits each, and then both (lib/shared/clipboard_content.js).
+// bytes, 32 bits each, and then both (lib/common/clipboard_content.js).
 std::vector<unsigned char> pack(const ClipboardContent& content);
 // Ignores an item that is cut off.
 ClipboardContent unpack(std::string_view bytes);
