@@ -1,6 +1,7 @@
 #include "x11/screen_reader.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <utility>
 
@@ -30,7 +31,7 @@ public:
     info.shmid = shmget(IPC_PRIVATE, size, IPC_CREAT | 0600);
     if (info.shmid == -1) return;
     void* const memory = shmat(info.shmid, nullptr, 0);
-    if (memory != reinterpret_cast<void*>(-1)) {
+    if (reinterpret_cast<std::intptr_t>(memory) != -1) {
       info.shmaddr = static_cast<char*>(memory);
       info.readOnly = False;
       const ErrorTrap trap(display);

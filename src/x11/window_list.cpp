@@ -63,7 +63,7 @@ std::vector<Window> clientWindows(Display* display) {
 }
 
 std::string titleOf(Display* display, Window window) {
-  const std::string title =
+  std::string title =
       readProperty(display, window, atom(display, "_NET_WM_NAME"), atom(display, "UTF8_STRING"));
   if (!title.empty()) return title;
   XTextProperty text{};
