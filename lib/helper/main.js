@@ -10,6 +10,7 @@ const { pageSize, writePicture } = require('../common/memory_file');
 const { sessionKind } = require('../common/session_kind');
 const { loadSession } = require('../common/session_module');
 const { Clipboard } = require('./clipboard');
+const { PasteLock } = require('./paste_lock');
 const { Watches } = require('./watches');
 
 const memoryFile = 5;  // the descriptor
@@ -18,7 +19,7 @@ const checkInterval = 400;  // in milliseconds
 const kind = sessionKind(process.env);
 // The guard thread reads the number of the running call here.
 const runningCall = new Int32Array(new SharedArrayBuffer(4));
-let session, clipboard, watches;
+let session, clipboard, pasteLock, watches;
 
 // Errors are ignored, because a host that has exited needs no answer.
 const send = (message) => process.send(message, () => {});
@@ -46,6 +47,7 @@ const operations = {
     openSession(loaded, { record: memoryFile, remember: kind === 'wayland' ? remember : undefined, monitors }, send);
     session = loaded;
     clipboard = new Clipboard(session, process.env);
+    pasteLock = new PasteLock(session.lockFile, process.env);
     watches = new Watches(session, (watched) => send({ watched }));
     setInterval(lookAfter, checkInterval);
     await guarded;  // from now on calls can be interrupted
@@ -57,9 +59,16 @@ const operations = {
   },
   getClipboard: () => clipboard.getText(),
   setClipboard: (text) => clipboard.setText(text),
+  lockPaste: () => pasteLock.tryLock(),
   beginPaste: (text) => clipboard.beginPaste(text),
   waitForReader: (longest) => clipboard.waitForReader(longest),
-  endPaste: () => clipboard.endPaste(),
+  endPaste() {
+    try {
+      clipboard.endPaste();
+    } finally {
+      pasteLock.unlock();
+    }
+  },
   pixels: (...part) => session.pixels(memoryFile, pageSize, ...part),
   colourAt(...part) {
     const [red, green, blue] = session.pixels(-1, 0, ...part)?.data ?? [];

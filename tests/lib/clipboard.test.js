@@ -111,6 +111,21 @@ describe('pastes and restores', () => {
     });
   }
 
+  it('what the user has copied, when two desktops paste at once', async () => {
+    const other = await openDesktop({ env: server.env });
+    await copy('the user\'s');
+    await witness.events();
+    const pasting = [desktop, other].map((each, i) => each.paste(`text ${i}`));
+    const texts = [];
+    while (texts.length < 2) {
+      await waitUntil(() => pressed('v'));
+      texts.push(await readLater());
+    }
+    await Promise.all(pasting);
+    assert.deepStrictEqual([...texts.sort(), read().toString()], ['text 0', 'text 1', 'the user\'s']);
+    await other.close();
+  });
+
   it('nothing for a text that is too long', () => assert.rejects(desktop.paste('x'.repeat((4 << 20) + 1)), RangeError));
 });
 
