@@ -10,7 +10,7 @@ largest=1000000
 libraries='lib(X11|xcb|Xtst|dl|pthread|m|c)\.so\.[0-9]+|ld-linux-(x86-64|aarch64)\.so\.[0-9]'
 # Undefined symbols without a version. Any other would be resolved in the host, such as those of
 # Node's zlib.
-unversioned='napi_[a-z0-9_]+|_?X[A-Za-z]+|xcb_[a-z_]+|__gmon_start__|_ITM_[A-Za-z]+'
+unversioned='napi_[a-z0-9_]+|_?X[A-Za-z0-9]+|xcb_[a-z_]+|__gmon_start__|_ITM_[A-Za-z]+'
 
 complain() { echo "ostler: $file $1" >&2; exit 1; }
 # Fails with the lines of the input that do not match: only PATTERN COMPLAINT

@@ -10,7 +10,7 @@ cd "$(dirname "$0")/../.."
 [ ! -e "$sysroot/complete" ] || exit 0
 
 debian_11='libc6 libc6-dev linux-libc-dev gcc-10-base libgcc-s1 libgcc-10-dev libstdc++6 libstdc++-10-dev
-  libx11-6 libx11-dev libxcb1 libxcb1-dev libxtst6 libxtst-dev libxi-dev libxext-dev'
+  libx11-6 libx11-dev libxcb1 libxcb1-dev libxtst6 libxtst-dev libxi-dev libxext6 libxext-dev'
 debian_12='libglib2.0-dev libpipewire-0.3-dev libspa-0.2-dev libxkbcommon-dev'
 debian_13='libei-dev'
 
