@@ -103,13 +103,14 @@ for (const [place, enter] of Object.entries(places)) {
 const here = places['this machine'];
 test('takes the same pictures, moves and types on arm64', () => withDesktop(here, async (env, witness) => {
   const directory = install(here, 'node24');
-  const expected = runNode(here, 'node24', directory, nodeArguments('require'), env);
+  const [expected, expectedOfPromises] = ['require', 'promises'].map(
+    (name) => runNode(here, 'node24', directory, nodeArguments(name), env));
   const qemu = ['qemu-aarch64-static', '-L', path.join(roots, 'linux-arm64', 'root'), node('node24-arm64')];
   const wrapper = path.join(directory, 'node');
   fs.writeFileSync(wrapper, `#!/bin/sh\nexec ${qemu.join(' ')} "$@"\n`, { mode: 0o755 });
   // The helper process starts through the wrapper too.
   const throughWrapper = `process.execPath = ${JSON.stringify(wrapper)}; ${scripts.promises}`;
-  assert.equal(run([wrapper, '--input-type=module', '-e', throughWrapper], { cwd: directory, env }), expected);
+  assert.equal(run([wrapper, '--input-type=module', '-e', throughWrapper], { cwd: directory, env }), expectedOfPromises);
   await witness.events();
   const output = run([wrapper, '-e',
     `const { move, screenshot, type } = require('ostler'); move(123, 45); type('Hi'); ${takePictures}`],
