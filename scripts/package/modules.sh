@@ -11,7 +11,7 @@ clang --target=$processor-linux-gnu --sysroot="$sysroot" -O2 -fPIC -fvisibility=
   -o "$directory/demangle.o"
 cmake -S . -B "$directory" -G Ninja -DCMAKE_TOOLCHAIN_FILE="$PWD/scripts/package/toolchain.cmake" \
   -DCMAKE_SYSTEM_PROCESSOR=$processor -DCMAKE_SYSROOT="$sysroot" -DCMAKE_BUILD_TYPE=Release \
-  "-DCMAKE_CXX_FLAGS_RELEASE=-O2 -DNDEBUG" -DOSTLER_TESTS=OFF "-DCMAKE_CXX_STANDARD_LIBRARIES=$directory/demangle.o" >"$directory.log"
+  "-DCMAKE_CXX_FLAGS_RELEASE=-Os -DNDEBUG" -DOSTLER_TESTS=OFF "-DCMAKE_CXX_STANDARD_LIBRARIES=$directory/demangle.o" >"$directory.log"
 ninja -C "$directory" --quiet ostler session
 mkdir -p "prebuilds/linux-$1"
 cp "$directory/ostler.node" "$directory/session.node" "prebuilds/linux-$1/"
