@@ -4,6 +4,7 @@
 
 const { once } = require('node:events');
 const path = require('node:path');
+const { setImmediate: nextTurn } = require('node:timers/promises');
 const { Worker } = require('node:worker_threads');
 const { openSession } = require('./open');
 const { pageSize, writePicture } = require('../common/memory_file');
@@ -19,6 +20,7 @@ const checkInterval = 400;  // in milliseconds
 const kind = sessionKind(process.env);
 // The guard thread reads the number of the running call here.
 const runningCall = new Int32Array(new SharedArrayBuffer(4));
+let isWatchingEscape = false;
 let session, clipboard, pasteLock, watches;
 
 // Errors are ignored, because a host that has exited needs no answer.
@@ -83,22 +85,37 @@ const operations = {
   keyDown: (name) => session.setKey(name, true),
   keyUp: (name) => session.setKey(name, false),
   lock() {
-    if (session.lock(() => send({ press: Date.now() }))) return;
-    throw new Error(`Escape cannot be watched: ${session.escapeFailure()}.`);
+    isWatchingEscape = session.lock(() => send({ press: Date.now() }));
+    if (!isWatchingEscape) throw new Error(`Escape cannot be watched: ${session.escapeFailure()}.`);
+  },
+  unlock() {
+    isWatchingEscape = false;
+    session.unlock();
   },
 };
+
+// A press of Escape ends `type`. The host has to hear of the press before it hears that the call
+// has ended, and the press is reported by the event loop.
+async function reportPresses() {
+  for (let turns = 0; isWatchingEscape && turns < 2; turns++) await nextTurn();
+}
+
+async function answer(method, args) {
+  try {
+    return { value: await (operations[method] ?? session[method])(...args) };
+  } catch (error) {
+    const message = error.cause ? `${error.message} ${error.cause.message}` : error.message;
+    return { error: message, ended: session?.sessionEnd() || undefined };
+  }
+}
 
 process.on('message', async ({ call, method, args }) => {
   runningCall[0] = call;
   session?.startCall(call);
-  try {
-    send({ value: await (operations[method] ?? session[method])(...args) });
-  } catch (error) {
-    const message = error.cause ? `${error.message} ${error.cause.message}` : error.message;
-    send({ error: message, ended: session?.sessionEnd() || undefined });
-  } finally {
-    runningCall[0] = 0;
-  }
+  const result = await answer(method, args);
+  runningCall[0] = 0;
+  await reportPresses();
+  send(result);
 });
 
 // Ends the process when the clipboard is kept by another one.

@@ -172,6 +172,7 @@ class Desktop {
         if (this.#helper.kind === 'wayland') {
           throw new Error('Escape cannot be watched on Wayland. Offer the user another way to stop.');
         }
+        await request('unlock');  // the listener that was removed last may still wait for its turn to do so
         await request('lock');
         // An abort must not leave the key grabbed: no other program would see it.
         if (limit.error) await requestAlways('unlock');
