@@ -26,7 +26,8 @@ packages='dbus libglib2.0-bin python3-dbusmock pipewire wireplumber xdg-desktop-
   fonts-dejavu-core gir1.2-gtk-4.0 python3-gi-cairo'
 packages_of() {
   case $1 in
-    gnome) echo gnome-shell mutter-common-bin xdg-desktop-portal-gnome adwaita-icon-theme ;;
+    # GTK 4 on GNOME 51 leaves dead keys to IBus.
+    gnome) echo gnome-shell mutter-common-bin xdg-desktop-portal-gnome adwaita-icon-theme ibus ;;
     # plasma-workspace contains parts of the portal's dialog; libdrm-dev is for render_node.cpp.
     kde) echo kwin-wayland plasma-workspace breeze breeze-cursor-theme qt6-wayland libkscreen-bin \
       xdg-desktop-portal-kde libdrm-dev ;;
