@@ -19,6 +19,7 @@ inline constexpr char portalObjectPath[] = "/org/freedesktop/portal/desktop";
 inline constexpr char remoteDesktopInterface[] = "org.freedesktop.portal.RemoteDesktop";
 inline constexpr char screenCastInterface[] = "org.freedesktop.portal.ScreenCast";
 inline constexpr char sessionInterface[] = "org.freedesktop.portal.Session";
+inline constexpr char clipboardInterface[] = "org.freedesktop.portal.Clipboard";
 
 // Whether that many descriptors can be opened. GLib aborts the process if it
 // has none left for the main context that each of its blocking calls creates.

@@ -32,7 +32,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
-constexpr char clipboardInterface[] = "org.freedesktop.portal.Clipboard";
 constexpr int callLimit = 5000;  // ms
 constexpr auto limitForPiece = 2s;
 constexpr auto limitForAll = 5s;
@@ -307,15 +306,6 @@ private:
 };
 
 }  // namespace
-
-bool requestPortalClipboard(GDBusConnection* connection, const std::string& sessionHandle) {
-  if (!haveSpareDescriptors(4)) return false;
-  const Variant reply(g_dbus_connection_call_sync(
-      connection, portalBusName, portalObjectPath, clipboardInterface, "RequestClipboard",
-      g_variant_new("(oa{sv})", sessionHandle.c_str(), nullptr), nullptr, G_DBUS_CALL_FLAGS_NONE, callLimit,
-      nullptr, nullptr));
-  return reply != nullptr;
-}
 
 std::unique_ptr<Clipboard> makePortalClipboard(GDBusConnection* connection, std::string sessionHandle) {
   if (!haveSpareDescriptors(8)) return nullptr;

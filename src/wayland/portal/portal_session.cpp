@@ -9,7 +9,6 @@
 #include <utility>
 
 #include "wayland/portal/portal_call.h"
-#include "wayland/portal/portal_clipboard.h"
 
 namespace ostler {
 namespace {
@@ -48,6 +47,18 @@ BusConnection openSessionBus() {
   // By default GLib ends the process when the bus goes away.
   g_dbus_connection_set_exit_on_close(bus.get(), FALSE);
   return bus;
+}
+
+// Asks for the clipboard in a session that has not been started. A portal without that interface
+// refuses. Whether the user agrees is in the answer of Start.
+void requestClipboard(GDBusConnection* bus, const std::string& sessionHandle) {
+  constexpr int descriptors = 4;
+  constexpr int answerLimit = 5000;  // ms
+  if (!haveSpareDescriptors(descriptors)) return;
+  const Variant reply(g_dbus_connection_call_sync(
+      bus, portalBusName, portalObjectPath, clipboardInterface, "RequestClipboard",
+      g_variant_new("(oa{sv})", sessionHandle.c_str(), nullptr), nullptr, G_DBUS_CALL_FLAGS_NONE, answerLimit,
+      nullptr, nullptr));
 }
 
 // The options of one request, with a token for its answer.
@@ -176,7 +187,7 @@ void PortalSession::startPortalSession(const PortalPermission& permission) {
     portalRequest(bus, screenCastInterface, "SelectSources",
                   g_variant_new("(oa{sv})", sessionHandle.c_str(), &options.builder));
   }
-  if (permission.clipboard) requestPortalClipboard(bus, sessionHandle);
+  if (permission.clipboard) requestClipboard(bus, sessionHandle);
 
   if (permission.asking) permission.asking();
   PortalOptions options;
