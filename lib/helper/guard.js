@@ -16,9 +16,12 @@ const patience = 500;  // in milliseconds
 const session = loadSession();
 
 function kill() {
-  // The release process acts when its input ends, which happens when this process is killed.
-  if (kind === 'x11' && isAnythingLeft(memoryFile)) startRelease(process.env, memoryFile);
-  process.kill(process.pid, 'SIGKILL');
+  try {
+    // The release process acts when its input ends, which happens when this process is killed.
+    if (kind === 'x11' && isAnythingLeft(memoryFile)) startRelease(process.env, memoryFile);
+  } finally {
+    process.kill(process.pid, 'SIGKILL');  // also when descriptors are short
+  }
 }
 
 // Bun's sockets cannot be made from a descriptor. In Node the pending read of a file stream would
