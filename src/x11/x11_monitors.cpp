@@ -14,17 +14,28 @@ namespace {
 template <typename T>
 using Reply = Owner<T, std::free>;
 
-// Sends a request of RandR and returns its reply with everything that follows it, or null.
-template <typename Request>
-Reply<unsigned char> ask(xcb_connection_t* connection, Request request) {
-  static xcb_extension_t randr{"RANDR", 0};
+xcb_extension_t randr{"RANDR", 0};
+
+// xcb closes the connection when the extension of a request is missing.
+bool hasRandr(xcb_connection_t* connection) {
   const xcb_query_extension_reply_t* const extension = xcb_get_extension_data(connection, &randr);
-  // xcb closes the connection when a request's extension is missing.
-  if (extension == nullptr || extension->present == 0) return nullptr;
-  const xcb_protocol_request_t protocol{1, &randr, request.randrReqType, 0};
+  return extension != nullptr && extension->present != 0;
+}
+
+// Sends a request of RandR and returns its number.
+template <typename Request>
+unsigned send(xcb_connection_t* connection, Request request, bool isAnswered) {
+  const xcb_protocol_request_t protocol{1, &randr, request.randrReqType,
+                                        static_cast<std::uint8_t>(isAnswered ? 0 : 1)};
   iovec parts[3]{};  // xcb needs the first two for itself
   parts[2] = {&request, sizeof request};
-  const unsigned sequence = xcb_send_request(connection, XCB_REQUEST_CHECKED, parts + 2, &protocol);
+  return xcb_send_request(connection, isAnswered ? XCB_REQUEST_CHECKED : 0, parts + 2, &protocol);
+}
+
+// Sends a request of RandR and returns its reply with everything that follows it, or null.
+template <typename Request>
+Reply<unsigned char> ask(xcb_connection_t* connection, const Request& request) {
+  const unsigned sequence = send(connection, request, true);
   xcb_generic_error_t* error = nullptr;
   Reply<unsigned char> reply(static_cast<unsigned char*>(xcb_wait_for_reply(connection, sequence, &error)));
   const Reply<xcb_generic_error_t> owner(error);
@@ -46,29 +57,40 @@ T readAt(const unsigned char* bytes) {
   return value;
 }
 
-}  // namespace
-
-bool X11Monitors::connect() {
-  if (connection == nullptr) connection.reset(xcb_connect(name.c_str(), nullptr));
-  return xcb_connection_has_error(connection.get()) == 0;
+xcb_window_t rootOf(xcb_connection_t* connection) {
+  return xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
 }
 
-std::vector<Monitor> X11Monitors::read() {
-  if (!connect()) return {};
+bool hasMonitors(xcb_connection_t* connection) {
+  if (!hasRandr(connection)) return false;
   xRRQueryVersionReq version{};
   version.randrReqType = X_RRQueryVersion;
   version.majorVersion = 1;
   version.minorVersion = 5;
-  const auto versions = ask(connection.get(), version);
-  if (versions == nullptr) return {};
+  const auto versions = ask(connection, version);
+  if (versions == nullptr) return false;
   const auto supported = readAt<xRRQueryVersionReply>(versions.get());
-  if (supported.majorVersion == 1 && supported.minorVersion < 5) return {};
+  return supported.majorVersion > 1 || supported.minorVersion >= 5;
+}
 
+// Makes the server report every change of the monitors. Of one that a program has defined itself,
+// as with `xrandr --setmonitor`, only the event of the root window tells.
+void selectChanges(xcb_connection_t* connection) {
+  const std::uint32_t structure = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
+  xcb_change_window_attributes(connection, rootOf(connection), XCB_CW_EVENT_MASK, &structure);
+  xRRSelectInputReq request{};
+  request.randrReqType = X_RRSelectInput;
+  request.window = rootOf(connection);
+  request.enable = RRScreenChangeNotifyMask | RRCrtcChangeNotifyMask | RROutputChangeNotifyMask;
+  send(connection, request, false);
+}
+
+std::vector<Monitor> askForMonitors(xcb_connection_t* connection) {
   xRRGetMonitorsReq request{};
   request.randrReqType = X_RRGetMonitors;
-  request.window = xcb_setup_roots_iterator(xcb_get_setup(connection.get())).data->root;
+  request.window = rootOf(connection);
   request.get_active = 1;
-  const auto reply = ask(connection.get(), request);
+  const auto reply = ask(connection, request);
   if (reply == nullptr) return {};
   const auto head = readAt<xRRGetMonitorsReply>(reply.get());
   const unsigned char* const end = reply.get() + sz_xRRGetMonitorsReply + std::size_t{head.length} * 4;
@@ -76,10 +98,35 @@ std::vector<Monitor> X11Monitors::read() {
   const unsigned char* place = reply.get() + sz_xRRGetMonitorsReply;
   for (CARD32 i = 0; i < head.nmonitors && end - place >= sz_xRRMonitorInfo; ++i) {
     const auto info = readAt<xRRMonitorInfo>(place);
-    monitors.push_back({atomName(connection.get(), info.name), {info.x, info.y, info.width, info.height}});
+    monitors.push_back({atomName(connection, info.name), {info.x, info.y, info.width, info.height}});
     place += sz_xRRMonitorInfo + std::size_t{info.noutput} * 4;
   }
   return monitors;
+}
+
+}  // namespace
+
+// Returns whether the server can be asked for its monitors.
+bool X11Monitors::connect() {
+  if (connection == nullptr) {
+    connection.reset(xcb_connect(name.c_str(), nullptr));
+    isAvailable = xcb_connection_has_error(connection.get()) == 0 && hasMonitors(connection.get());
+    if (isAvailable) selectChanges(connection.get());
+  }
+  return isAvailable && xcb_connection_has_error(connection.get()) == 0;
+}
+
+// Returns whether the server has reported something.
+bool X11Monitors::takeEvents() {
+  bool isAny = false;
+  while (const Reply<xcb_generic_event_t> event{xcb_poll_for_event(connection.get())}) isAny = true;
+  return isAny;
+}
+
+std::vector<Monitor> X11Monitors::read() {
+  if (!connect()) return {};
+  if (takeEvents() || !known) known = askForMonitors(connection.get());
+  return *known;
 }
 
 }  // namespace ostler

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,14 +17,18 @@ class X11Monitors {
 public:
   explicit X11Monitors(std::string displayName) : name(std::move(displayName)) {}
 
-  // Returns the monitors that are active now; none when the server has no RandR 1.5.
+  // Returns the monitors that are active now; none when the server has no RandR 1.5. Asks the server
+  // only after a change, because each motion of the pointer needs the answer.
   std::vector<Monitor> read();
 
 private:
   bool connect();
+  bool takeEvents();
 
   const std::string name;  // of the display
   XcbConnection connection;
+  bool isAvailable = false;
+  std::optional<std::vector<Monitor>> known;
 };
 
 }  // namespace ostler
