@@ -1,46 +1,24 @@
 #include "session/eyes.h"
 
-#include <algorithm>
 #include <cstring>
 #include <map>
 #include <stdexcept>
 
-#include <unistd.h>
-
 #include "addon/call_frame.h"
+#include "session/mapped_file.h"
 #include "session/session.h"
 
 namespace ostler {
 namespace {
 
-bool writeAll(int file, const unsigned char* bytes, std::size_t size, std::int64_t offset) {
-  while (size > 0) {
-    const ssize_t written = pwrite(file, bytes, size, offset);
-    if (written <= 0) return false;
-    bytes += written;
-    offset += written;
-    size -= static_cast<std::size_t>(written);
+void writeRows(unsigned char* target, const PixelRows& rows) {
+  const std::size_t rowSize = 4 * static_cast<std::size_t>(rows.width);
+  for (std::int32_t y = 0; y < rows.height; ++y) {
+    writeRgba(target + static_cast<std::size_t>(y) * rowSize, rows, y);
   }
-  return true;
 }
 
-// Converts some rows at a time, which stay in the processor's cache until they are written.
-bool writeRows(int file, std::int64_t offset, const PixelRows& rows) {
-  constexpr std::size_t chunk = 1U << 17U;
-  const std::size_t rowSize = 4 * static_cast<std::size_t>(rows.width);
-  const auto count = static_cast<std::int32_t>(std::max<std::size_t>(chunk / rowSize, 1));
-  std::vector<unsigned char> buffer(rowSize * static_cast<std::size_t>(count));
-  for (std::int32_t y = 0; y < rows.height; y += count) {
-    const std::int32_t end = std::min(y + count, rows.height);
-    for (std::int32_t row = y; row < end; ++row) {
-      writeRgba(buffer.data() + static_cast<std::size_t>(row - y) * rowSize, rows, row);
-    }
-    const std::size_t size = static_cast<std::size_t>(end - y) * rowSize;
-    if (!writeAll(file, buffer.data(), size, offset)) return false;
-    offset += static_cast<std::int64_t>(size);
-  }
-  return true;
-}
+MappedFile results;
 
 // The picture of a part at one time.
 class Watched {
@@ -114,12 +92,13 @@ std::optional<Pixels> pixels(std::int32_t file, std::int32_t offset, std::int32_
   const PixelRows& rows = sight.rows;
   if (rows.width == 0 || rows.height == 0) return std::nullopt;
   Pixels result{{rows.width, rows.height}, {}};
-  if (file >= 0 && writeRows(file, offset, rows)) return result;
-  const std::size_t rowSize = 4 * static_cast<std::size_t>(rows.width);
-  result.data.resize(rowSize * static_cast<std::size_t>(rows.height));
-  for (std::int32_t row = 0; row < rows.height; ++row) {
-    writeRgba(result.data.data() + static_cast<std::size_t>(row) * rowSize, rows, row);
+  const std::size_t size = 4 * static_cast<std::size_t>(rows.width) * static_cast<std::size_t>(rows.height);
+  unsigned char* target = file < 0 ? nullptr : results.at(file, static_cast<std::size_t>(offset), size);
+  if (target == nullptr) {
+    result.data.resize(size);
+    target = result.data.data();
   }
+  writeRows(target, rows);
   return result;
 }
 
