@@ -14,8 +14,6 @@ constexpr milliseconds aroundDragPress{10};
 constexpr milliseconds afterDragStep{5};
 constexpr milliseconds afterCharacter{5};
 constexpr milliseconds beforeDeadKey{50};
-// On a machine with a load of 14, 50 ms were not always enough.
-constexpr milliseconds beforeWrittenDeadKey{150};
 }  // namespace waits
 
 // Sleeps for the whole duration, even when signals arrive meanwhile.

@@ -107,6 +107,12 @@ void SharedMonitors::requireStreams() {
   for (const auto& each : further) each->capture.waitForFirstFrame(std::chrono::steady_clock::now());
 }
 
+std::uint64_t SharedMonitors::countFrames() const {
+  std::uint64_t frames = 0;
+  for (const View& view : views) frames += view.capture->countFrames();
+  return frames;
+}
+
 std::optional<Position> SharedMonitors::reportedPointer() const {
   for (const View& view : views) {
     const std::optional<Position> reported = view.capture->reportedPointer();

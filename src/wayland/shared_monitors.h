@@ -24,6 +24,8 @@ public:
   std::vector<Monitor> list() const;
   // Throws std::runtime_error if a stream has ended.
   void requireStreams();
+  // How many frames have arrived in all.
+  std::uint64_t countFrames() const;
   // Where the pointer is, if a stream reports it.
   std::optional<Position> reportedPointer() const;
 

@@ -62,6 +62,8 @@ protected:
   virtual std::optional<KeyCombo> resolveCombo(const std::string& combo);
   // Returns the key of a combo's part; its code is 0 when the keyboard lacks it.
   virtual EvdevKey keyOfCombo(std::uint64_t keysym);
+  // Waits until the program with the focus has handled the keys that were sent.
+  virtual void waitUntilDrawn() {}
   // Returns the characters of the text that no keys of the active layout type, each once.
   std::vector<std::uint32_t> findUntypable(const std::vector<std::uint32_t>& text);
   // Types a text in which every character can be typed, with a pause after each.
@@ -80,6 +82,7 @@ private:
   void tap(const EvdevKey& key);
   void tap(const DeadKeySequence& sequence, std::chrono::milliseconds pause);
   void waitForKeyboard();
+  void requireNoModifiers();
   bool isTypable(std::uint32_t character);
   void writeCharacter(std::uint32_t character, bool& composedLast);
 

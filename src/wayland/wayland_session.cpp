@@ -14,6 +14,7 @@
 #include "image/crop.h"
 #include "keys/key_names.h"
 #include "keys/text.h"
+#include "wayland/drawing_wait.h"
 #include "wayland/eis/more_evdev_codes.h"
 #include "wayland/lazy/load.h"
 #include "wayland/portal/klipper.h"
@@ -28,6 +29,10 @@ namespace {
 constexpr char noWindows[] =
     "A Wayland desktop does not tell a program about the windows of others; windows are listed on X11 only.";
 
+constexpr std::pair<std::uint32_t, const char*> modifierKeys[] = {
+    {KEY_LEFTSHIFT, "Shift"}, {KEY_RIGHTSHIFT, "Shift"}, {KEY_LEFTCTRL, "Ctrl"},  {KEY_RIGHTCTRL, "Ctrl"},
+    {KEY_LEFTALT, "Alt"},     {KEY_RIGHTALT, "AltGr"},   {KEY_LEFTMETA, "Super"}, {KEY_RIGHTMETA, "Super"}};
+
 // In the record, keys and buttons have their evdev codes.
 class WaylandSession final : public SessionBackend {
 public:
@@ -35,6 +40,7 @@ public:
       : SessionBackend(std::move(heldRecord)), wayland(*this, permission) {}
 
   std::string untypable(const std::string& text) override {
+    requireNoModifierHeld();
     return encodeUtf8(wayland.findUntypable(decodeLines(text)));
   }
   std::vector<Monitor> monitors() override { return wayland.monitors(); }
@@ -97,7 +103,9 @@ private:
     }
     void sendKey(std::uint32_t code, bool pressed) override {
       session.sendRecorded(code, pressed, [&] { WaylandBackend::sendKey(code, pressed); });
+      drawing.noteKey();
     }
+    void waitUntilDrawn() override { drawing.wait(); }
 
     using WaylandBackend::findUntypable;
     using WaylandBackend::write;
@@ -209,6 +217,7 @@ private:
     WaylandSession& session;
     std::optional<SharedMonitors> shared;  // if there are several
     Position lastMotion;
+    DrawingWait drawing{[this] { return shared ? shared->countFrames() : capture.countFrames(); }};
     std::map<std::uint32_t, std::uint64_t> portalKeys;  // the keysym of each code that the portal got
   };
 
@@ -216,11 +225,20 @@ private:
   void sendButton(Button button, bool pressed) override { wayland.sendButton(button, pressed); }
   void sendKey(const std::string& name, bool pressed) override { wayland.setKey(name, pressed); }
   void sendText(const std::vector<std::uint32_t>& text, std::chrono::milliseconds delay) override {
+    requireNoModifierHeld();
     wayland.write(text, delay);
   }
   void sendRelease(std::uint32_t code) override { wayland.release(code); }
   void dragTo(double x, double y) override { wayland.dragTo(x, y); }
   std::uint32_t codeOfKey(const std::string& name) override { return wayland.codeOfKey(name); }
+
+  // The host itself may hold modifiers, which not every compositor reports.
+  void requireNoModifierHeld() const {
+    for (const auto& [code, name] : modifierKeys) {
+      if (isHeld(code))
+        throw std::runtime_error(name + std::string(" is held down, which would change the text."));
+    }
+  }
 
   Recorded wayland;
 };

@@ -1,6 +1,9 @@
 #include <algorithm>
-#include <exception>
+#include <array>
+#include <bit>
+#include <chrono>
 #include <stdexcept>
+#include <string>
 
 #include <X11/keysym.h>
 
@@ -12,6 +15,18 @@
 
 namespace ostler {
 namespace {
+
+// A user who has started the program with a shortcut releases it meanwhile. Reports of our own keys may
+// also be on their way.
+constexpr std::chrono::milliseconds releaseLimit{500};
+
+// XKB's modifiers except Lock and Num Lock, the second and fifth.
+constexpr std::uint32_t realModifiers = 0b11101101;
+
+std::string nameOfModifier(std::uint32_t held) {
+  constexpr std::array names{"Shift", "Lock", "Ctrl", "Alt", "Num Lock", "Hyper", "Super", "AltGr"};
+  return names[static_cast<std::size_t>(std::countr_zero(held))];
+}
 
 // Line feed is the Return key.
 std::uint64_t keysymOf(std::uint32_t character) { return typedKeysym(character).value_or(XK_VoidSymbol); }
@@ -27,6 +42,19 @@ void WaylandBackend::waitForKeyboard() {
   }
 }
 
+// The compositor combines the modifiers of all keyboards. GNOME 51 and KDE Plasma 6.7 report them.
+void WaylandBackend::requireNoModifiers() {
+  const auto deadline = std::chrono::steady_clock::now() + releaseLimit;
+  std::uint32_t held = 0;
+  while ((held = eis.heldModifiers() & realModifiers) != 0) {
+    if (std::chrono::steady_clock::now() >= deadline) {
+      throw std::runtime_error(nameOfModifier(held) + " is held down, which would change the text.");
+    }
+    sleepFor(std::chrono::milliseconds(5));
+    requireSession();  // reads the reports
+  }
+}
+
 bool WaylandBackend::isTypable(std::uint32_t character) {
   const std::uint64_t keysym = keysymOf(character);
   // Without EIS, the portal drops other characters without an error.
@@ -37,6 +65,7 @@ bool WaylandBackend::isTypable(std::uint32_t character) {
 std::vector<std::uint32_t> WaylandBackend::findUntypable(const std::vector<std::uint32_t>& text) {
   beginOperation();
   waitForKeyboard();
+  requireNoModifiers();
   std::vector<std::uint32_t> untypable;
   for (const std::uint32_t character : text) {
     if (std::ranges::find(untypable, character) == untypable.end() && !isTypable(character)) {
@@ -68,8 +97,7 @@ void WaylandBackend::write(const std::vector<std::uint32_t>& text, std::chrono::
   restoreCapsLock();
 }
 
-// `composedLast` is whether the character before was typed with a dead key. Composed characters
-// cannot overtake each other, so only other keys need a pause after them.
+// `composedLast` is whether the character before was typed with a dead key.
 void WaylandBackend::writeCharacter(std::uint32_t character, bool& composedLast) {
   const std::uint64_t keysym = keysymOf(character);
   const auto throughEis = [&] {
@@ -77,7 +105,9 @@ void WaylandBackend::writeCharacter(std::uint32_t character, bool& composedLast)
       tap(*key);
       composedLast = false;
     } else if (const auto sequence = eis.findSequence(keysym)) {
-      tap(*sequence, composedLast ? std::chrono::milliseconds(0) : waits::beforeWrittenDeadKey);
+      // Composed characters cannot overtake each other.
+      if (!composedLast) waitUntilDrawn();
+      tap(*sequence, std::chrono::milliseconds(0));
       composedLast = true;
     } else {
       throw std::runtime_error("The keyboard layout changed while a text was written.");

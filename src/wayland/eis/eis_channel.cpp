@@ -215,6 +215,8 @@ bool EisChannel::handle(ei_event* event) {
     case EI_EVENT_KEYBOARD_MODIFIERS:
       if (device == eiKeyboard.device.get()) {
         group = ei_event_keyboard_get_xkb_group(event);
+        modifiers =
+            ei_event_keyboard_get_xkb_mods_depressed(event) | ei_event_keyboard_get_xkb_mods_latched(event);
         capsLocked = (ei_event_keyboard_get_xkb_mods_locked(event) & lockModifier) != 0;
       }
       return false;

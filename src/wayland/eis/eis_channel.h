@@ -60,6 +60,8 @@ public:
 
   // Whether the compositor has reported that Caps Lock is on.
   bool isCapsLocked() const { return capsLocked; }
+  // The modifiers of XKB that the compositor has reported as held down or latched, on any keyboard.
+  std::uint32_t heldModifiers() const { return modifiers; }
 
   FileDescriptor eisFd;
   // Null if there is no channel.
@@ -90,6 +92,7 @@ private:
   std::optional<std::uint32_t> group;
   int unansweredPings = 0;
   bool capsLocked = false;
+  std::uint32_t modifiers = 0;
 };
 
 }  // namespace ostler

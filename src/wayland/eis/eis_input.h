@@ -68,6 +68,7 @@ public:
   }
 
   bool isCapsLocked() const { return channel.isCapsLocked(); }
+  std::uint32_t heldModifiers() const { return channel.heldModifiers(); }
 
   // A target outside all regions of the pointer is moved to the nearest point inside one.
   void moveTo(double x, double y);

@@ -24,6 +24,8 @@
   apply(ei_event_get_seat) \
   apply(ei_event_get_type) \
   apply(ei_event_keyboard_get_xkb_group) \
+  apply(ei_event_keyboard_get_xkb_mods_depressed) \
+  apply(ei_event_keyboard_get_xkb_mods_latched) \
   apply(ei_event_keyboard_get_xkb_mods_locked) \
   apply(ei_event_unref) \
   apply(ei_get_event) \

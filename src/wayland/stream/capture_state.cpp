@@ -63,6 +63,7 @@ void CaptureState::store(std::optional<Frame> newFrame, std::optional<Point> cur
     if (next != nullptr) {
       frame.swap(next);
       frameReady = true;
+      ++frames;
     }
     if (cursor) {
       streamCursorX = cursor->x;
@@ -129,6 +130,11 @@ void CaptureState::waitForFirstFrame(std::chrono::steady_clock::time_point deadl
 std::shared_ptr<const Frame> CaptureState::latestFrame() const {
   const MutexLock lock(frameMutex);
   return frame;
+}
+
+std::uint64_t CaptureState::countFrames() const {
+  const MutexLock lock(frameMutex);
+  return frames;
 }
 
 Size CaptureState::display() const {

@@ -45,6 +45,8 @@ public:
   void waitForFirstFrame(std::chrono::steady_clock::time_point deadline);
   // Null before the first frame.
   std::shared_ptr<const Frame> latestFrame() const;
+  // How many frames have arrived.
+  std::uint64_t countFrames() const;
   // The size in display units, or in stream pixels if that is unknown. Throws
   // while neither is known.
   Size display() const;
@@ -67,6 +69,7 @@ private:
   std::condition_variable frameCondition;
   std::optional<std::chrono::steady_clock::time_point> formatLost OSTLER_GUARDED_BY(frameMutex);
   bool frameReady OSTLER_GUARDED_BY(frameMutex) = false;
+  std::uint64_t frames OSTLER_GUARDED_BY(frameMutex) = 0;
   bool streamFailed OSTLER_GUARDED_BY(frameMutex) = false;
   std::string streamError OSTLER_GUARDED_BY(frameMutex);
   std::uint32_t videoFormat OSTLER_GUARDED_BY(frameMutex) = 0;
