@@ -134,8 +134,10 @@ class Desktop {
 
   async write(text, given) {
     const { paste: mode, delay, ...options } = checkCallOptions(given);
+    const chosen = optional(pasteMode, 'auto')(mode, 'paste');
     const checked = {
-      paste: optional(pasteMode, 'auto')(mode, 'paste'),
+      // A paste that cannot work must not be discovered after half of the text.
+      paste: chosen === 'auto' && this.clipboard === 'none' ? 'never' : chosen,
       delay: Math.round(optional(duration, 5)(delay, 'delay')),
     };
     checkText(text, 'text');

@@ -21,6 +21,20 @@ void DrawingWait::noteKey() {
   lastKey = Clock::now();
 }
 
+void DrawingWait::settle() {
+  std::uint64_t seen = count();
+  Clock::time_point lastChange = lastKey;
+  const Clock::time_point deadline = Clock::now() + longestBlind;
+  for (Clock::time_point now = Clock::now(); now - lastChange < pause && now < deadline; now = Clock::now()) {
+    throwIfInterrupted();
+    sleepFor(interval);
+    if (const std::uint64_t counted = count(); counted != seen) {
+      seen = counted;
+      lastChange = now;
+    }
+  }
+}
+
 void DrawingWait::wait() {
   std::uint64_t seen = before;
   Clock::time_point lastPicture = lastKey;

@@ -64,6 +64,8 @@ protected:
   virtual EvdevKey keyOfCombo(std::uint64_t keysym);
   // Waits until the program with the focus has handled the keys that were sent.
   virtual void waitUntilDrawn() {}
+  // Waits until it has drawn the keys so far, if it is not busy.
+  virtual void waitUntilSettled() {}
   // Returns the characters of the text that no keys of the active layout type, each once.
   std::vector<std::uint32_t> findUntypable(const std::vector<std::uint32_t>& text);
   // Types a text in which every character can be typed, with a pause after each.

@@ -106,6 +106,7 @@ private:
       drawing.noteKey();
     }
     void waitUntilDrawn() override { drawing.wait(); }
+    void waitUntilSettled() override { drawing.settle(); }
 
     using WaylandBackend::findUntypable;
     using WaylandBackend::write;

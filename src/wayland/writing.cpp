@@ -85,9 +85,13 @@ void WaylandBackend::write(const std::vector<std::uint32_t>& text, std::chrono::
   };
   bool composedLast = false;
   try {
-    for (const std::uint32_t character : text) {
+    const auto needsDeadKey = [&](std::size_t position) {
+      return position < text.size() && !eis.findKey(keysymOf(text[position]));
+    };
+    for (std::size_t i = 0; i < text.size(); ++i) {
+      if (eis.hasDevice(InputKind::keyboard) && !needsDeadKey(i) && needsDeadKey(i + 1)) waitUntilSettled();
       if (escapePressed) throw std::runtime_error(stoppedByUser);
-      writeCharacter(character, composedLast);
+      writeCharacter(text[i], composedLast);
       sleepFor(delay);
     }
   } catch (...) {

@@ -107,6 +107,17 @@ it('writes with keys and dead keys, whatever Caps Lock says, or names what these
   assert.deepStrictEqual(await sent('qué\r\n', never), taps(16, 22, 40, 18, 28));
   assert.deepStrictEqual(await sent('qж中ć', never),
     ['The text has characters that cannot be typed: ж (U+0436), 中 (U+4E2D), ć (U+0107).']);
+  // Without a clipboard nothing can be pasted, which must not come out half way.
+  assert.strictEqual(desktop.clipboard, 'none');
+  assert.deepStrictEqual(await sent('qж', { paste: 'auto' }), ['The text has characters that cannot be typed: ж (U+0436).']);
+  await own.act(['held', 1]);
+  assert.deepStrictEqual(await sent('q', never), ['Shift is held down, which would change the text.']);
+  await own.act(['held', 0]);
+  await desktop.keyDown('ctrl');
+  await own.recordWhen((lines) => lines.at(-1).endsWith('key 29 1'));
+  assert.deepStrictEqual(await sent('q', never), ['Ctrl is held down, which would change the text.']);
+  await desktop.keyUp('ctrl');
+  await own.recordWhen((lines) => lines.at(-1).endsWith('key 29 0'));
   await own.act(['locked', 2]);
   assert.deepStrictEqual(await sent('q', never), taps(58, 16, 58));
   await desktop.close();

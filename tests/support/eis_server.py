@@ -93,8 +93,8 @@ class Channel:
                 eis('device_remove', self.devices[value])
             elif command == 'fragile':  # removes the device after its next frame
                 self.fragile = value
-            elif command in ('group', 'locked'):
-                state = (0, 0, 0, value) if command == 'group' else (0, 0, value, 0)
+            elif command in ('held', 'locked', 'group'):
+                state = {'held': (value, 0, 0, 0), 'locked': (0, 0, value, 0), 'group': (0, 0, 0, value)}[command]
                 eis('device_keyboard_send_xkb_modifiers', self.devices[-1], *map(ctypes.c_uint32, state))
         self.write_down('eis acted')
 
