@@ -1,17 +1,19 @@
 #!/bin/sh
 # Runs the tests of tests/real_desktop on headless desktops, GNOME and KDE of both
-# releases unless one is named: test_desktop.sh [gnome | kde] [--suite trixie | sid]
+# releases unless one is named: test_desktop.sh [gnome | kde] [--suite trixie | sid] [--texts]
+# --texts runs the test of texts on many layouts instead, which takes longer.
 # Debian 13 (trixie) has GNOME 48 and KDE Plasma 6.3, sid has later ones.
 # The first run builds each desktop in a directory (see docs/test-desktop.md).
 # If something is missing, prints what it is and exits with 77.
 set -eu
 cd "$(dirname "$0")/.."
-desktops='gnome kde' suites='trixie sid'
+desktops='gnome kde' suites='trixie sid' test=real_desktop
 while [ $# -gt 0 ]; do
   case "$1 ${2:-}" in
     gnome\ * | kde\ *) desktops=$1 ;;
     '--suite trixie' | '--suite sid') suites=$2; shift ;;
-    *) echo "usage: $0 [gnome | kde] [--suite trixie | sid]" >&2; exit 2 ;;
+    --texts\ *) test=writing ;;
+    *) echo "usage: $0 [gnome | kde] [--suite trixie | sid] [--texts]" >&2; exit 2 ;;
   esac
   shift
 done
@@ -67,6 +69,20 @@ build_root() { # build_root DESKTOP SUITE ROOT
   mv "$3.part" "$3"
 }
 
+# The programs with text fields are needed by --texts only.
+add_fields() { # add_fields ROOT
+  [ ! -x "$1/usr/bin/foot" ] || return 0
+  $namespace sh -euc '
+    cd "$1"
+    mount -t proc proc proc
+    mount --rbind /dev dev
+    cp /etc/resolv.conf etc/
+    export DEBIAN_FRONTEND=noninteractive
+    chroot . apt-get -q update
+    chroot . apt-get -q install -y --no-install-recommends python3-pyqt6 qt6-wayland foot
+    chroot . apt-get clean' - "$1" </dev/null
+}
+
 [ "$(id -u)" -eq 0 ] || missing 'run it as root'
 $namespace true 2>/dev/null || missing 'this system allows no new namespaces (unshare)'
 root_of() { # root_of DESKTOP SUITE
@@ -79,11 +95,12 @@ for desktop in $desktops; do
   for suite in $suites; do
     root=$(root_of "$desktop" "$suite")
     [ -d "$root" ] || build_root "$desktop" "$suite" "$root"
+    [ "$test" != writing ] || add_fields "$root"
   done
 done
 
-sh scripts/build.sh release ostler
-export OSTLER_ADDON="$PWD/build/ostler.node" OSTLER_RENDER_NODE="$PWD/build/render_node.so" OSTLER_DESKTOP OSTLER_DESKTOP_SUITE OSTLER_DESKTOP_ROOT
+sh scripts/build.sh release
+export OSTLER_SESSION="$PWD/build/session.node" OSTLER_ADDON="$PWD/build/ostler.node" OSTLER_RENDER_NODE="$PWD/build/render_node.so" OSTLER_DESKTOP OSTLER_DESKTOP_SUITE OSTLER_DESKTOP_ROOT
 status=0
 for OSTLER_DESKTOP in $desktops; do
   for OSTLER_DESKTOP_SUITE in $suites; do
@@ -93,7 +110,7 @@ for OSTLER_DESKTOP in $desktops; do
         -idirafter "$OSTLER_DESKTOP_ROOT/usr/include" -o "$OSTLER_RENDER_NODE" tests/real_desktop/render_node.cpp
     fi
     echo "ostler: tests on $OSTLER_DESKTOP of $OSTLER_DESKTOP_SUITE"
-    $namespace sh -c 'node tests/real_desktop/real_desktop.test.js; exit $?' || status=$?
+    $namespace sh -c 'node "tests/real_desktop/$0.test.js"; exit $?' "$test" || status=$?
   done
 done
 exit $status

@@ -18,9 +18,10 @@ const name = process.env.OSTLER_DESKTOP;
 const suite = process.env.OSTLER_DESKTOP_SUITE;
 const makeUser = require(`./${name}_user`);
 
-async function startDesktop(size, scale = 1, monitors = 1) {
+// `witness` is a program of this directory that the desktop can run; witness.py is started.
+async function startDesktop(size, scale = 1, monitors = 1, witness = 'witness.py') {
   const { directory, inside, env } = makeSession();
-  fs.copyFileSync(path.join(__dirname, 'witness.py'), inside('witness.py'));
+  fs.copyFileSync(path.join(__dirname, witness), inside(witness));
   const options = [name, process.env.OSTLER_DESKTOP_ROOT, directory, size, String(scale), String(monitors)];
   const session = spawn(path.join(__dirname, 'session.sh'), options, { stdio: ['pipe', 'pipe', 'inherit'] });
   const ended = once(session, 'exit');
@@ -36,6 +37,7 @@ async function startDesktop(size, scale = 1, monitors = 1) {
 
   const desktop = {
     env,
+    directory,
     // The input that the window received, one event a line (see witness.py).
     events,
     seen,
@@ -52,8 +54,10 @@ async function startDesktop(size, scale = 1, monitors = 1) {
   // isShared() returns whether any session is open. On GNOME share(ask, monitor) chooses one of two
   // monitors, counted from 0, and pointer() returns where the pointer is. moveTo(x, y) moves the pointer.
   Object.assign(desktop, await makeUser({ call, env, waitUntil }));
-  desktop.command(`"\${inside[@]}" python3 /run/desktop/witness.py &`);
-  await seen('active');
+  if (witness === 'witness.py') {
+    desktop.command(`"\${inside[@]}" python3 /run/desktop/witness.py &`);
+    await seen('active');
+  }
   return desktop;
 }
 

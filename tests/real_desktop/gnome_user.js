@@ -72,6 +72,8 @@ module.exports = async ({ call, waitUntil }) => {
     endSharing: () => evaluate("user.sharings.forEach((sharing) => sharing.stop()); ''"),
     // As when the screen is locked on a desktop with monitors.
     lock: () => evaluate("global.backend.get_remote_access_controller().inhibit_remote_access(); ''"),
+    switchLayout: (number) => (
+      evaluate(`Main.panel.statusArea.keyboard._inputSourceManager.inputSources[${number}].activate(true); ''`)),
     isShared: () => evaluate('user.sharings.size > 0'),
   };
 };

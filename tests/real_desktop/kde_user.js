@@ -62,6 +62,8 @@ module.exports = async ({ call, env, waitUntil }) => {
     async endSharing() {
       for (const path of await sessions()) await call(backend, path, 'org.freedesktop.impl.portal.Session.Close');
     },
+    switchLayout: (number) => (
+      call('org.kde.keyboard', '/Layouts', 'org.kde.KeyboardLayouts.setLayout', `uint32 ${number}`)),
     isShared: async () => (await sessions()).length > 0,
   };
 };

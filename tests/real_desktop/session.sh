@@ -57,7 +57,10 @@ scale_gnome() {
   done
   "${inside[@]}" gdctl set "${places[@]}" >&2
 }
-layout_gnome() { "${inside[@]}" gsettings set org.gnome.desktop.input-sources sources "[('xkb', '$1')]"; }
+# Layouts are given as in "us,de+neo".
+layout_gnome() {
+  "${inside[@]}" gsettings set org.gnome.desktop.input-sources sources "[('xkb', '${1//,/\'), (\'xkb\', \'}')]"
+}
 
 start_kde() {
   configure kwinrc '[Plugins]' overviewEnabled=false windowviewEnabled=false shakecursorEnabled=false
@@ -78,7 +81,12 @@ scale_kde() {
   for ((i = 1; i <= monitors; i++)); do "${inside[@]}" kscreen-doctor "output.$i.scale.$1" >&2; done
 }
 layout_kde() {
-  configure kxkbrc '[Layout]' Use=true "LayoutList=$1"
+  local each layouts='' variants=''
+  for each in ${1//,/ }; do
+    layouts+=,${each%+*}
+    variants+=,$([ "${each#*+}" = "$each" ] || echo "${each#*+}")
+  done
+  configure kxkbrc '[Layout]' Use=true "LayoutList=${layouts#,}" "VariantList=${variants#,}"
   # Plasma 6.3 has a signal of its own, 6.7 one for any file: that "LayoutList"
   # has changed in its group.
   "${inside[@]}" gdbus emit --session -o /Layouts -s org.kde.keyboard.reloadConfig
