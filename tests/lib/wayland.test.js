@@ -112,7 +112,8 @@ it('writes with keys and dead keys, whatever Caps Lock says, or names what these
   assert.deepStrictEqual(await sent('qж', { paste: 'auto' }), ['The text has characters that cannot be typed: ж (U+0436).']);
   await own.act(['held', 1]);
   assert.deepStrictEqual(await sent('q', never), ['Shift is held down, which would change the text.']);
-  await own.act(['held', 0]);
+  await own.act(['remove', 1], ['add', 'keyboard#es']);  // nothing is held on the new keyboard
+  assert.deepStrictEqual(await sent('q', never), taps(16));
   await desktop.keyDown('ctrl');
   await own.recordWhen((lines) => lines.at(-1).endsWith('key 29 1'));
   assert.deepStrictEqual(await sent('q', never), ['Ctrl is held down, which would change the text.']);

@@ -251,7 +251,10 @@ void EisChannel::takeDevice(EisSlot& slot) {
     slot.device.reset(ei_device_ref(device.get()));
     slot.removed = false;
     ei_device_start_emulating(device.get(), 0);  // no effect if it was started already
-    if (&slot == &eiKeyboard) group.reset();
+    if (&slot == &eiKeyboard) {
+      group.reset();
+      modifiers = 0;
+    }
     return;
   }
 }
