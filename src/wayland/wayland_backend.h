@@ -62,6 +62,8 @@ protected:
   virtual std::optional<KeyCombo> resolveCombo(const std::string& combo);
   // Returns the key of a combo's part; its code is 0 when the keyboard lacks it.
   virtual EvdevKey keyOfCombo(std::uint64_t keysym);
+  // Returns the name of a modifier that is held down, if any is.
+  virtual std::string heldModifier() const;
   // Waits until the program with the focus has handled the keys that were sent.
   virtual void waitUntilDrawn() {}
   // Waits until it has drawn the keys so far, if it is not busy.

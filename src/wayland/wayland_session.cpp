@@ -40,7 +40,6 @@ public:
       : SessionBackend(std::move(heldRecord)), wayland(*this, permission) {}
 
   std::string untypable(const std::string& text) override {
-    requireNoModifierHeld();
     return encodeUtf8(wayland.findUntypable(decodeLines(text)));
   }
   std::vector<Monitor> monitors() override { return wayland.monitors(); }
@@ -104,6 +103,13 @@ private:
     void sendKey(std::uint32_t code, bool pressed) override {
       session.sendRecorded(code, pressed, [&] { WaylandBackend::sendKey(code, pressed); });
       drawing.noteKey();
+    }
+    // The host itself may hold modifiers, which not every compositor reports.
+    std::string heldModifier() const override {
+      for (const auto& [code, name] : modifierKeys) {
+        if (session.isHeld(code)) return name;
+      }
+      return WaylandBackend::heldModifier();
     }
     void waitUntilDrawn() override { drawing.wait(); }
     void waitUntilSettled() override { drawing.settle(); }
@@ -226,20 +232,11 @@ private:
   void sendButton(Button button, bool pressed) override { wayland.sendButton(button, pressed); }
   void sendKey(const std::string& name, bool pressed) override { wayland.setKey(name, pressed); }
   void sendText(const std::vector<std::uint32_t>& text, std::chrono::milliseconds delay) override {
-    requireNoModifierHeld();
     wayland.write(text, delay);
   }
   void sendRelease(std::uint32_t code) override { wayland.release(code); }
   void dragTo(double x, double y) override { wayland.dragTo(x, y); }
   std::uint32_t codeOfKey(const std::string& name) override { return wayland.codeOfKey(name); }
-
-  // The host itself may hold modifiers, which not every compositor reports.
-  void requireNoModifierHeld() const {
-    for (const auto& [code, name] : modifierKeys) {
-      if (isHeld(code))
-        throw std::runtime_error(name + std::string(" is held down, which would change the text."));
-    }
-  }
 
   Recorded wayland;
 };

@@ -23,11 +23,6 @@ constexpr std::chrono::milliseconds releaseLimit{500};
 // XKB's modifiers except Lock and Num Lock, the second and fifth.
 constexpr std::uint32_t realModifiers = 0b11101101;
 
-std::string nameOfModifier(std::uint32_t held) {
-  constexpr std::array names{"Shift", "Lock", "Ctrl", "Alt", "Num Lock", "Hyper", "Super", "AltGr"};
-  return names[static_cast<std::size_t>(std::countr_zero(held))];
-}
-
 // Line feed is the Return key.
 std::uint64_t keysymOf(std::uint32_t character) { return typedKeysym(character).value_or(XK_VoidSymbol); }
 
@@ -43,12 +38,17 @@ void WaylandBackend::waitForKeyboard() {
 }
 
 // The compositor combines the modifiers of all keyboards. GNOME 51 and KDE Plasma 6.7 report them.
+std::string WaylandBackend::heldModifier() const {
+  constexpr std::array names{"Shift", "Lock", "Ctrl", "Alt", "Num Lock", "Hyper", "Super", "AltGr"};
+  const std::uint32_t held = eis.heldModifiers() & realModifiers;
+  return held == 0 ? "" : names[static_cast<std::size_t>(std::countr_zero(held))];
+}
+
 void WaylandBackend::requireNoModifiers() {
   const auto deadline = std::chrono::steady_clock::now() + releaseLimit;
-  std::uint32_t held = 0;
-  while ((held = eis.heldModifiers() & realModifiers) != 0) {
+  for (std::string name; !(name = heldModifier()).empty();) {
     if (std::chrono::steady_clock::now() >= deadline) {
-      throw std::runtime_error(nameOfModifier(held) + " is held down, which would change the text.");
+      throw std::runtime_error(name + " is held down, which would change the text.");
     }
     sleepFor(std::chrono::milliseconds(5));
     requireSession();  // reads the reports
