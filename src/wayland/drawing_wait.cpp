@@ -8,7 +8,6 @@ namespace {
 
 using std::chrono::milliseconds;
 
-constexpr milliseconds least{50};
 constexpr milliseconds pause{60};  // GNOME and KDE send a picture up to 50 ms after the drawing
 constexpr milliseconds longest{1200};
 constexpr milliseconds longestBlind{150};
@@ -21,35 +20,24 @@ void DrawingWait::noteKey() {
   lastKey = Clock::now();
 }
 
-void DrawingWait::settle() {
-  std::uint64_t seen = count();
-  Clock::time_point lastChange = lastKey;
-  const Clock::time_point deadline = Clock::now() + longestBlind;
-  for (Clock::time_point now = Clock::now(); now - lastChange < pause && now < deadline; now = Clock::now()) {
-    throwIfInterrupted();
-    sleepFor(interval);
-    if (const std::uint64_t counted = count(); counted != seen) {
-      seen = counted;
-      lastChange = now;
-    }
-  }
-}
+void DrawingWait::settle() { waitForPause(false, Clock::now() + longestBlind); }
 
-void DrawingWait::wait() {
+void DrawingWait::wait() { isBlind = !waitForPause(true, lastKey + (isBlind ? longestBlind : longest)); }
+
+// Waits until no picture has come for a while. Returns whether one has come since the last key.
+bool DrawingWait::waitForPause(bool isPictureNeeded, Clock::time_point deadline) {
   std::uint64_t seen = before;
   Clock::time_point lastPicture = lastKey;
-  const Clock::time_point deadline = lastKey + (isBlind ? longestBlind : longest);
   for (Clock::time_point now = Clock::now();; now = Clock::now()) {
     throwIfInterrupted();
     if (const std::uint64_t counted = count(); counted != seen) {
       seen = counted;
       lastPicture = now;
     }
-    const bool isDrawn = seen != before && now - lastPicture >= pause && now - lastKey >= least;
-    if (isDrawn || now >= deadline) break;
+    const bool isEnough = seen != before || !isPictureNeeded;
+    if ((isEnough && now - lastPicture >= pause) || now >= deadline) return seen != before;
     sleepFor(interval);
   }
-  isBlind = seen == before;
 }
 
 }  // namespace ostler

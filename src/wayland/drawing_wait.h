@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <utility>
 
 namespace ostler {
 
@@ -25,6 +26,8 @@ public:
 
 private:
   using Clock = std::chrono::steady_clock;
+
+  bool waitForPause(bool isPictureNeeded, Clock::time_point deadline);
 
   const std::function<std::uint64_t()> count;
   std::uint64_t before = 0;  // pictures when the last key was sent
