@@ -9,7 +9,8 @@ namespace ostler {
 class MappedFile {
 public:
   // Returns the memory at an offset of the file, which grows where it is shorter; null when that
-  // fails. It stays mapped, because mapping it anew costs as much as writing to it.
+  // fails. It stays mapped, because mapping it anew costs as much as writing to it. The descriptor
+  // must not be closed meanwhile.
   unsigned char* at(int file, std::size_t offset, std::size_t length);
 
 private:

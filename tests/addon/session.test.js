@@ -60,6 +60,21 @@ describe('on an X server', () => {
   after(() => host.stop().finally(server.stop));
   const pressed = () => keyboardState(server.env).down;
 
+  it('writes pixels to the file, or gives them itself when it cannot', async () => {
+    const lengths = (file, flags) => host.run((session, name, mode) => {
+      const descriptor = require('node:fs').openSync(name, mode);
+      const { width, height, data } = session.pixels(descriptor, 4096, 0, 0, 20, 10);
+      require('node:fs').closeSync(descriptor);
+      return [width, height, data?.length];
+    }, file, flags);
+    const file = path.join(server.env.XDG_RUNTIME_DIR, 'pixels');
+    fs.writeFileSync(file, '');
+    for (const [name, flags, length] of [['a file to read', 'r', 800], ['a file to write', 'r+', undefined]]) {
+      assert.deepStrictEqual(await lengths(file, flags), [20, 10, length], name);
+    }
+    assert.strictEqual(fs.statSync(file).size, 4096 + 800);
+  });
+
   it('holds buttons and keys, and releases all', async () => {
     const button = 256;
     for (const name of ['left', 'middle', 'right']) await host.call('setButton', name, true);
