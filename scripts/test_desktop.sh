@@ -36,6 +36,19 @@ packages_of() {
   esac
 }
 
+install_into() { # install_into ROOT PACKAGES
+  # Package installation needs /proc and /dev.
+  $namespace sh -euc '
+    cd "$1"
+    mount -t proc proc proc
+    mount --rbind /dev dev
+    cp /etc/resolv.conf etc/
+    export DEBIAN_FRONTEND=noninteractive
+    chroot . apt-get -q update
+    chroot . apt-get -q install -y --no-install-recommends $2
+    chroot . apt-get clean' - "$1" "$2" </dev/null
+}
+
 build_root() { # build_root DESKTOP SUITE ROOT
   . /etc/os-release
   case "${ID:-}-${VERSION_ID:-}" in
@@ -54,33 +67,10 @@ build_root() { # build_root DESKTOP SUITE ROOT
   rm -rf "$3.part"
   mkdir -p "$3.part"
   debootstrap --variant=minbase "$2" "$3.part" "$(mirror)"
-  # Package installation needs /proc and /dev. A mirror that stands still serves
-  # sid beyond the date up to which its list is valid.
-  $namespace sh -euc '
-    cd "$1"
-    sed -i "s/^deb /deb [check-valid-until=no] /" etc/apt/sources.list
-    mount -t proc proc proc
-    mount --rbind /dev dev
-    cp /etc/resolv.conf etc/
-    export DEBIAN_FRONTEND=noninteractive
-    chroot . apt-get -q update
-    chroot . apt-get -q install -y --no-install-recommends $2
-    chroot . apt-get clean' - "$3.part" "$packages $(packages_of "$1")" </dev/null
+  # A mirror that stands still serves sid beyond the date up to which its list is valid.
+  sed -i 's/^deb /deb [check-valid-until=no] /' "$3.part/etc/apt/sources.list"
+  install_into "$3.part" "$packages $(packages_of "$1")"
   mv "$3.part" "$3"
-}
-
-# The programs with text fields are needed by --texts only.
-add_fields() { # add_fields ROOT
-  [ ! -x "$1/usr/bin/foot" ] || return 0
-  $namespace sh -euc '
-    cd "$1"
-    mount -t proc proc proc
-    mount --rbind /dev dev
-    cp /etc/resolv.conf etc/
-    export DEBIAN_FRONTEND=noninteractive
-    chroot . apt-get -q update
-    chroot . apt-get -q install -y --no-install-recommends python3-pyqt6 qt6-wayland foot
-    chroot . apt-get clean' - "$1" </dev/null
 }
 
 [ "$(id -u)" -eq 0 ] || missing 'run it as root'
@@ -95,7 +85,8 @@ for desktop in $desktops; do
   for suite in $suites; do
     root=$(root_of "$desktop" "$suite")
     [ -d "$root" ] || build_root "$desktop" "$suite" "$root"
-    [ "$test" != writing ] || add_fields "$root"
+    # Only the test of texts needs programs with text fields.
+    [ "$test" != writing ] || [ -x "$root/usr/bin/foot" ] || install_into "$root" 'python3-pyqt6 qt6-wayland foot'
   done
 done
 
