@@ -29,9 +29,14 @@ void WaylandBackend::key(const std::string& combo) {
 
 // When the list of layouts changes, GNOME 51 removes the keyboard and is busy with the keymap for a moment.
 // It drops the keys that were sent meanwhile, without an error.
+void WaylandBackend::requireNoLostKeys() const {
+  if (eis.mayHaveLostKeys())
+    throw std::runtime_error("The Wayland keyboard was replaced while keys were sent.");
+}
+
 void WaylandBackend::requireKeysProcessed() {
-  if (!eis.hasDevice(InputKind::keyboard) || eis.awaitProcessing(InputKind::keyboard)) return;
-  throw std::runtime_error("The Wayland keyboard was replaced while keys were sent.");
+  eis.awaitKeyReport();
+  requireNoLostKeys();
 }
 
 void WaylandBackend::tapThroughEis(const KeyCombo& keys) {

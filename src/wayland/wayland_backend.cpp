@@ -63,7 +63,9 @@ void WaylandBackend::send(InputKind kind, const std::function<void()>& throughEi
                           const std::function<void()>& throughPortal) {
   requireSession();
   portal.requireUnlocked();
+  if (kind == InputKind::keyboard) requireNoLostKeys();
   deliver(kind, throughEis, throughPortal);
+  if (kind == InputKind::keyboard) eis.requestKeyReport();
 }
 
 void WaylandBackend::deliver(InputKind kind, const std::function<void()>& throughEis,

@@ -53,6 +53,8 @@ protected:
   void sendButton(Button button, bool pressed) override;
   void dragTo(double x, double y) override;
   virtual void sendMotion(Position target);
+  // Call this at the end of each operation that sends keys. Throws if any may be lost.
+  void requireKeysProcessed();
   // Where the desktop has reported the pointer.
   virtual std::optional<Position> reportedPointer() const { return capture.reportedPointer(); }
   virtual void turnWheel(std::int64_t right, std::int64_t down);
@@ -78,8 +80,8 @@ protected:
 private:
   bool beginsAtCorner(Position target) const;
   bool isHeldAtCorner(Position target);
-  // Throws if the keyboard was replaced while keys were sent.
-  void requireKeysProcessed();
+  // Throws if the keyboard went away before the compositor had processed the keys of this operation.
+  void requireNoLostKeys() const;
   void tapThroughEis(const KeyCombo& keys);
   void typeThroughEis(std::uint64_t keysym);
   void typeThroughPortal(std::uint64_t keysym);

@@ -149,7 +149,10 @@ private:
         portalKeys[code] = keysym;
         session.sendRecorded(code, pressed, [&] { portalInput.key(keysym, pressed); });
       };
-      if (pressed) return send(InputKind::keyboard, throughEis, throughPortal);
+      if (pressed) {
+        send(InputKind::keyboard, throughEis, throughPortal);
+        return requireKeysProcessed();
+      }
       requireSession();
       deliver(InputKind::keyboard, throughEis, throughPortal);
     }

@@ -94,6 +94,7 @@ void WaylandBackend::write(const std::vector<std::uint32_t>& text, std::chrono::
       writeCharacter(text[i], composedLast);
       sleepFor(delay);
     }
+    requireKeysProcessed();
   } catch (...) {
     restoreCapsLock();
     throw;

@@ -10,7 +10,7 @@ import os
 from gi.repository import GLib
 
 library = ctypes.CDLL('libeis.so.1')
-CONNECT, BIND, FRAME, START = 1, 3, 100, 200
+CONNECT, BIND, SYNC, FRAME, START = 1, 3, 91, 100, 200
 INPUT = {
     400: (' motion %.9g %.9g', ctypes.c_double, 'pointer_get_absolute_x', 'pointer_get_absolute_y'),
     500: (' button %d %d', ctypes.c_int, 'button_get_button', 'button_get_is_press'),
@@ -50,8 +50,11 @@ class Channel:
     def dispatch(self, *_):
         eis('dispatch', self.context)
         while event := eis('get_event', self.context):
-            self.handle(event, eis('event_get_type', event, result=ctypes.c_int))
-            eis('event_unref', event)
+            kind = eis('event_get_type', event, result=ctypes.c_int)
+            self.handle(event, kind)
+            eis('event_unref', event)  # answers a round trip
+            if self.fragile and kind == {'frame': FRAME, 'report': SYNC}[self.fragile[1]]:
+                self.replace(*self.fragile)
         return True
 
     def handle(self, event, kind):
@@ -81,22 +84,29 @@ class Channel:
         elif kind == FRAME:
             self.write_down('eis %d%s' % (number, self.frame))
             self.frame = ''
-            if number == self.fragile:
-                eis('device_remove', device)
 
     def act(self, commands):
         for command, value in commands:
             if command == 'add':
-                self.waiting.append(value)
-                self.announce(eis('device_get_seat', self.devices[0]), late=False)
+                self.add(value)
             elif command == 'remove':
                 eis('device_remove', self.devices[value])
-            elif command == 'fragile':  # removes the device after its next frame
+            elif command == 'fragile':  # [device, event, replacement], see replace()
                 self.fragile = value
             elif command in ('held', 'locked', 'group'):
                 state = {'held': (value, 0, 0, 0), 'locked': (0, 0, value, 0), 'group': (0, 0, 0, value)}[command]
                 eis('device_keyboard_send_xkb_modifiers', self.devices[-1], *map(ctypes.c_uint32, state))
         self.write_down('eis acted')
+
+    # Happens after the next event: a "frame", or a "report" that everything before has been processed.
+    def replace(self, number, _, replacement):
+        self.fragile = None
+        eis('device_remove', self.devices[number])
+        self.add(replacement)
+
+    def add(self, description):
+        self.waiting.append(description)
+        self.announce(eis('device_get_seat', self.devices[0]), late=False)
 
     def announce(self, seat, late):
         now = [text for text in self.waiting if text.endswith('!late') == late]

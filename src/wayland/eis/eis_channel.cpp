@@ -33,7 +33,7 @@ using std::chrono::milliseconds;
 
 constexpr milliseconds setUpLimit{5000};
 constexpr milliseconds longestPoll{500};
-constexpr milliseconds processingLimit{50};
+constexpr milliseconds reportLimit{500};
 constexpr milliseconds replacementLimit{500};  // the longest wait for a new or replaced device
 
 constexpr std::uint32_t lockModifier = 1 << 1;  // Lock is the second modifier of every XKB keymap
@@ -139,21 +139,29 @@ void EisChannel::read() {
   while (!disconnected && poll(&readable, 1, 0) > 0) dispatch();
 }
 
-bool EisChannel::awaitProcessing(const EisSlot& slot) {
-  if (newEiPing == nullptr || eiContext == nullptr || disconnected || unansweredPings > 0) return true;
-  const EiDevice before(ei_device_ref(slot.device.get()));
+void EisChannel::ping() {
   EiPing* const ping = newEiPing(eiContext.get());
   sendEiPing(ping);
   unrefEiPing(ping);
-  ++unansweredPings;
-  const Clock::time_point deadline = Clock::now() + processingLimit;
-  while (unansweredPings > 0 && !disconnected) {
+  keyReports.noteRequest();
+}
+
+void EisChannel::requestKeyReport() {
+  if (newEiPing == nullptr || eiContext == nullptr || disconnected) return;
+  if (!keyReports.isPending() && !keyReports.isComplete()) ping();
+}
+
+void EisChannel::awaitKeyReport() {
+  if (newEiPing == nullptr || eiContext == nullptr || reportsLate) return;
+  const Clock::time_point deadline = Clock::now() + reportLimit;
+  while (!disconnected && !keyReports.isComplete()) {
+    if (!keyReports.coversAll()) ping();
     const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
-    if (left <= milliseconds(0)) break;
+    reportsLate = left <= milliseconds(0);
+    if (reportsLate) return;
     pollfd readable{ei_get_fd(eiContext.get()), POLLIN, 0};
     if (poll(&readable, 1, static_cast<int>(left.count())) > 0) dispatch();
   }
-  return !slot.removed && slot.device.get() == before.get();
 }
 
 bool EisChannel::waitForDevice(EisSlot& slot) {
@@ -182,7 +190,8 @@ bool EisChannel::dispatch() {
 bool EisChannel::handle(ei_event* event) {
   handshaken = true;  // libei delivers no event before
   if (static_cast<int>(ei_event_get_type(event)) == eiEventPong) {
-    --unansweredPings;
+    keyReports.noteReport();
+    reportsLate = false;
     return false;
   }
   ei_device* const device = ei_event_get_device(event);
@@ -241,6 +250,7 @@ void EisChannel::noteRemoval(ei_device* device) {
   for (EisSlot* slot : slots()) {
     if (slot->device.get() != device) continue;
     slot->removed = true;
+    if (slot == &eiKeyboard) keyReports.noteRemoval();
     takeDevice(*slot);
   }
 }

@@ -8,6 +8,7 @@
 
 #include "base/file_descriptor.h"
 #include "base/owner.h"
+#include "wayland/eis/key_reports.h"
 #include "wayland/lazy/libei.h"
 
 namespace ostler {
@@ -43,10 +44,16 @@ public:
   // replaces a removed one takes over its slots. Slots that were empty stay
   // empty.
   void read();
-  // Waits up to 50 ms until the compositor has processed what was sent. Returns
-  // false if it has removed or replaced the device of the slot meanwhile, which
-  // loses events. Only libei 1.4 and later can tell.
-  bool awaitProcessing(const EisSlot& slot);
+  // Call this after each event of the keyboard.
+  void noteKey() { keyReports.noteKey(); }
+  // Asks the compositor to report when it has processed the keys so far, unless it still owes a report.
+  // Only libei 1.4 and later can ask.
+  void requestKeyReport();
+  // Waits up to 500 ms until the compositor has processed the keys, or removed the keyboard.
+  void awaitKeyReport();
+  // Whether the keyboard was removed before the compositor had reported all keys as processed.
+  bool mayHaveLostKeys() const { return keyReports.mayHaveLostKeys(); }
+  void forgetKeys() { keyReports.forgetKeys(); }
   // Waits up to 500 ms for a device that fills an empty slot or replaces a
   // removed device. Returns false if none arrives.
   bool waitForDevice(EisSlot& slot);
@@ -82,6 +89,7 @@ private:
   void noteRemoval(ei_device* device);
   void forget(ei_device* device);
   void takeDevice(EisSlot& slot);
+  void ping();
   std::array<EisSlot*, 4> slots() { return {&eiPointer, &eiButton, &eiScroll, &eiKeyboard}; }
 
   int contextFd = -1;  // the duplicate of eisFd that the context uses
@@ -90,7 +98,8 @@ private:
   bool disconnected = false;
   std::vector<EiDevice> resumedDevices;  // in the order in which they were resumed
   std::optional<std::uint32_t> group;
-  int unansweredPings = 0;
+  KeyReports keyReports;
+  bool reportsLate = false;  // a report did not arrive in time and has not arrived since
   bool capsLocked = false;
   std::uint32_t modifiers = 0;
 };

@@ -56,6 +56,7 @@ void EisInput::key(std::uint32_t code, bool pressed) {
   ei_device* const device = channel.eiKeyboard.device.get();
   ei_device_keyboard_key(device, code, pressed);
   finishFrame(device);
+  channel.noteKey();
 }
 
 void EisInput::releaseHeld() {

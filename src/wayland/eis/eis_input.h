@@ -42,9 +42,11 @@ public:
   bool hasDevice(InputKind kind) { return slot(kind).isFilled(); }
   // Whether the compositor has removed the device and not replaced it yet.
   bool isDeviceRemoved(InputKind kind) { return slot(kind).removed; }
-  // The next four functions forward to EisChannel.
+  // The next six functions forward to EisChannel.
   bool waitForDevice(InputKind kind) { return channel.waitForDevice(slot(kind)); }
-  bool awaitProcessing(InputKind kind) { return channel.awaitProcessing(slot(kind)); }
+  void requestKeyReport() { channel.requestKeyReport(); }
+  void awaitKeyReport() { channel.awaitKeyReport(); }
+  bool mayHaveLostKeys() const { return channel.mayHaveLostKeys(); }
   void readChannel() { channel.read(); }
   bool isDisconnected() const { return channel.isDisconnected(); }
 
@@ -52,6 +54,7 @@ public:
   // within one: a click must be dropped with its motion.
   void beginOperation() {
     dropping = false;
+    channel.forgetKeys();
     layout.expectSwitch();
   }
   // Call this if the desktop has reported a switch of layouts, before the events
