@@ -10,6 +10,7 @@
 
 #include "bench/reference_conversion.h"
 #include "bench/reference_resample.h"
+#include "image/encode_fast_png.h"
 #include "image/encode_jpeg.h"
 #include "image/encode_png.h"
 #include "image/resample.h"
@@ -116,6 +117,12 @@ void encodeToPng(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(encodePng(image).data());
 }
 BENCHMARK(encodeToPng)->Unit(benchmark::kMillisecond);
+
+void encodeToFastPng(benchmark::State& state) {
+  const RgbImage image = desktopLike();
+  for (auto _ : state) benchmark::DoNotOptimize(encodeFastPng(rowsOf(image)).data());
+}
+BENCHMARK(encodeToFastPng)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 }  // namespace
 }  // namespace ostler

@@ -94,7 +94,7 @@ export interface ScreenshotOptions extends CallOptions {
   format?: 'png' | 'jpeg';
   /** The quality of a JPEG, from 0 to 1. Defaults to 0.8. */
   quality?: number;
-  /** How a PNG is compressed: "small" takes about six times as long for 6 % fewer bytes. Defaults to "fast". */
+  /** How a PNG is compressed: "small" takes about five times as long for 6 % fewer bytes. Defaults to "fast". */
   compression?: 'fast' | 'small';
 }
 

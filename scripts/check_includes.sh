@@ -7,7 +7,7 @@ cd "$(dirname "$0")/.."
 # Each row has a folder, then what its files may include besides their own folder.
 folders='
 addon          driver base
-session        addon driver x11/x11_session.h x11/x11_clipboard.h x11/escape_watcher.h wayland/wayland_session.h backend base
+session        addon driver image/encode_fast_png.h x11/x11_session.h x11/x11_clipboard.h x11/escape_watcher.h wayland/wayland_session.h backend base
 driver         x11/factory.h x11/clipboard.h x11/escape_watcher.h wayland/factory.h backend keys base
 x11            image backend keys base
 wayland        wayland/portal wayland/eis wayland/stream wayland/lazy/load.h image backend keys base
@@ -36,6 +36,7 @@ spa/                   wayland/stream wayland/lazy
 dlfcn.h                wayland/lazy
 jpeglib.h              image/encode_jpeg.cpp
 png.h                  image/encode_png.cpp
+zlib.h                 image/encode_fast_png.cpp
 node_api.h             addon session driver/driver.h x11/escape_watcher.h x11/escape_worker.h
 '
 

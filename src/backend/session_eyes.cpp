@@ -1,5 +1,7 @@
 #include "backend/session_backend.h"
+#include "image/encode_fast_png.h"
 #include "image/encode_jpeg.h"
+#include "image/encode_png.h"
 #include "image/resample.h"
 
 namespace ostler {
@@ -9,7 +11,8 @@ std::vector<unsigned char> SessionBackend::picture(Size target, Rect crop, doubl
                                                    PngCompression compression) {
   const bool jpeg = quality >= 0.0, isPart = crop.width > 0 && crop.height > 0;
   const auto encode = [&](const PixelRows& rows) {
-    return jpeg ? encodeJpegRows(rows, quality) : encodePngRows(rows, compression);
+    if (jpeg) return encodeJpegRows(rows, quality);
+    return compression == PngCompression::fast ? encodeFastPng(rows) : encodePngRows(rows);
   };
   Sight sight = look(crop);
   if (sight.rows.width == 0 || sight.rows.height == 0) return {};

@@ -49,20 +49,12 @@ extern "C" void flushNothing(png_structp) {}
 
 // When libpng fails it leaves this function by longjmp, so no object in it may have a
 // destructor.
-bool write(const Writer& writer, Output& output, const PixelRows& image, png_bytepp rows,
-           PngCompression compression) {
+bool write(const Writer& writer, Output& output, const PixelRows& image, png_bytepp rows) {
   if (setjmp(png_jmpbuf(writer.png)) != 0) return false;
   png_set_write_fn(writer.png, &output, appendToOutput, flushNothing);
   png_set_IHDR(writer.png, writer.info, static_cast<png_uint_32>(image.width),
                static_cast<png_uint_32>(image.height), 8, PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
                PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-  if (compression == PngCompression::fast) {
-    // On screens a row mostly repeats the one above, so the Up filter leaves little for zlib to do. A
-    // choice of filter for each row costs more time than it saves bytes, and with Chromium's zlib,
-    // which Node and the package contain, level 2 is as fast as level 1.
-    png_set_compression_level(writer.png, 2);
-    png_set_filter(writer.png, PNG_FILTER_TYPE_BASE, PNG_FILTER_UP);
-  }
   png_write_info(writer.png, writer.info);
   if (image.order == PixelOrder::bgrx) png_set_bgr(writer.png);
   if (image.order != PixelOrder::rgb) png_set_filler(writer.png, 0, PNG_FILLER_AFTER);
@@ -73,14 +65,14 @@ bool write(const Writer& writer, Output& output, const PixelRows& image, png_byt
 
 }  // namespace
 
-std::vector<unsigned char> encodePngRows(const PixelRows& image, PngCompression compression) {
+std::vector<unsigned char> encodePngRows(const PixelRows& image) {
   const Writer writer;
   if (writer.png == nullptr || writer.info == nullptr) return {};
   std::vector<png_bytep> rows;
   rows.reserve(static_cast<std::size_t>(image.height));
   for (std::int32_t y = 0; y < image.height; ++y) rows.push_back(const_cast<png_bytep>(image.row(y)));
   Output output;
-  if (write(writer, output, image, rows.data(), compression)) return std::move(output.bytes);
+  if (write(writer, output, image, rows.data())) return std::move(output.bytes);
   if (output.outOfMemory) throw std::bad_alloc();
   return {};
 }

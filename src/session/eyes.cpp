@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "addon/call_frame.h"
+#include "image/encode_fast_png.h"
 #include "session/mapped_file.h"
 #include "session/session.h"
 
@@ -40,7 +41,7 @@ public:
 
   std::vector<unsigned char> png() const {
     if (kept.width == 0) return {};
-    return encodePngRows(kept, PngCompression::fast);
+    return encodeFastPng(kept);
   }
 
 private:

@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "bench/reference_resample.h"
+#include "image/encode_fast_png.h"
 #include "image/encode_jpeg.h"
 #include "image/encode_png.h"
 #include "image/finish_capture.h"
@@ -136,7 +137,7 @@ TEST(EncodeJpeg, RoundsTheQualityAndLimitsIt) {
 
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // which reserve too much address space
 // Limits the memory more and more loosely and encodes each time. Exits with 0 if the encoder
-// returned no picture at least once, and returns one without a limit.
+// failed at least once, and returns a picture without a limit.
 template <typename Encode>
 void encodeWithoutMemory(Encode encode) {
   const RgbImage image = noise(500, 500);
@@ -151,6 +152,7 @@ void encodeWithoutMemory(Encode encode) {
     try {
       failures += encode(image).empty();
     } catch (const std::bad_alloc&) {
+      ++failures;
     }
     setrlimit(RLIMIT_AS, &usual);
   }
@@ -161,20 +163,24 @@ TEST(Encoders, FailSilentlyWithoutMemory) {
   const auto encodeBest = [](const RgbImage& image) { return encodeJpeg(image, 1); };
   EXPECT_EXIT(encodeWithoutMemory(encodeBest), testing::ExitedWithCode(0), "^$");
   EXPECT_EXIT(encodeWithoutMemory(encodePng), testing::ExitedWithCode(0), "^$");
+  const auto encodeFast = [](const RgbImage& image) { return encodeFastPng(rowsOf(image)); };
+  EXPECT_EXIT(encodeWithoutMemory(encodeFast), testing::ExitedWithCode(0), "^$");
 }
 #endif
 
 TEST(Encoders, RejectAnImageWithoutPixelsSilently) {
   for (const Size size : {Size{0, 5}, {5, 0}, {0, 0}}) {
     const RgbImage image(size.width, size.height);
-    EXPECT_EXIT(std::exit(encodeJpeg(image, 1).empty() && encodePng(image).empty() ? 0 : 1),
-                testing::ExitedWithCode(0), "^$")
+    const auto encodesNothing = [&] {
+      return encodeJpeg(image, 1).empty() && encodePng(image).empty() && encodeFastPng(rowsOf(image)).empty();
+    };
+    EXPECT_EXIT(std::exit(encodesNothing() ? 0 : 1), testing::ExitedWithCode(0), "^$")
         << size.width << "x" << size.height;
   }
 }
 
-// This test is the last one, because the memory that it frees would be available to the test
-// of encoders without memory.
+// The memory that this test and the next free would be available to the test of encoders without
+// memory, so they are the last ones.
 TEST(Encoders, RejectATooLargeTargetBeforeResampling) {
   const auto isRefused = [](Size target, double quality) {
     return finishCapture(captureOf(noise(2, 2)), 1, 1, target, {}, quality).empty();
@@ -185,6 +191,19 @@ TEST(Encoders, RejectATooLargeTargetBeforeResampling) {
     // No machine has the memory for these sizes.
     EXPECT_TRUE(isRefused({2147483647, limit}, quality));
     EXPECT_TRUE(isRefused({limit, 2147483647}, quality));
+  }
+}
+
+TEST(EncodeFastPng, ShowsEveryRow) {
+  for (const std::int32_t height : {1, 64, 65, 128, 129, 257, 500}) {
+    const RgbImage image = noise(37, height);
+    const auto decoded = [](const PixelRows& rows) { return decodePng(encodeFastPng(rows)).bytes; };
+    EXPECT_EQ(decoded(rowsOf(image)), image.bytes) << height << " rows";
+    // The same bytes are other pixels, each with one byte that means nothing.
+    for (const PixelOrder order : {PixelOrder::rgbx, PixelOrder::bgrx}) {
+      const PixelRows rows{image.bytes.data(), 37 * 3, 27, height, order};
+      EXPECT_EQ(decoded(rows), toRgbImage(rows).bytes) << height << " rows";
+    }
   }
 }
 
