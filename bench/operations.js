@@ -18,6 +18,6 @@ module.exports = {
   jpeg768: { label: 'JPEG, 1366x768', count: 3, picture: true },
   crop: { label: 'JPEG, 200x200 region', count: 5, picture: true },
   png: { label: 'PNG, 1920x1080', count: 1, picture: true },
-  pixels: { label: 'pixels, 1920x1080', count: 3 },
+  pixels: { label: 'pixels, 1920x1080', count: 20 },
   require: { label: 'require', count: 1 },
 };

@@ -17,10 +17,13 @@
 
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
+#include <X11/extensions/XShm.h>
 #include <X11/extensions/XTest.h>
 #include <X11/keysym.h>
 #include <jpeglib.h>
 #include <png.h>
+#include <sys/ipc.h>
+#include <sys/shm.h>
 
 #include "bench/reference_conversion.h"
 #include "bench/reference_resample.h"
@@ -105,6 +108,25 @@ private:
     return result;
   }
 
+  // Reads the screen into memory that stays shared with the X server.
+  std::size_t pixels() {
+    if (shared == nullptr) {
+      shared =
+          XShmCreateImage(display, DefaultVisual(display, 0), static_cast<unsigned>(DefaultDepth(display, 0)),
+                          ZPixmap, nullptr, &segment, static_cast<unsigned>(DisplayWidth(display, 0)),
+                          static_cast<unsigned>(DisplayHeight(display, 0)));
+      const auto size =
+          static_cast<std::size_t>(shared->bytes_per_line) * static_cast<std::size_t>(shared->height);
+      segment.shmid = shmget(IPC_PRIVATE, size, IPC_CREAT | 0600);
+      segment.shmaddr = shared->data = static_cast<char*>(shmat(segment.shmid, nullptr, 0));
+      XShmAttach(display, &segment);
+      XSync(display, False);
+      shmctl(segment.shmid, IPC_RMID, nullptr);
+    }
+    XShmGetImage(display, root, shared, 0, 0, AllPlanes);
+    return 0;
+  }
+
   void tap(const std::vector<KeySym>& keysyms) {
     std::vector<KeyCode> keys;
     for (const KeySym keysym : keysyms) keys.push_back(XKeysymToKeycode(display, keysym));
@@ -180,6 +202,8 @@ private:
   Display* const display;
   const Window root;
   int position = 0;
+  XShmSegmentInfo segment{};
+  XImage* shared = nullptr;
   const std::map<std::string, std::function<std::size_t()>> operations{
       {"move", [this] { return move(); }},
       {"key", [this] { return key(); }},
@@ -187,6 +211,7 @@ private:
       {"type", [this] { return typeCharacter(); }},
       {"cursorPosition", [this] { return cursorPosition(); }},
       {"jpeg", [this] { return encodeJpeg(capture()).size(); }},
+      {"pixels", [this] { return pixels(); }},
       {"png", [this] { return encodePng(capture()).size(); }},
       {"crop", [this] { return encodeJpeg(crop(capture(), 800, 300, 200, 200)).size(); }},
       {"jpeg720", [this] { return encodeJpeg(ostler::referenceResample(capture(), 1280, 720)).size(); }},

@@ -35,7 +35,7 @@ function chart({ results, subjects, description }) {
   const shown = Object.keys(results).filter((name) => operations[name].picture && results[name]['plain program']);
   const drawn = subjects.filter((subject) => shown.some((name) => results[name][subject]));
   const ratios = shown.flatMap((name) => Object.values(results[name]).map(({ ratio }) => ratio));
-  const colours = ['#0b7285', '#868e96', '#e8590c', '#ae3ec9', '#2b8a3e', '#c92a2a', '#5f3dc4', '#e67700'];
+  const colours = ['#0b7285', '#868e96', '#e8590c', '#ae3ec9', '#2b8a3e', '#c92a2a', '#5f3dc4', '#e67700', '#364fc7', '#5c940d'];
   const colour = (subject) => colours[subjects.indexOf(subject)];
   const left = 165, right = 150, barHeight = 14, longest = Math.min(4, Math.max(...ratios)), scale = 420 / longest;
   const parts = [];

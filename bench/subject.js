@@ -61,7 +61,7 @@ function startPlainProgram(programs, env) {
   return {
     name: 'plain program',
     operations: ['cursorPosition', 'move', 'key', 'combo', 'type', 'getClipboard', 'setClipboard', 'jpeg',
-      'jpeg720', 'jpeg768', 'crop', 'png'],
+      'jpeg720', 'jpeg768', 'crop', 'png', 'pixels'],
     async time(operation, count) {
       child.stdin.write(`${operation} ${count}\n`);
       const [line] = await answerOf(child, (signal) => once(lines, 'line', { signal }));
