@@ -44,7 +44,7 @@ void PointingBackend::drag(double fromX, double fromY, double toX, double toY) {
   sleepFor(waits::aroundDragPress);
   const DragPath path(fromX, fromY, toX, toY);
   for (int step = 1; step <= path.steps(); ++step) {
-    dragTo(path.x(step), path.y(step));
+    sendMotion(path.x(step), path.y(step));
     sleepFor(waits::afterDragStep);
   }
   sendButton(Button::left, false);

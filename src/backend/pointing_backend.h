@@ -41,8 +41,8 @@ public:
 
 protected:
   virtual void sendButton(Button button, bool pressed) = 0;
-  // Moves the pointer while a button is down.
-  virtual void dragTo(double x, double y) = 0;
+  // Moves the pointer within a drag.
+  virtual void sendMotion(double x, double y) = 0;
 };
 
 }  // namespace ostler

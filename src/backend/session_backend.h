@@ -135,8 +135,8 @@ private:
   virtual void sendRelease(std::uint32_t code) = 0;
   virtual void restoreMapIfDue() {}
   virtual void sendText(const std::vector<std::uint32_t>& text, std::chrono::milliseconds delay) = 0;
-  // Moves the pointer while a button is down.
-  virtual void dragTo(double x, double y) = 0;
+  // Moves the pointer within a drag.
+  virtual void sendMotion(double x, double y) = 0;
   // Returns the code of a key in the record. Throws when no key has this name.
   virtual std::uint32_t codeOfKey(const std::string& name) = 0;
 

@@ -81,12 +81,12 @@ void SessionBackend::drag(Place from, Place to, Button button, const std::vector
       sendButton(button, true);
       sleepFor(waits::aroundDragPress);
       if (duration.count() > 0) {
-        moveEvenly(from, to, duration, [&](double x, double y) { dragTo(x, y); });
+        moveEvenly(from, to, duration, [&](double x, double y) { sendMotion(x, y); });
         sleepFor(waits::afterDragStep);
       } else {
         const DragPath path(from.x, from.y, to.x, to.y);
         for (int step = 1; step <= path.steps(); ++step) {
-          dragTo(path.x(step), path.y(step));
+          sendMotion(path.x(step), path.y(step));
           sleepFor(waits::afterDragStep);
         }
       }

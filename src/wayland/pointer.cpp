@@ -46,20 +46,20 @@ std::uint32_t buttonCode(Button button) {
 
 void WaylandBackend::mouseMove(double x, double y) {
   beginOperation();
-  dragTo(x, y);
+  sendMotion(x, y);
 }
 
-void WaylandBackend::dragTo(double x, double y) {
+void WaylandBackend::sendMotion(double x, double y) {
   const Size limits = display();
   const Position target{clampTo(limits.width, x), clampTo(limits.height, y)};
   const bool fromCorner = beginsAtCorner(target);
   lastTarget = target;
   capture.setLastPointer({rounded(target.x), rounded(target.y)});
-  sendMotion(target);
-  if (fromCorner && isHeldAtCorner(target)) sendMotion(target);
+  moveTo(target);
+  if (fromCorner && isHeldAtCorner(target)) moveTo(target);
 }
 
-void WaylandBackend::sendMotion(Position target) {
+void WaylandBackend::moveTo(Position target) {
   send(
       InputKind::pointer, [&] { eis.moveTo(target.x, target.y); },
       [&] { portalInput.moveTo(target.x, target.y); });

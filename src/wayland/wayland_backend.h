@@ -51,8 +51,8 @@ protected:
   void deliver(InputKind kind, const std::function<void()>& throughEis,
                const std::function<void()>& throughPortal);
   void sendButton(Button button, bool pressed) override;
-  void dragTo(double x, double y) override;
-  virtual void sendMotion(Position target);
+  void sendMotion(double x, double y) override;
+  virtual void moveTo(Position target);
   // Call this at the end of each operation that sends keys. Throws if any may be lost.
   void requireKeysProcessed();
   // Where the desktop has reported the pointer.

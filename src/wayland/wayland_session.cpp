@@ -69,8 +69,8 @@ private:
     std::optional<Position> reportedPointer() const override {
       return shared ? shared->reportedPointer() : WaylandBackend::reportedPointer();
     }
-    void sendMotion(Position target) override {
-      if (!shared) return WaylandBackend::sendMotion(target);
+    void moveTo(Position target) override {
+      if (!shared) return WaylandBackend::moveTo(target);
       const SharedMonitors::Place place = shared->find(target);
       send(
           InputKind::pointer, [&] { eis.moveTo(place.onDesktop.x, place.onDesktop.y); },
@@ -84,7 +84,7 @@ private:
       return makePortalClipboard(portal.connection.get(), portal.sessionHandle);
     }
 
-    using WaylandBackend::dragTo;
+    using WaylandBackend::sendMotion;
 
     void requireSession() override {
       throwIfInterrupted();
@@ -238,7 +238,7 @@ private:
     wayland.write(text, delay);
   }
   void sendRelease(std::uint32_t code) override { wayland.release(code); }
-  void dragTo(double x, double y) override { wayland.dragTo(x, y); }
+  void sendMotion(double x, double y) override { wayland.sendMotion(x, y); }
   std::uint32_t codeOfKey(const std::string& name) override { return wayland.codeOfKey(name); }
 
   Recorded wayland;

@@ -37,7 +37,7 @@ void X11Backend::mouseMove(double x, double y) {
   XSync(xDisplay, False);
 }
 
-void X11Backend::dragTo(double x, double y) {
+void X11Backend::sendMotion(double x, double y) {
   constexpr int screenOfPointer = -1;  // as XTestFakeMotionEvent defines it
   XTestFakeMotionEvent(xDisplay, screenOfPointer, toPixel(x), toPixel(y), 0);
   XSync(xDisplay, False);

@@ -28,7 +28,7 @@ public:
 
 protected:
   void sendButton(Button button, bool pressed) override;
-  void dragTo(double x, double y) override;
+  void sendMotion(double x, double y) override;
   // A wheel step is a click of `button`.
   virtual void turnWheel(unsigned button, std::int64_t steps);
   // Presses and releases a key, with Shift held meanwhile unless `shiftKeycode` is 0.

@@ -53,10 +53,10 @@ private:
       requireMonitor(x, y);
       X11Backend::mouseMove(x, y);
     }
-    void dragTo(double x, double y) override {
+    void sendMotion(double x, double y) override {
       throwIfInterrupted();
       requireMonitor(x, y);
-      X11Backend::dragTo(x, y);
+      X11Backend::sendMotion(x, y);
     }
     void sendButton(Button button, bool pressed) override {
       session.sendRecorded(firstButton + buttonNumber(button), pressed,
@@ -190,7 +190,7 @@ private:
   void sendText(const std::vector<std::uint32_t>& text, std::chrono::milliseconds delay) override {
     x11.write(text, delay);
   }
-  void dragTo(double x, double y) override { x11.dragTo(x, y); }
+  void sendMotion(double x, double y) override { x11.sendMotion(x, y); }
   std::uint32_t codeOfKey(const std::string& name) override { return x11.keycodeNamed(name); }
 
   Recorded x11{*this};
