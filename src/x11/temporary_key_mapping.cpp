@@ -54,16 +54,16 @@ TemporaryKeyMapping::TemporaryKeyMapping(Display* display, KeySym keysym) : xDis
   if (row == count) row = findRow(isLeftBehind);
   if (row == count) failToSynthesize();
 
-  keycode = static_cast<KeyCode>(minKeycode + row);
+  mappedKeycode = static_cast<KeyCode>(minKeycode + row);
   savedRow.resize(columns, NoSymbol);
   std::vector<KeySym> newRow = savedRow;
   newRow.front() = keysym;
-  XChangeKeyboardMapping(xDisplay, keycode, keysymsPerKeycode, newRow.data(), 1);
+  XChangeKeyboardMapping(xDisplay, mappedKeycode, keysymsPerKeycode, newRow.data(), 1);
   XSync(xDisplay, False);
 }
 
 TemporaryKeyMapping::~TemporaryKeyMapping() {
-  XChangeKeyboardMapping(xDisplay, keycode, keysymsPerKeycode, savedRow.data(), 1);
+  XChangeKeyboardMapping(xDisplay, mappedKeycode, keysymsPerKeycode, savedRow.data(), 1);
   XSync(xDisplay, False);
   discardQueuedEvents(xDisplay);
 }

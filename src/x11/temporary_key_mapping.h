@@ -17,8 +17,11 @@ public:
   TemporaryKeyMapping& operator=(const TemporaryKeyMapping&) = delete;
   ~TemporaryKeyMapping();
 
+  KeyCode keycode() const { return mappedKeycode; }
+
+private:
   Display* const xDisplay;
-  KeyCode keycode = 0;
+  KeyCode mappedKeycode = 0;
   std::vector<KeySym> savedRow;
   int keysymsPerKeycode = 0;
 };

@@ -88,7 +88,7 @@ void X11Backend::typeKeysym(KeySym keysym, KeyCode shiftKeycode, unsigned group)
     tap(key->keycode, key->needsShift ? shiftKeycode : 0);
   } else {
     spare.emplace(xDisplay, group == XkbGroup1Index ? keysym : withoutCase(keysym));
-    tap(spare->keycode, 0);
+    tap(spare->keycode(), 0);
   }
   // The spare keycode stays mapped during the wait, because a client looks up the
   // keysym when it handles the event.

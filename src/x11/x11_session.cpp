@@ -173,7 +173,7 @@ private:
     KeyCode keycodeOf(KeySym keysym) {
       if (const KeyCode keycode = XKeysymToKeycode(xDisplay, keysym)) return keycode;
       const auto [mapping, isNew] = addedKeys.try_emplace(keysym, xDisplay, keysym);
-      return mapping->second.keycode;
+      return mapping->second.keycode();
     }
 
     X11Session& session;
