@@ -66,8 +66,8 @@ void draw(const Layer& layer, const Rect& part, RgbImage& result) {
 
 SharedMonitors::SharedMonitors(const PortalSession& portal, CaptureState& first) {
   Point end{std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::min()};
-  origin = *portal.streams.front().place.position;
-  for (const SharedStream& stream : portal.streams) {
+  origin = *portal.streams().front().place.position;
+  for (const SharedStream& stream : portal.streams()) {
     const Point position = *stream.place.position;
     origin = {std::min(origin.x, position.x), std::min(origin.y, position.y)};
     end = {std::max(end.x, position.x + stream.logicalSize->width),
@@ -75,7 +75,7 @@ SharedMonitors::SharedMonitors(const PortalSession& portal, CaptureState& first)
   }
   bounds = {end.x - origin.x, end.y - origin.y};
 
-  for (const SharedStream& stream : portal.streams) {
+  for (const SharedStream& stream : portal.streams()) {
     CaptureState* state = &first;
     if (!views.empty()) {
       further.push_back(std::make_unique<Further>());

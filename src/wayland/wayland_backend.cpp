@@ -1,6 +1,5 @@
 #include "wayland/wayland_backend.h"
 
-#include <chrono>
 #include <stdexcept>
 #include <string>
 
@@ -25,20 +24,24 @@ const char* nameOf(InputKind kind) {
   return "keyboard";
 }
 
-}  // namespace
+// With several streams, EIS spans them all.
+StreamPlace placeForEis(const PortalSession& portal) {
+  return portal.streams().size() == 1 ? portal.streams().front().place : StreamPlace{};
+}
 
-using namespace std::chrono_literals;
+}  // namespace
 
 WaylandBackend::WaylandBackend(const PortalPermission& permission)
     : portal(permission),
       // A portal that has handed out the EIS socket accepts no other input, so the
       // socket is requested only if libei can use it.
       eis(
-          isLibeiLoaded() ? portalInput.connectToEis() : FileDescriptor(), portal.streamPlace,
+          isLibeiLoaded() ? portal.connectToEis() : FileDescriptor(), placeForEis(portal),
           [this] { return reportedPointer(); },
-          [this] { return activeLayoutGroup(portal.connection.get()); }) {
-  if (portal.logicalSize) capture.setLogicalSize(*portal.logicalSize);
-  stream.emplace(portal.openPipeWireRemote(), portal.nodeId, capture);
+          [this] { return activeLayoutGroup(portal.bus()); }) {
+  const SharedStream& first = portal.streams().front();
+  if (first.logicalSize) capture.setLogicalSize(*first.logicalSize);
+  stream.emplace(portal.openPipeWireRemote(), first.nodeId, capture);
   waitForFirstFrame(capture, *stream);
 }
 

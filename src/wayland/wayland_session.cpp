@@ -56,7 +56,7 @@ private:
   public:
     Recorded(WaylandSession& owner, const PortalPermission& permission)
         : WaylandBackend(permission), session(owner) {
-      if (portal.streams.size() > 1) shared.emplace(portal, capture);
+      if (portal.streams().size() > 1) shared.emplace(portal, capture);
     }
 
     Size display() override { return shared ? shared->size() : WaylandBackend::display(); }
@@ -78,10 +78,10 @@ private:
       lastMotion = target;
     }
 
-    std::optional<std::string> klipperText() const { return ostler::readKlipper(portal.connection.get()); }
+    std::optional<std::string> klipperText() const { return ostler::readKlipper(portal.bus()); }
     std::unique_ptr<Clipboard> makeClipboard() const {
-      if (!portal.hasClipboard) return nullptr;
-      return makePortalClipboard(portal.connection.get(), portal.sessionHandle);
+      if (!portal.hasClipboard()) return nullptr;
+      return makePortalClipboard(portal.bus(), portal.handle());
     }
 
     using WaylandBackend::sendMotion;
@@ -191,7 +191,7 @@ private:
       const StreamFormat format = capture.format();
       const double scale =
           size.width > 0 && format.width > 0 ? static_cast<double>(format.width) / size.width : 1.0;
-      return {{portal.streamPlace.mappingId.value_or("shared"), {0, 0, size.width, size.height}, scale}};
+      return {{portal.streams().front().place.mappingId.value_or("shared"), {0, 0, size.width, size.height}, scale}};
     }
 
     std::string sessionEnd() {

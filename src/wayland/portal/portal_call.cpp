@@ -211,10 +211,4 @@ PortalDescriptor portalDescriptorCall(GDBusConnection* connection, const char* i
   return result;
 }
 
-void requirePortalDevice(std::uint32_t grantedDevices, std::uint32_t mask, const char* description) {
-  if ((grantedDevices & mask) != 0) return;
-  throw std::runtime_error(std::string("Wayland portal session does not have permission for ") + description +
-                           ".");
-}
-
 }  // namespace ostler

@@ -64,7 +64,4 @@ PortalDescriptor portalDescriptorCall(GDBusConnection* connection, const char* i
 PortalDescriptor portalDescriptorCall(GDBusConnection* connection, const char* interfaceName,
                                       const char* method, const std::string& sessionHandle);
 
-// Throws unless a bit of the mask is granted.
-void requirePortalDevice(std::uint32_t grantedDevices, std::uint32_t mask, const char* description);
-
 }  // namespace ostler

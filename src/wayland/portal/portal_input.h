@@ -2,7 +2,6 @@
 
 #include <cstdint>
 
-#include "base/file_descriptor.h"
 #include "wayland/portal/portal_session.h"
 
 namespace ostler {
@@ -12,10 +11,6 @@ namespace ostler {
 class PortalInput {
 public:
   explicit PortalInput(const PortalSession& started) : session(started) {}
-
-  // Asks for the compositor's EIS socket. Returns an empty descriptor if the
-  // portal offers none.
-  FileDescriptor connectToEis() const;
 
   void moveTo(double x, double y) const;
   // Moves within the stream of a PipeWire node.

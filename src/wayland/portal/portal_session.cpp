@@ -18,7 +18,6 @@ constexpr std::uint32_t windowSource = 2;
 constexpr std::uint32_t hiddenCursor = 1;
 constexpr std::uint32_t embeddedCursor = 2;
 constexpr std::uint32_t metadataCursor = 4;
-constexpr std::uint32_t keyboardAndPointer = 1 | 2;
 constexpr std::uint32_t untilRevoked = 2;  // the persist_mode
 
 BusConnection connectToSessionBus() {
@@ -171,7 +170,7 @@ void PortalSession::startPortalSession(const PortalPermission& permission) {
   }
   {
     PortalOptions options;
-    options.add("types", g_variant_new_uint32(keyboardAndPointer));
+    options.add("types", g_variant_new_uint32(keyboardDevice | pointerDevice));
     if (permission.persist) options.add("persist_mode", g_variant_new_uint32(untilRevoked));
     if (!permission.token.empty()) {
       options.add("restore_token", g_variant_new_string(permission.token.c_str()));
@@ -202,11 +201,8 @@ void PortalSession::startPortalSession(const PortalPermission& permission) {
   g_variant_lookup(response.get(), "devices", "u", &grantedDevices);
   gboolean isClipboardEnabled = FALSE;
   g_variant_lookup(response.get(), "clipboard_enabled", "b", &isClipboardEnabled);
-  hasClipboard = isClipboardEnabled != FALSE;
-  streams = readStreams(response.get(), permission.allMonitors);
-  nodeId = streams.front().nodeId;
-  logicalSize = streams.front().logicalSize;
-  if (streams.size() == 1) streamPlace = streams.front().place;
+  clipboardGranted = isClipboardEnabled != FALSE;
+  sharedStreams = readStreams(response.get(), permission.allMonitors);
 }
 
 void PortalSession::requireUnlocked() const {
@@ -220,6 +216,12 @@ bool PortalSession::takeLayoutSwitch() {
 
 void PortalSession::markEnded() { end->mark(); }
 
+void PortalSession::requireDevice(PortalDevice device, const char* description) const {
+  if ((grantedDevices & device) != 0) return;
+  throw std::runtime_error(std::string("Wayland portal session does not have permission for ") + description +
+                           ".");
+}
+
 FileDescriptor PortalSession::openPipeWireRemote() const {
   PortalDescriptor remote =
       portalDescriptorCall(connection.get(), screenCastInterface, "OpenPipeWireRemote", sessionHandle);
@@ -231,6 +233,11 @@ FileDescriptor PortalSession::openPipeWireRemote() const {
                 remote.error.release());
   }
   return std::move(remote.descriptor);
+}
+
+FileDescriptor PortalSession::connectToEis() const {
+  return portalDescriptorCall(connection.get(), remoteDesktopInterface, "ConnectToEIS", sessionHandle)
+      .descriptor;
 }
 
 }  // namespace ostler

@@ -18,10 +18,13 @@ namespace ostler {
 
 // A monitor or window that the session shares.
 struct SharedStream {
-  std::uint32_t nodeId = 0;  // of the stream, in PipeWire
-  std::optional<Size> logicalSize;
+  std::uint32_t nodeId = 0;         // of the stream, in PipeWire
+  std::optional<Size> logicalSize;  // if the portal reports it
   StreamPlace place;
 };
+
+// The bits by which the portal names the devices of a session.
+enum PortalDevice : std::uint32_t { keyboardDevice = 1, pointerDevice = 2 };
 
 // One session of the desktop portal for input and for a stream of the screen.
 // The constructor opens it, with a dialog unless the portal remembers the permission, and the
@@ -37,6 +40,8 @@ public:
   // Returns a socket of the PipeWire server that has the stream. Throws
   // std::runtime_error.
   FileDescriptor openPipeWireRemote() const;
+  // Returns the compositor's EIS socket, or no descriptor if the portal offers none.
+  FileDescriptor connectToEis() const;
 
   // Whether the messages that have arrived by now say that the session has ended.
   // Does not wait.
@@ -50,20 +55,27 @@ public:
   // Call this if the compositor has ended the session and the portal has not
   // reported it.
   void markEnded();
+  // Throws std::runtime_error unless the user has granted the device. The description says for what
+  // it is needed.
+  void requireDevice(PortalDevice device, const char* description) const;
 
-  const BusConnection connection;
-  std::string sessionHandle;          // empty until the portal has created the session
-  std::uint32_t grantedDevices = 0;   // 1 keyboard, 2 pointer
-  std::uint32_t nodeId = 0;           // of the stream, in PipeWire
-  std::optional<Size> logicalSize;    // of the stream, if the portal reports it
-  StreamPlace streamPlace;            // unknown if there are several streams: EIS then spans them all
-  std::vector<SharedStream> streams;  // from left to right
-  bool hasClipboard = false;          // the user has granted it
+  GDBusConnection* bus() const { return connection.get(); }
+  // The object path of the session.
+  const std::string& handle() const { return sessionHandle; }
+  // At least one stream, from left to right.
+  const std::vector<SharedStream>& streams() const { return sharedStreams; }
+  // Whether the user has granted access to the clipboard.
+  bool hasClipboard() const { return clipboardGranted; }
 
 private:
   explicit PortalSession(BusConnection bus);
   void startPortalSession(const PortalPermission& permission);
 
+  const BusConnection connection;
+  std::string sessionHandle;  // empty until the portal has created the session
+  std::uint32_t grantedDevices = 0;
+  std::vector<SharedStream> sharedStreams;
+  bool clipboardGranted = false;
   // Set once the portal has created the session.
   std::optional<SessionEnd> end;
   std::optional<ScreenLock> screen;
