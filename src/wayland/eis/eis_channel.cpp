@@ -107,8 +107,7 @@ EisChannel::EisChannel(FileDescriptor socket) {
   if (!handshaken) abandon();
   // If no device was announced, a disconnection does not end the session: the
   // portal takes the input.
-  const auto all = slots();
-  if (std::none_of(all.begin(), all.end(), std::mem_fn(&EisSlot::isFilled))) disconnected = false;
+  if (std::none_of(slots.begin(), slots.end(), std::mem_fn(&Slot::isFilled))) disconnected = false;
 }
 
 bool EisChannel::connectEis(FileDescriptor socket, ServerWait& server) {
@@ -164,18 +163,31 @@ void EisChannel::awaitKeyReport() {
   }
 }
 
-bool EisChannel::waitForDevice(EisSlot& slot) {
+bool EisChannel::waitForDevice(InputKind kind) {
+  Slot& wanted = slot(kind);
   const Clock::time_point deadline = Clock::now() + replacementLimit;
   while (eiContext != nullptr) {
     read();
-    if (!slot.isFilled() || slot.removed) takeDevice(slot);
-    if (slot.isFilled() && !slot.removed) return true;
+    if (!wanted.isFilled() || wanted.removed) takeDevice(wanted);
+    if (wanted.isFilled() && !wanted.removed) return true;
     const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
     if (disconnected || left <= milliseconds(0)) return false;
     pollfd readable{ei_get_fd(eiContext.get()), POLLIN, 0};
     poll(&readable, 1, static_cast<int>(left.count()));
   }
   return false;
+}
+
+// The kernel reports a socket as writable only while it is three quarters empty.
+bool EisChannel::waitForRoom(milliseconds limit) const {
+  pollfd writable{eisFd.get(), POLLOUT, 0};
+  const Clock::time_point deadline = Clock::now() + limit;
+  int ready = 0;
+  do {
+    const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
+    ready = poll(&writable, 1, static_cast<int>(std::max(left, milliseconds(0)).count()));
+  } while (ready < 0 && errno == EINTR);
+  return ready != 0;
 }
 
 // Processes the events that have arrived. Returns whether the set-up is
@@ -209,11 +221,11 @@ bool EisChannel::handle(ei_event* event) {
     case EI_EVENT_DEVICE_RESUMED:
       resumedDevices.emplace_back(ei_device_ref(device));
       if (settingUp) ei_device_start_emulating(device, 0);
-      for (EisSlot* slot : slots()) {
-        if (slot->removed) takeDevice(*slot);
-        if (slot->device.get() == device) ei_device_start_emulating(device, 0);
+      for (Slot& each : slots) {
+        if (each.removed) takeDevice(each);
+        if (each.device.get() == device) ei_device_start_emulating(device, 0);
       }
-      return eiPointer.isFilled() && eiButton.isFilled();
+      return slot(InputKind::pointer).isFilled() && slot(InputKind::button).isFilled();
     case EI_EVENT_DEVICE_PAUSED:
       forget(device);
       return false;
@@ -222,7 +234,7 @@ bool EisChannel::handle(ei_event* event) {
       noteRemoval(device);
       return false;
     case EI_EVENT_KEYBOARD_MODIFIERS:
-      if (device == eiKeyboard.device.get()) {
+      if (device == slot(InputKind::keyboard).device.get()) {
         group = ei_event_keyboard_get_xkb_group(event);
         modifiers =
             ei_event_keyboard_get_xkb_mods_depressed(event) | ei_event_keyboard_get_xkb_mods_latched(event);
@@ -235,9 +247,9 @@ bool EisChannel::handle(ei_event* event) {
 }
 
 void EisChannel::fillSlots(ei_device* device) {
-  for (EisSlot* slot : slots()) {
-    if (!slot->isFilled() && ei_device_has_capability(device, slot->capability)) {
-      slot->device.reset(ei_device_ref(device));
+  for (Slot& each : slots) {
+    if (!each.isFilled() && ei_device_has_capability(device, each.capability)) {
+      each.device.reset(ei_device_ref(device));
     }
   }
 }
@@ -247,21 +259,21 @@ void EisChannel::fillSlots(ei_device* device) {
 // pointer when the scale changes and the keyboard when the list of layouts
 // changes. Events sent through a removed device are lost without an error.
 void EisChannel::noteRemoval(ei_device* device) {
-  for (EisSlot* slot : slots()) {
-    if (slot->device.get() != device) continue;
-    slot->removed = true;
-    if (slot == &eiKeyboard) keyReports.noteRemoval();
-    takeDevice(*slot);
+  for (Slot& each : slots) {
+    if (each.device.get() != device) continue;
+    each.removed = true;
+    if (each.capability == EI_DEVICE_CAP_KEYBOARD) keyReports.noteRemoval();
+    takeDevice(each);
   }
 }
 
-void EisChannel::takeDevice(EisSlot& slot) {
+void EisChannel::takeDevice(Slot& vacant) {
   for (const EiDevice& device : resumedDevices) {
-    if (!ei_device_has_capability(device.get(), slot.capability)) continue;
-    slot.device.reset(ei_device_ref(device.get()));
-    slot.removed = false;
+    if (!ei_device_has_capability(device.get(), vacant.capability)) continue;
+    vacant.device.reset(ei_device_ref(device.get()));
+    vacant.removed = false;
     ei_device_start_emulating(device.get(), 0);  // no effect if it was started already
-    if (&slot == &eiKeyboard) {
+    if (vacant.capability == EI_DEVICE_CAP_KEYBOARD) {
       group.reset();
       modifiers = 0;
     }

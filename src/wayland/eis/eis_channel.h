@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -20,29 +21,26 @@ using EiEvent = Owner<ei_event, ei_event_unref>;
 // The log handler of every context. Without it libei logs to stderr.
 void ignoreLog(ei*, ei_log_priority, const char*, ei_log_context*) noexcept;
 
-// The device to which one kind of input goes. Null until the compositor has
-// announced one.
-struct EisSlot {
-  const ei_device_capability capability;
-  EiDevice device{};
-  bool removed = false;  // the compositor has removed the device and not replaced it yet
+enum class InputKind { pointer, button, scroll, keyboard };
 
-  bool isFilled() const { return device != nullptr; }
-};
-
-// A connection to the compositor's EIS socket. Each slot holds a device with
-// the slot's capability. Events for an empty slot have to go through the
+// A connection to the compositor's EIS socket, with a device for each kind of
+// input that the compositor accepts there. Other events have to go through the
 // portal.
 class EisChannel {
 public:
-  // Takes up to 5 s. On failure, or without a socket, the slots stay empty.
+  // Takes up to 5 s. On failure, or without a socket, there are no devices.
   explicit EisChannel(FileDescriptor socket);
   EisChannel(const EisChannel&) = delete;
   EisChannel& operator=(const EisChannel&) = delete;
 
+  // The device for this kind of input, or null.
+  ei_device* device(InputKind kind) const { return slot(kind).device.get(); }
+  // Whether the compositor has removed the device and not replaced it yet.
+  bool isDeviceRemoved(InputKind kind) const { return slot(kind).removed; }
+
   // Processes the events that have arrived, without waiting. A device that
-  // replaces a removed one takes over its slots. Slots that were empty stay
-  // empty.
+  // replaces a removed one takes over its kinds of input. Kinds that had none
+  // still have none.
   void read();
   // Call this after each event of the keyboard.
   void noteKey() { keyReports.noteKey(); }
@@ -54,9 +52,12 @@ public:
   // Whether the keyboard was removed before the compositor had reported all keys as processed.
   bool mayHaveLostKeys() const { return keyReports.mayHaveLostKeys(); }
   void forgetKeys() { keyReports.forgetKeys(); }
-  // Waits up to 500 ms for a device that fills an empty slot or replaces a
-  // removed device. Returns false if none arrives.
-  bool waitForDevice(EisSlot& slot);
+  // Waits up to 500 ms for a first device of this kind, or for one that replaces
+  // a removed device. Returns false if none arrives.
+  bool waitForDevice(InputKind kind);
+  // Waits until the socket has room for an event. Returns false if the compositor
+  // has not read by the end of the limit.
+  bool waitForRoom(std::chrono::milliseconds limit) const;
   // Whether the compositor has ended the connection after it had announced
   // devices.
   bool isDisconnected() const { return disconnected; }
@@ -70,16 +71,16 @@ public:
   // The modifiers of XKB that the compositor has reported as held down or latched, on any keyboard.
   std::uint32_t heldModifiers() const { return modifiers; }
 
-  FileDescriptor eisFd;
-  // Null if there is no channel.
-  EiContext eiContext;
-  EisSlot eiKeyboard{EI_DEVICE_CAP_KEYBOARD};
-  EisSlot eiScroll{EI_DEVICE_CAP_SCROLL};
-  EisSlot eiButton{EI_DEVICE_CAP_BUTTON};
-  EisSlot eiPointer{EI_DEVICE_CAP_POINTER_ABSOLUTE};
-
 private:
   class ServerWait;
+
+  struct Slot {
+    const ei_device_capability capability;
+    EiDevice device{};  // null until the compositor has announced one
+    bool removed = false;
+
+    bool isFilled() const { return device != nullptr; }
+  };
 
   bool connectEis(FileDescriptor socket, ServerWait& server);
   void abandon();
@@ -88,10 +89,18 @@ private:
   void fillSlots(ei_device* device);
   void noteRemoval(ei_device* device);
   void forget(ei_device* device);
-  void takeDevice(EisSlot& slot);
+  void takeDevice(Slot& vacant);
   void ping();
-  std::array<EisSlot*, 4> slots() { return {&eiPointer, &eiButton, &eiScroll, &eiKeyboard}; }
+  Slot& slot(InputKind kind) { return slots[static_cast<std::size_t>(kind)]; }
+  const Slot& slot(InputKind kind) const { return slots[static_cast<std::size_t>(kind)]; }
 
+  FileDescriptor eisFd;
+  EiContext eiContext;  // null if there is no channel
+  // In the order of InputKind.
+  std::array<Slot, 4> slots{{{EI_DEVICE_CAP_POINTER_ABSOLUTE},
+                             {EI_DEVICE_CAP_BUTTON},
+                             {EI_DEVICE_CAP_SCROLL},
+                             {EI_DEVICE_CAP_KEYBOARD}}};
   int contextFd = -1;  // the duplicate of eisFd that the context uses
   bool handshaken = false;
   bool settingUp = true;

@@ -36,7 +36,7 @@ void EisInput::button(std::uint32_t code, bool pressed) {
   // A drag must end where the host asked, not where the pointer was when the
   // compositor stopped reading.
   if (!pressed) sendPendingMotion();
-  ei_device* const device = channel.eiButton.device.get();
+  ei_device* const device = channel.device(InputKind::button);
   ei_device_button_button(device, code, pressed);
   finishFrame(device);
 }
@@ -46,14 +46,14 @@ void EisInput::scroll(std::int64_t right, std::int64_t down) {
   const auto amount = [](std::int64_t steps) {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(steps) * wheelStep);
   };
-  ei_device* const device = channel.eiScroll.device.get();
+  ei_device* const device = channel.device(InputKind::scroll);
   ei_device_scroll_discrete(device, amount(right), amount(down));
   finishFrame(device);
 }
 
 void EisInput::key(std::uint32_t code, bool pressed) {
   if (!admit(code, pressed)) return;
-  ei_device* const device = channel.eiKeyboard.device.get();
+  ei_device* const device = channel.device(InputKind::keyboard);
   ei_device_keyboard_key(device, code, pressed);
   finishFrame(device);
   channel.noteKey();
@@ -62,8 +62,8 @@ void EisInput::key(std::uint32_t code, bool pressed) {
 void EisInput::releaseHeld() {
   const std::set<std::uint32_t> held = heldDown;
   for (const std::uint32_t code : held) {
-    const EisSlot& device = isButton(code) ? channel.eiButton : channel.eiKeyboard;
-    if (channel.isDisconnected() || device.removed) continue;
+    const InputKind kind = isButton(code) ? InputKind::button : InputKind::keyboard;
+    if (channel.isDisconnected() || channel.isDeviceRemoved(kind)) continue;
     isButton(code) ? button(code, false) : key(code, false);
   }
   heldDown.clear();
@@ -71,7 +71,7 @@ void EisInput::releaseHeld() {
 
 void EisInput::sendPendingMotion() {
   if (!pendingMotion) return;
-  const PointerRegions regions(channel.eiPointer.device.get(), stream);
+  const PointerRegions regions(channel.device(InputKind::pointer), stream);
   const EisPosition target = regions.place(*pendingMotion);
   pendingMotion.reset();
   // KDE Plasma 6 has an edge barrier between monitors. It holds back 100 pixels
@@ -100,7 +100,7 @@ bool EisInput::isPointerNear(EisPosition target, const PointerRegions& regions) 
 }
 
 void EisInput::sendMotion(EisPosition place) {
-  ei_device* const device = channel.eiPointer.device.get();
+  ei_device* const device = channel.device(InputKind::pointer);
   ei_device_pointer_motion_absolute(device, place.x, place.y);
   finishFrame(device);
   lastPlace = place;
@@ -108,20 +108,6 @@ void EisInput::sendMotion(EisPosition place) {
 }
 
 bool EisInput::isButton(std::uint32_t code) { return code >= BTN_MISC && code < KEY_OK; }
-
-EisSlot& EisInput::slot(InputKind kind) {
-  switch (kind) {
-    case InputKind::pointer:
-      return channel.eiPointer;
-    case InputKind::button:
-      return channel.eiButton;
-    case InputKind::scroll:
-      return channel.eiScroll;
-    case InputKind::keyboard:
-      break;
-  }
-  return channel.eiKeyboard;
-}
 
 // Returns whether to send the press or release of a key or button.
 bool EisInput::admit(std::uint32_t code, bool pressed) {
@@ -154,18 +140,9 @@ bool EisInput::admitBeginning() {
 // libei keeps what does not fit into the socket until the next event, and the
 // compositor would repeat a key whose release is delayed like that. So each
 // event waits until the compositor has caught up; if it does not in time, the
-// following events no longer wait. The kernel reports a socket as writable only
-// while it is three quarters empty, so releases fit even when it is not
-// writable.
+// following events no longer wait. waitForRoom() leaves room for releases.
 bool EisInput::waitForRoom() {
-  pollfd writable{channel.eisFd.get(), POLLOUT, 0};
-  const Clock::time_point deadline = Clock::now() + (stalled ? milliseconds(0) : stallLimit);
-  int ready = 0;
-  do {
-    const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
-    ready = poll(&writable, 1, static_cast<int>(std::max(left, milliseconds(0)).count()));
-  } while (ready < 0 && errno == EINTR);
-  stalled = ready == 0;
+  stalled = !channel.waitForRoom(stalled ? milliseconds(0) : stallLimit);
   return !stalled;
 }
 

@@ -16,8 +16,6 @@
 
 namespace ostler {
 
-enum class InputKind { pointer, button, scroll, keyboard };
-
 // Sends input events through the compositor's EIS socket, each in a frame of
 // its own. An event needs a device of its kind: ask hasDevice() first.
 //
@@ -39,11 +37,11 @@ public:
         layout(std::move(askLayoutGroup)) {}
 
   // Whether events of the kind go through EIS.
-  bool hasDevice(InputKind kind) { return slot(kind).isFilled(); }
+  bool hasDevice(InputKind kind) const { return channel.device(kind) != nullptr; }
   // Whether the compositor has removed the device and not replaced it yet.
-  bool isDeviceRemoved(InputKind kind) { return slot(kind).removed; }
+  bool isDeviceRemoved(InputKind kind) const { return channel.isDeviceRemoved(kind); }
   // The next six functions forward to EisChannel.
-  bool waitForDevice(InputKind kind) { return channel.waitForDevice(slot(kind)); }
+  bool waitForDevice(InputKind kind) { return channel.waitForDevice(kind); }
   void requestKeyReport() { channel.requestKeyReport(); }
   void awaitKeyReport() { channel.awaitKeyReport(); }
   bool mayHaveLostKeys() const { return channel.mayHaveLostKeys(); }
@@ -63,11 +61,11 @@ public:
 
   // The key that produces a keysym.
   std::optional<EvdevKey> findKey(std::uint64_t keysym) {
-    return layout.find(keysym, channel.eiKeyboard.device.get(), channel.keyboardGroup());
+    return layout.find(keysym, channel.device(InputKind::keyboard), channel.keyboardGroup());
   }
   // The dead key and the key after it that produce a character for which there is no key.
   std::optional<DeadKeySequence> findSequence(std::uint64_t keysym) {
-    return layout.findSequence(keysym, channel.eiKeyboard.device.get(), channel.keyboardGroup());
+    return layout.findSequence(keysym, channel.device(InputKind::keyboard), channel.keyboardGroup());
   }
 
   bool isCapsLocked() const { return channel.isCapsLocked(); }
@@ -91,7 +89,6 @@ private:
   static bool isButton(std::uint32_t code);
   bool isPointerNear(EisPosition target, const PointerRegions& regions) const;
   void sendMotion(EisPosition place);
-  EisSlot& slot(InputKind kind);
 
   EisChannel channel;
   const StreamPlace stream;
