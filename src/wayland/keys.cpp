@@ -19,11 +19,7 @@ void WaylandBackend::key(const std::string& combo) {
   if (!keys) return;
 
   beginOperation();
-  send(
-      InputKind::keyboard, [&] { tapThroughEis(*keys); },
-      [&] {
-        tapKeyCombo(*keys, [this](std::uint64_t keysym, bool pressed) { portalInput.key(keysym, pressed); });
-      });
+  send(InputKind::keyboard, [&](auto& to) { tapCombo(to, *keys); });
   requireKeysProcessed();
 }
 
@@ -39,13 +35,17 @@ void WaylandBackend::requireKeysProcessed() {
   requireNoLostKeys();
 }
 
-void WaylandBackend::tapThroughEis(const KeyCombo& keys) {
+void WaylandBackend::tapCombo(const PortalInput& to, const KeyCombo& keys) {
+  tapKeyCombo(keys, [&](std::uint64_t keysym, bool pressed) { to.key(keysym, pressed); });
+}
+
+void WaylandBackend::tapCombo(EisInput& to, const KeyCombo& keys) {
   const bool shiftHeld = std::find(keys.held.begin(), keys.held.end(), XK_Shift_L) != keys.held.end();
   tapKeyCombo(keys, [&](std::uint64_t keysym, bool pressed) {
     EvdevKey key = keyOfCombo(keysym);
     if (key.code == 0) return;
     if (shiftHeld) key.shift = false;
-    pressed ? press(key) : release(key);
+    pressed ? press(to, key) : release(to, key);
   });
 }
 
@@ -54,19 +54,19 @@ EvdevKey WaylandBackend::keyOfCombo(std::uint64_t keysym) {
   return eis.findKey(keysym).value_or(EvdevKey{.code = keysymToEvdev(keysym)});
 }
 
-void WaylandBackend::sendKey(std::uint32_t code, bool pressed) { eis.key(code, pressed); }
+void WaylandBackend::sendKey(EisInput& to, std::uint32_t code, bool pressed) { to.key(code, pressed); }
 
-void WaylandBackend::press(const EvdevKey& key) {
+void WaylandBackend::press(EisInput& to, const EvdevKey& key) {
   // On some layouts AltGr is another key while Shift is held, so AltGr is pressed first.
-  if (key.altGr != 0) sendKey(key.altGr, true);
-  if (key.shift) sendKey(KEY_LEFTSHIFT, true);
-  sendKey(key.code, true);
+  if (key.altGr != 0) sendKey(to, key.altGr, true);
+  if (key.shift) sendKey(to, KEY_LEFTSHIFT, true);
+  sendKey(to, key.code, true);
 }
 
-void WaylandBackend::release(const EvdevKey& key) {
-  sendKey(key.code, false);
-  if (key.shift) sendKey(KEY_LEFTSHIFT, false);
-  if (key.altGr != 0) sendKey(key.altGr, false);
+void WaylandBackend::release(EisInput& to, const EvdevKey& key) {
+  sendKey(to, key.code, false);
+  if (key.shift) sendKey(to, KEY_LEFTSHIFT, false);
+  if (key.altGr != 0) sendKey(to, key.altGr, false);
 }
 
 }  // namespace ostler

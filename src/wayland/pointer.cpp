@@ -60,9 +60,7 @@ void WaylandBackend::sendMotion(double x, double y) {
 }
 
 void WaylandBackend::moveTo(Position target) {
-  send(
-      InputKind::pointer, [&] { eis.moveTo(target.x, target.y); },
-      [&] { portalInput.moveTo(target.x, target.y); });
+  send(InputKind::pointer, [&](auto& to) { to.moveTo(target.x, target.y); });
 }
 
 // The hot corner of GNOME Shell has a barrier along each of its edges, which lets only motions along the
@@ -88,12 +86,11 @@ bool WaylandBackend::isHeldAtCorner(Position target) {
 
 void WaylandBackend::sendButton(Button button, bool pressed) {
   const std::uint32_t code = buttonCode(button);
-  const auto throughEis = [&] { eis.button(code, pressed); };
-  const auto throughPortal = [&] { portalInput.button(code, pressed); };
-  if (pressed) return send(InputKind::button, throughEis, throughPortal);
+  const auto sendTo = [&](auto& to) { to.button(code, pressed); };
+  if (pressed) return send(InputKind::button, sendTo);
   // A button that was held when the screen was locked must not stay down.
   requireSession();
-  deliver(InputKind::button, throughEis, throughPortal);
+  deliver(InputKind::button, sendTo);
 }
 
 void WaylandBackend::scroll(double x, double y, int dx, int dy) {
@@ -104,9 +101,7 @@ void WaylandBackend::scroll(double x, double y, int dx, int dy) {
 }
 
 void WaylandBackend::turnWheel(std::int64_t right, std::int64_t down) {
-  const auto throughEis = [&] { eis.scroll(right, down); };
-  const auto throughPortal = [&] { portalInput.scroll(right, down); };
-  send(InputKind::scroll, throughEis, throughPortal);
+  send(InputKind::scroll, [&](auto& to) { to.scroll(right, down); });
 }
 
 }  // namespace ostler

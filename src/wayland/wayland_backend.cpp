@@ -37,8 +37,7 @@ WaylandBackend::WaylandBackend(const PortalPermission& permission)
       // socket is requested only if libei can use it.
       eis(
           isLibeiLoaded() ? portal.connectToEis() : FileDescriptor(), placeForEis(portal),
-          [this] { return reportedPointer(); },
-          [this] { return activeLayoutGroup(portal.bus()); }) {
+          [this] { return reportedPointer(); }, [this] { return activeLayoutGroup(portal.bus()); }) {
   const SharedStream& first = portal.streams().front();
   if (first.logicalSize) capture.setLogicalSize(*first.logicalSize);
   stream.emplace(portal.openPipeWireRemote(), first.nodeId, capture);
@@ -62,32 +61,27 @@ void WaylandBackend::requireSession() {
   throw std::runtime_error("The Wayland portal session has ended.");
 }
 
-void WaylandBackend::send(InputKind kind, const std::function<void()>& throughEis,
-                          const std::function<void()>& throughPortal) {
-  requireSession();
-  portal.requireUnlocked();
-  if (kind == InputKind::keyboard) requireNoLostKeys();
-  deliver(kind, throughEis, throughPortal);
-  if (kind == InputKind::keyboard) eis.requestKeyReport();
-}
-
-void WaylandBackend::deliver(InputKind kind, const std::function<void()>& throughEis,
-                             const std::function<void()>& throughPortal) {
-  if (!eis.hasDevice(kind)) {
-    try {
-      throughPortal();
-      return;
-    } catch (const PortalInputRefusal&) {
-      // KDE Plasma 6.3 announces the keyboard up to 0.4 ms after the pointer,
-      // when the EIS set-up has already ended.
-      if (!eis.waitForDevice(kind)) throw;
-      if (kind == InputKind::keyboard) portalRefusesKeyboard = true;
-    }
-  } else if (eis.isDeviceRemoved(kind) && !eis.waitForDevice(kind)) {
+bool WaylandBackend::goesThroughEis(InputKind kind) {
+  if (!eis.hasDevice(kind)) return false;
+  if (eis.isDeviceRemoved(kind) && !eis.waitForDevice(kind)) {
     requireSession();
     throw std::runtime_error(std::string("Wayland input device is no longer available: ") + nameOf(kind));
   }
-  throughEis();
+  return true;
+}
+
+// KDE Plasma 6.3 announces the keyboard up to 0.4 ms after the pointer, when the EIS set-up has already
+// ended, so a device may have come meanwhile.
+bool WaylandBackend::tryPortal(InputKind kind, const std::function<void()>& sendToPortal,
+                               const std::function<bool()>& canUseEis) {
+  try {
+    sendToPortal();
+    return true;
+  } catch (const PortalInputRefusal&) {
+    if (!canUseEis()) throw;
+  }
+  if (kind == InputKind::keyboard) portalRefusesKeyboard = true;
+  return false;
 }
 
 }  // namespace ostler

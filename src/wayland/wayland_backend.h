@@ -42,14 +42,26 @@ protected:
   void beginOperation();
   // Throws when the portal session has ended. Each event calls this before it is sent.
   virtual void requireSession();
-  // Sends an event through EIS if a device there accepts it, and otherwise
-  // through the portal. Throws when the session has ended or the screen is
-  // locked.
-  void send(InputKind kind, const std::function<void()>& throughEis,
-            const std::function<void()>& throughPortal);
+  // Calls `sendTo` with the channel that accepts this kind of input: EisInput if a
+  // device there does, and otherwise PortalInput. Throws when the session has
+  // ended or the screen is locked.
+  template <typename SendTo>
+  void send(InputKind kind, SendTo sendTo) {
+    requireSession();
+    portal.requireUnlocked();
+    if (kind == InputKind::keyboard) requireNoLostKeys();
+    deliver(kind, sendTo);
+    if (kind == InputKind::keyboard) eis.requestKeyReport();
+  }
   // Does the same without these checks.
-  void deliver(InputKind kind, const std::function<void()>& throughEis,
-               const std::function<void()>& throughPortal);
+  template <typename SendTo>
+  void deliver(InputKind kind, SendTo sendTo) {
+    if (!goesThroughEis(kind)) {
+      const auto sendToPortal = [&] { sendTo(portalInput); };
+      if (tryPortal(kind, sendToPortal, [&] { return eis.waitForDevice(kind); })) return;
+    }
+    sendTo(eis);
+  }
   void sendButton(Button button, bool pressed) override;
   void sendMotion(double x, double y) override;
   virtual void moveTo(Position target);
@@ -58,8 +70,7 @@ protected:
   // Where the desktop has reported the pointer.
   virtual std::optional<Position> reportedPointer() const { return capture.reportedPointer(); }
   virtual void turnWheel(std::int64_t right, std::int64_t down);
-  // Sends a key through EIS.
-  virtual void sendKey(std::uint32_t code, bool pressed);
+  virtual void sendKey(EisInput& to, std::uint32_t code, bool pressed);
   // Resolves the parts of a combo to keysyms.
   virtual std::optional<KeyCombo> resolveCombo(const std::string& combo);
   // Returns the key of a combo's part; its code is 0 when the keyboard lacks it.
@@ -74,23 +85,33 @@ protected:
   std::vector<std::uint32_t> findUntypable(const std::vector<std::uint32_t>& text);
   // Types a text in which every character can be typed, with a pause after each.
   void write(const std::vector<std::uint32_t>& text, std::chrono::milliseconds delay);
-  void press(const EvdevKey& key);
-  void release(const EvdevKey& key);
+  void press(EisInput& to, const EvdevKey& key);
+  void release(EisInput& to, const EvdevKey& key);
 
 private:
+  // Whether a device of EIS accepts this kind of input. Waits for one that replaces a removed device,
+  // and throws if none does.
+  bool goesThroughEis(InputKind kind);
+  // Sends an event to the portal. Returns false if that refuses because the session has an EIS channel,
+  // and EIS can be used instead. Throws if it cannot, and on any other failure.
+  bool tryPortal(InputKind kind, const std::function<void()>& sendToPortal,
+                 const std::function<bool()>& canUseEis);
   bool beginsAtCorner(Position target) const;
   bool isHeldAtCorner(Position target);
   // Throws if the keyboard went away before the compositor had processed the keys of this operation.
   void requireNoLostKeys() const;
-  void tapThroughEis(const KeyCombo& keys);
-  void typeThroughEis(std::uint64_t keysym);
-  void typeThroughPortal(std::uint64_t keysym);
-  void tap(const EvdevKey& key);
-  void tap(const DeadKeySequence& sequence, std::chrono::milliseconds pause);
+  void tapCombo(EisInput& to, const KeyCombo& keys);
+  static void tapCombo(const PortalInput& to, const KeyCombo& keys);
+  void typeKeysym(EisInput& to, std::uint64_t keysym);
+  static void typeKeysym(const PortalInput& to, std::uint64_t keysym);
+  void tap(EisInput& to, const EvdevKey& key);
+  void tap(EisInput& to, const DeadKeySequence& sequence, std::chrono::milliseconds pause);
   void waitForKeyboard();
   void requireNoModifiers();
   bool isTypable(std::uint32_t character);
-  void writeCharacter(std::uint32_t character, bool& composedLast);
+  // `composedLast` is whether the character before was typed with a dead key.
+  void writeKeysym(EisInput& to, std::uint64_t keysym, bool& composedLast);
+  static void writeKeysym(const PortalInput& to, std::uint64_t keysym, bool& composedLast);
 
 protected:
   // Destroyed in reverse order: the stream before the state that it writes to.

@@ -72,9 +72,7 @@ private:
     void moveTo(Position target) override {
       if (!shared) return WaylandBackend::moveTo(target);
       const SharedMonitors::Place place = shared->find(target);
-      send(
-          InputKind::pointer, [&] { eis.moveTo(place.onDesktop.x, place.onDesktop.y); },
-          [&] { portalInput.moveTo(place.nodeId, place.inStream.x, place.inStream.y); });
+      send(InputKind::pointer, [&](auto& to) { moveTo(to, place); });
       lastMotion = target;
     }
 
@@ -100,8 +98,8 @@ private:
       for (; right != 0; right -= sign(right)) WaylandBackend::turnWheel(sign(right), 0);
       for (; down != 0; down -= sign(down)) WaylandBackend::turnWheel(0, sign(down));
     }
-    void sendKey(std::uint32_t code, bool pressed) override {
-      session.sendRecorded(code, pressed, [&] { WaylandBackend::sendKey(code, pressed); });
+    void sendKey(EisInput& to, std::uint32_t code, bool pressed) override {
+      session.sendRecorded(code, pressed, [&] { WaylandBackend::sendKey(to, code, pressed); });
       drawing.noteKey();
     }
     // The host itself may hold modifiers, which not every compositor reports.
@@ -139,22 +137,13 @@ private:
     void setKey(const std::string& name, bool pressed) {
       const std::uint64_t keysym = keysymOfOneKey(name);
       beginOperation();
-      const auto throughEis = [&] {
-        const EvdevKey key = keyOfCombo(keysym);
-        if (key.code == 0) throw std::runtime_error("The keyboard of this desktop has no such key: " + name);
-        pressed ? press(key) : release(key);
-      };
-      const auto throughPortal = [&] {
-        const std::uint32_t code = keyOfCombo(keysym).code;
-        portalKeys[code] = keysym;
-        session.sendRecorded(code, pressed, [&] { portalInput.key(keysym, pressed); });
-      };
+      const auto sendTo = [&](auto& to) { setKey(to, name, keysym, pressed); };
       if (pressed) {
-        send(InputKind::keyboard, throughEis, throughPortal);
+        send(InputKind::keyboard, sendTo);
         return requireKeysProcessed();
       }
       requireSession();
-      deliver(InputKind::keyboard, throughEis, throughPortal);
+      deliver(InputKind::keyboard, sendTo);
     }
     Sight look(const Rect& crop) {
       requireSession();
@@ -176,12 +165,9 @@ private:
     // Also works while the screen is locked.
     void release(std::uint32_t code) {
       const bool isButton = code >= BTN_MISC && code < BTN_GEAR_UP;
-      const auto throughEis = [&] { isButton ? eis.button(code, false) : eis.key(code, false); };
-      const auto throughPortal = [&] {
-        isButton ? portalInput.button(code, false) : portalInput.key(portalKeys[code], false);
-      };
       requireSession();
-      deliver(isButton ? InputKind::button : InputKind::keyboard, throughEis, throughPortal);
+      if (isButton) return deliver(InputKind::button, [&](auto& to) { to.button(code, false); });
+      deliver(InputKind::keyboard, [&](auto& to) { releaseKey(to, code); });
     }
 
     // Returns what is shared. Coordinates are relative to a single monitor.
@@ -191,7 +177,9 @@ private:
       const StreamFormat format = capture.format();
       const double scale =
           size.width > 0 && format.width > 0 ? static_cast<double>(format.width) / size.width : 1.0;
-      return {{portal.streams().front().place.mappingId.value_or("shared"), {0, 0, size.width, size.height}, scale}};
+      return {{portal.streams().front().place.mappingId.value_or("shared"),
+               {0, 0, size.width, size.height},
+               scale}};
     }
 
     std::string sessionEnd() {
@@ -205,6 +193,25 @@ private:
 
   private:
     using WaylandBackend::release;
+
+    static void moveTo(EisInput& to, const SharedMonitors::Place& place) {
+      to.moveTo(place.onDesktop.x, place.onDesktop.y);
+    }
+    static void moveTo(const PortalInput& to, const SharedMonitors::Place& place) {
+      to.moveTo(place.nodeId, place.inStream.x, place.inStream.y);
+    }
+    void setKey(EisInput& to, const std::string& name, std::uint64_t keysym, bool pressed) {
+      const EvdevKey key = keyOfCombo(keysym);
+      if (key.code == 0) throw std::runtime_error("The keyboard of this desktop has no such key: " + name);
+      pressed ? press(to, key) : release(to, key);
+    }
+    void setKey(const PortalInput& to, const std::string&, std::uint64_t keysym, bool pressed) {
+      const std::uint32_t code = keyOfCombo(keysym).code;
+      portalKeys[code] = keysym;
+      session.sendRecorded(code, pressed, [&] { to.key(keysym, pressed); });
+    }
+    static void releaseKey(EisInput& to, std::uint32_t code) { to.key(code, false); }
+    void releaseKey(const PortalInput& to, std::uint32_t code) { to.key(portalKeys[code], false); }
 
     // Several monitors are put together from their streams.
     Sight lookAtShared(const Rect& crop) {

@@ -78,10 +78,10 @@ std::vector<std::uint32_t> WaylandBackend::findUntypable(const std::vector<std::
 void WaylandBackend::write(const std::vector<std::uint32_t>& text, std::chrono::milliseconds delay) {
   if (!findUntypable(text).empty()) throw std::runtime_error("The keyboard layout has changed.");
   const auto capsLock = eis.isCapsLocked() ? eis.findKey(XK_Caps_Lock) : std::nullopt;
-  if (capsLock) tap(*capsLock);
+  if (capsLock) tap(eis, *capsLock);
   const auto restoreCapsLock = [&] {
     const Uninterrupted restoring;
-    if (capsLock) tap(*capsLock);
+    if (capsLock) tap(eis, *capsLock);
   };
   bool composedLast = false;
   try {
@@ -91,7 +91,8 @@ void WaylandBackend::write(const std::vector<std::uint32_t>& text, std::chrono::
     for (std::size_t i = 0; i < text.size(); ++i) {
       if (eis.hasDevice(InputKind::keyboard) && !needsDeadKey(i) && needsDeadKey(i + 1)) waitUntilSettled();
       if (escapePressed) throw std::runtime_error(stoppedByUser);
-      writeCharacter(text[i], composedLast);
+      const std::uint64_t keysym = keysymOf(text[i]);
+      send(InputKind::keyboard, [&](auto& to) { writeKeysym(to, keysym, composedLast); });
       sleepFor(delay);
     }
     requireKeysProcessed();
@@ -102,23 +103,22 @@ void WaylandBackend::write(const std::vector<std::uint32_t>& text, std::chrono::
   restoreCapsLock();
 }
 
-// `composedLast` is whether the character before was typed with a dead key.
-void WaylandBackend::writeCharacter(std::uint32_t character, bool& composedLast) {
-  const std::uint64_t keysym = keysymOf(character);
-  const auto throughEis = [&] {
-    if (const auto key = eis.findKey(keysym)) {
-      tap(*key);
-      composedLast = false;
-    } else if (const auto sequence = eis.findSequence(keysym)) {
-      // Composed characters cannot overtake each other.
-      if (!composedLast) waitUntilDrawn();
-      tap(*sequence, std::chrono::milliseconds(0));
-      composedLast = true;
-    } else {
-      throw std::runtime_error("The keyboard layout changed while a text was written.");
-    }
-  };
-  send(InputKind::keyboard, throughEis, [&] { typeThroughPortal(keysym); });
+void WaylandBackend::writeKeysym(EisInput& to, std::uint64_t keysym, bool& composedLast) {
+  if (const auto key = to.findKey(keysym)) {
+    tap(to, *key);
+    composedLast = false;
+  } else if (const auto sequence = to.findSequence(keysym)) {
+    // Composed characters cannot overtake each other.
+    if (!composedLast) waitUntilDrawn();
+    tap(to, *sequence, std::chrono::milliseconds(0));
+    composedLast = true;
+  } else {
+    throw std::runtime_error("The keyboard layout changed while a text was written.");
+  }
+}
+
+void WaylandBackend::writeKeysym(const PortalInput& to, std::uint64_t keysym, bool&) {
+  typeKeysym(to, keysym);
 }
 
 }  // namespace ostler
