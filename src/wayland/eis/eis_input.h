@@ -4,12 +4,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <optional>
-#include <set>
 #include <utility>
 
 #include "base/geometry.h"
+#include "wayland/eis/drop_policy.h"
 #include "wayland/eis/eis_channel.h"
 #include "wayland/eis/keyboard_layout.h"
 #include "wayland/eis/pointer_regions.h"
@@ -18,10 +17,7 @@ namespace ostler {
 
 // Sends input events through the compositor's EIS socket, each in a frame of
 // its own. An event needs a device of its kind: ask hasDevice() first.
-//
-// While the compositor does not read, a press, a motion or a scroll is dropped
-// after a wait, and so are the following ones of the same operation. A release
-// is dropped only if its press was; otherwise the key would stay down.
+// Events are dropped while the compositor does not read (DropPolicy).
 class EisInput {
 public:
   using AskPointer = std::function<std::optional<Position>()>;
@@ -49,9 +45,9 @@ public:
   bool isDisconnected() const { return channel.isDisconnected(); }
 
   // Call this before the first event of each operation of the host, but not
-  // within one: a click must be dropped with its motion.
+  // within one.
   void beginOperation() {
-    dropping = false;
+    policy.beginOperation();
     channel.forgetKeys();
     layout.expectSwitch();
   }
@@ -82,10 +78,10 @@ public:
   void releaseHeld();
 
 private:
-  bool admit(std::uint32_t code, bool pressed);
-  bool admitBeginning();
-  bool waitForRoom();
-  void sendPendingMotion();
+  bool isAdmitted(std::uint32_t code, bool pressed) {
+    return pressed ? policy.admitPress(code) : policy.admitRelease(code);
+  }
+  void moveTo(EisPosition inStream);
   static bool isButton(std::uint32_t code);
   bool isPointerNear(EisPosition target, const PointerRegions& regions) const;
   void sendMotion(EisPosition place);
@@ -94,14 +90,9 @@ private:
   const StreamPlace stream;
   const AskPointer askPointer;
   KeyboardLayout layout;
-  bool stalled = false;                      // the compositor did not read in time and has not read since
-  bool dropping = false;                     // an event of this operation was dropped
-  std::optional<EisPosition> pendingMotion;  // the last requested motion, until it is sent
-  std::optional<EisPosition> lastPlace;      // on the desktop, where the last motion that was sent ended
+  DropPolicy policy{[this](std::chrono::milliseconds limit) { return channel.waitForRoom(limit); }};
+  std::optional<EisPosition> lastPlace;  // on the desktop, where the last motion that was sent ended
   std::chrono::steady_clock::time_point lastMotion;
-  // Codes of keys and buttons; the two ranges do not overlap.
-  std::set<std::uint32_t> heldDown;
-  std::map<std::uint32_t, int> droppedPresses;
 };
 
 }  // namespace ostler
