@@ -6,10 +6,7 @@ set -eu
 cd "$(dirname "$0")/.."
 
 sh scripts/build.sh release ostler session
-cmake -S . -B build-bench -G Ninja -DCMAKE_BUILD_TYPE=Release "-DCMAKE_CXX_FLAGS_RELEASE=-O2 -DNDEBUG" \
-  -DOSTLER_BENCH=ON -DOSTLER_TESTS=OFF >/dev/null
-echo 'ostler: building in build-bench/'
-bash scripts/ninja.sh building -C build-bench bench_picture bench_plain ostler_bench
+sh scripts/build.sh bench bench_picture bench_plain ostler_bench
 case " $* " in
   *' --peers '*)
     echo 'ostler: installing the peers in bench/'

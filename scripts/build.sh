@@ -7,7 +7,7 @@ shift
 
 sh scripts/ready.sh
 if [ -n "${CI:-}" ]; then werror=ON; else werror=OFF; fi
-cmake --preset "$preset" -DOSTLER_WERROR=$werror >/dev/null
-if [ "$preset" = release ]; then directory=build; else directory=build-$preset; fi
-echo "ostler: building in $directory/"
+output=$(cmake --preset "$preset" -DOSTLER_WERROR=$werror)
+directory=$(printf '%s\n' "$output" | sed -n 's/^-- Build files have been written to: //p')
+echo "ostler: building in ${directory#"$PWD/"}/"
 bash scripts/ninja.sh "building" -C "$directory" "$@"

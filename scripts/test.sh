@@ -6,8 +6,4 @@ preset=$1
 shift
 
 sh scripts/build.sh "$preset"
-if [ "$preset" = release ]; then directory=build; else directory=build-$preset; fi
-# Under ThreadSanitizer only the tests of threaded code are worth the time.
-[ "$preset" != tsan ] || set -- -L tsan "$@"
-sh scripts/x11-only.sh ctest --test-dir "$directory" --output-on-failure --no-tests=error \
-  --no-label-summary -j 2 "$@"
+sh scripts/x11-only.sh ctest --preset "$preset" "$@"
