@@ -5,6 +5,8 @@
 #include <X11/keysym.h>
 #include <linux/input-event-codes.h>
 
+#include "keys/typed_keysym.h"
+
 namespace ostler {
 namespace {
 
@@ -88,9 +90,8 @@ std::optional<EvdevKey> findEvdevKey(std::uint64_t keysym) {
 
 std::optional<EvdevKey> findUsKey(std::uint64_t keysym) {
   // A code point above ASCII can equal the keysym of another key: U+FF0D is not Return (0xFF0D).
-  constexpr std::uint64_t unicodeForm = 0x01000000;
-  const bool isAscii = keysym >= unicodeForm && keysym < unicodeForm + 0x80;
-  return findEvdevKey(isAscii ? keysym - unicodeForm : keysym);
+  const bool isAscii = keysym >= unicodeKeysymBase && keysym < unicodeKeysymBase + 0x80;
+  return findEvdevKey(isAscii ? keysym - unicodeKeysymBase : keysym);
 }
 
 std::uint32_t keysymToEvdev(std::uint64_t keysym) { return findEvdevKey(keysym).value_or(EvdevKey{}).code; }

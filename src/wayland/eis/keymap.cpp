@@ -6,6 +6,7 @@
 #include <linux/input-event-codes.h>
 
 #include "base/owner.h"
+#include "keys/typed_keysym.h"
 #include "wayland/lazy/load.h"
 #include "wayland/lazy/xkbcommon.h"
 
@@ -19,7 +20,6 @@ using XkbState = Owner<xkb_state, xkb_state_unref>;
 constexpr std::uint32_t keycodeOffset = 8;  // XKB keycode minus evdev code
 // Keymaps give higher codes characters such as brackets, but no keyboard has those keys.
 constexpr std::uint32_t lastCode = KEY_COMPOSE;
-constexpr std::uint64_t unicodeForm = 0x01000000;
 
 void ignoreLog(xkb_context*, xkb_log_level, const char*, std::va_list) noexcept {}
 
@@ -28,10 +28,10 @@ bool isKeypad(std::uint64_t keysym) { return keysym >= XKB_KEY_KP_Space && keysy
 // Many characters have a keysym of their own, such as XK_adiaeresis, and a
 // Unicode keysym. Returns the Unicode one.
 std::uint64_t unify(std::uint64_t keysym) {
-  if (keysym >= unicodeForm || isKeypad(keysym)) return keysym;
+  if (keysym >= unicodeKeysymBase || isKeypad(keysym)) return keysym;
   const std::uint32_t character = xkb_keysym_to_utf32(static_cast<xkb_keysym_t>(keysym));
   const bool isControl = character < 0x20 || character == 0x7f;
-  return isControl ? keysym : unicodeForm | character;
+  return isControl ? keysym : unicodeKeysymBase | character;
 }
 
 // Simulates the compositor's keyboard state: holds keys and tells what another
@@ -125,8 +125,8 @@ std::optional<EvdevKey> Keymap::find(std::uint64_t keysym, std::size_t group) co
 std::optional<DeadKeySequence> Keymap::findSequence(std::uint64_t keysym, std::size_t group) const {
   const Group* const searched = findGroup(group);
   const std::uint64_t unified = unify(keysym);
-  if (searched == nullptr || unified < unicodeForm) return std::nullopt;
-  const auto sequence = searched->sequences.find(static_cast<std::uint32_t>(unified - unicodeForm));
+  if (searched == nullptr || unified < unicodeKeysymBase) return std::nullopt;
+  const auto sequence = searched->sequences.find(static_cast<std::uint32_t>(unified - unicodeKeysymBase));
   return sequence != searched->sequences.end() ? std::optional(sequence->second) : std::nullopt;
 }
 
