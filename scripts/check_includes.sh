@@ -25,7 +25,7 @@ base
 # include it. The first matching row counts.
 libraries='
 X11/keysym.h           x11 keys wayland wayland/eis
-X11/                   x11 keys/typed_keysym.cpp keys/key_names.cpp
+X11/                   x11 keys/key_names.cpp
 xcb/                   x11
 gio/                   wayland/portal wayland/lazy
 glib                   wayland/portal wayland/lazy

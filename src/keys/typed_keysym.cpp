@@ -2,7 +2,6 @@
 
 #include <cctype>
 
-#include <X11/Xlib.h>
 #include <X11/keysym.h>
 
 namespace ostler {
@@ -22,10 +21,8 @@ std::optional<std::uint64_t> typedKeysym(std::uint32_t codePoint) {
       break;
   }
   if (codePoint > lastCodePoint) return std::nullopt;
-  if (codePoint < 0x80 && std::isprint(static_cast<int>(codePoint)) != 0) {
-    const char name[] = {static_cast<char>(codePoint), '\0'};
-    if (const KeySym keysym = XStringToKeysym(name); keysym != NoSymbol) return keysym;
-  }
+  // The named keysym of a letter or digit is its code.
+  if (codePoint < 0x80 && std::isalnum(static_cast<int>(codePoint)) != 0) return codePoint;
   return unicodeKeysymBase | codePoint;
 }
 

@@ -23,8 +23,8 @@ void WaylandBackend::typeKeysym(EisInput& to, std::uint64_t keysym) {
   const auto key = to.findKey(keysym);
   const auto sequence = key ? std::nullopt : to.findSequence(keysym);
   const bool hasKeys = key || sequence;
-  // Letters, digits, the space and the editing keys are plain. The portal types
-  // all else if it can.
+  // Letters, digits, the space and the editing keys are plain: typedKeysym() gives
+  // them the keysyms in this table. The portal types all else if it can.
   const bool isPlain = key && findEvdevKey(keysym);
   if (hasKeys && portalRefusesKeyboard && !isPlain) portalInput.requireKeyboard();
   if (!isPlain && !(hasKeys && portalRefusesKeyboard)) {
