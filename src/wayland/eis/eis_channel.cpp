@@ -132,6 +132,17 @@ bool EisChannel::connectEis(FileDescriptor socket, ServerWait& server) {
   return true;
 }
 
+std::vector<PointerRegion> EisChannel::pointerRegions() const {
+  std::vector<PointerRegion> regions;
+  for (std::size_t i = 0; ei_region* region = ei_device_get_region(device(InputKind::pointer), i); ++i) {
+    const char* const id = ei_region_get_mapping_id(region);
+    regions.push_back({ei_region_get_x(region), ei_region_get_y(region), ei_region_get_width(region),
+                       ei_region_get_height(region),
+                       id != nullptr ? std::optional<std::string>(id) : std::nullopt});
+  }
+  return regions;
+}
+
 void EisChannel::read() {
   if (eiContext == nullptr) return;
   pollfd readable{ei_get_fd(eiContext.get()), POLLIN, 0};

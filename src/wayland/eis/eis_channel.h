@@ -10,6 +10,7 @@
 #include "base/file_descriptor.h"
 #include "base/owner.h"
 #include "wayland/eis/key_reports.h"
+#include "wayland/eis/pointer_regions.h"
 #include "wayland/lazy/libei.h"
 
 namespace ostler {
@@ -37,6 +38,9 @@ public:
   ei_device* device(InputKind kind) const { return slot(kind).device.get(); }
   // Whether the compositor has removed the device and not replaced it yet.
   bool isDeviceRemoved(InputKind kind) const { return slot(kind).removed; }
+
+  // The areas that the device for pointer motions can reach.
+  std::vector<PointerRegion> pointerRegions() const;
 
   // Processes the events that have arrived, without waiting. A device that
   // replaces a removed one takes over its kinds of input. Kinds that had none

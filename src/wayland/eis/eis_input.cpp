@@ -66,7 +66,7 @@ void EisInput::releaseHeld() {
 }
 
 void EisInput::moveTo(EisPosition inStream) {
-  const PointerRegions regions(channel.device(InputKind::pointer), stream);
+  const PointerRegions regions(channel.pointerRegions(), stream);
   const EisPosition target = regions.place(inStream);
   // KDE Plasma 6 has an edge barrier between monitors. It holds back 100 pixels
   // (2000 in corners) of a motion across the edge, absolute motions included: one

@@ -2,51 +2,47 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstddef>
 #include <limits>
 
 namespace ostler {
 namespace {
 
-float left(ei_region* region) { return static_cast<float>(ei_region_get_x(region)); }
-float top(ei_region* region) { return static_cast<float>(ei_region_get_y(region)); }
-float width(ei_region* region) { return static_cast<float>(ei_region_get_width(region)); }
-float height(ei_region* region) { return static_cast<float>(ei_region_get_height(region)); }
+bool hasArea(const PointerRegion& region) { return region.width > 0 && region.height > 0; }
 
-bool hasMappingId(ei_region* region, const std::string& mappingId) {
-  const char* const id = ei_region_get_mapping_id(region);
-  return id != nullptr && id == mappingId;
+bool startsAt(const PointerRegion& region, Point position) {
+  return std::int64_t{region.x} == position.x && std::int64_t{region.y} == position.y;
 }
 
-bool startsAt(ei_region* region, Point position) {
-  return std::int64_t{ei_region_get_x(region)} == position.x &&
-         std::int64_t{ei_region_get_y(region)} == position.y;
+}  // namespace
+
+PointerRegions::PointerRegions(const std::vector<PointerRegion>& ofDevice, const StreamPlace& stream) {
+  const auto areasOf = [&](const auto& isWanted) {
+    std::vector<Area> areas;
+    for (const PointerRegion& region : ofDevice) {
+      if (!hasArea(region) || !isWanted(region)) continue;
+      const auto left = static_cast<float>(region.x), top = static_cast<float>(region.y);
+      areas.push_back(
+          {left, top, left + static_cast<float>(region.width), top + static_cast<float>(region.height)});
+    }
+    return areas;
+  };
+  regions = areasOf([](const PointerRegion&) { return true; });
+  if (stream.mappingId) {
+    ofStream = areasOf([&](const PointerRegion& region) { return region.mappingId == stream.mappingId; });
+  }
+  if (ofStream.empty() && stream.position) {
+    ofStream = areasOf([&](const PointerRegion& region) { return startsAt(region, *stream.position); });
+  }
 }
 
 // libei (up to 1.4 at least) drops a motion outside the device's regions
 // without an error. A region does not contain its right and bottom edges, so a
 // move there would be lost. Such a point is moved to the nearest float inside
 // the region.
-EisPosition nearestInside(ei_region* region, EisPosition target) {
-  if (ei_region_contains(region, target.x, target.y)) return target;
-  const float right = left(region) + width(region), bottom = top(region) + height(region);
-  return {std::clamp(target.x, left(region), std::nextafter(right, 0.0f)),
-          std::clamp(target.y, top(region), std::nextafter(bottom, 0.0f))};
-}
-
-}  // namespace
-
-PointerRegions::PointerRegions(ei_device* pointer, const StreamPlace& stream) {
-  for (std::size_t i = 0; ei_region* region = ei_device_get_region(pointer, i); ++i) {
-    if (ei_region_get_width(region) > 0 && ei_region_get_height(region) > 0) regions.push_back(region);
-  }
-  const auto select = [this](const auto& matches) {
-    std::copy_if(regions.begin(), regions.end(), std::back_inserter(ofStream), matches);
-  };
-  if (stream.mappingId) select([&](ei_region* region) { return hasMappingId(region, *stream.mappingId); });
-  if (ofStream.empty() && stream.position) {
-    select([&](ei_region* region) { return startsAt(region, *stream.position); });
-  }
+EisPosition PointerRegions::Area::nearestInside(EisPosition target) const {
+  if (contains(target)) return target;
+  return {std::clamp(target.x, left, std::nextafter(right, 0.0f)),
+          std::clamp(target.y, top, std::nextafter(bottom, 0.0f))};
 }
 
 // Coordinates of the portal are relative to the stream, those of EIS to the
@@ -55,10 +51,10 @@ PointerRegions::PointerRegions(ei_device* pointer, const StreamPlace& stream) {
 EisPosition PointerRegions::place(EisPosition inStream) const {
   EisPosition nearest = inStream;
   float nearestDistance = std::numeric_limits<float>::infinity();
-  for (ei_region* region : ofStream.empty() ? regions : ofStream) {
+  for (const Area& region : ofStream.empty() ? regions : ofStream) {
     EisPosition target = inStream;
-    if (!ofStream.empty()) target = {target.x + left(region), target.y + top(region)};
-    const EisPosition candidate = nearestInside(region, target);
+    if (!ofStream.empty()) target = {target.x + region.left, target.y + region.top};
+    const EisPosition candidate = region.nearestInside(target);
     const float distance = std::hypot(candidate.x - target.x, candidate.y - target.y);
     if (distance >= nearestDistance) continue;
     nearestDistance = distance;
@@ -69,7 +65,7 @@ EisPosition PointerRegions::place(EisPosition inStream) const {
 
 EisPosition PointerRegions::onDesktop(EisPosition inStream) const {
   if (ofStream.empty()) return inStream;
-  return {inStream.x + left(ofStream.front()), inStream.y + top(ofStream.front())};
+  return {inStream.x + ofStream.front().left, inStream.y + ofStream.front().top};
 }
 
 bool PointerRegions::haveSameRegion(EisPosition one, EisPosition other) const {
@@ -77,16 +73,15 @@ bool PointerRegions::haveSameRegion(EisPosition one, EisPosition other) const {
 }
 
 EisPosition PointerRegions::middleAround(EisPosition place) const {
-  ei_region* const region = regionAt(place);
+  const Area* const region = regionAt(place);
   if (region == nullptr) return place;
-  return {left(region) + width(region) / 2, top(region) + height(region) / 2};
+  return {(region->left + region->right) / 2, (region->top + region->bottom) / 2};
 }
 
-ei_region* PointerRegions::regionAt(EisPosition place) const {
-  const auto region = std::find_if(regions.begin(), regions.end(), [place](ei_region* candidate) {
-    return ei_region_contains(candidate, place.x, place.y);
-  });
-  return region != regions.end() ? *region : nullptr;
+const PointerRegions::Area* PointerRegions::regionAt(EisPosition place) const {
+  const auto region =
+      std::find_if(regions.begin(), regions.end(), [=](const Area& each) { return each.contains(place); });
+  return region != regions.end() ? &*region : nullptr;
 }
 
 }  // namespace ostler

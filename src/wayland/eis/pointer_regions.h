@@ -1,10 +1,11 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "base/stream_place.h"
-#include "wayland/lazy/libei.h"
 
 namespace ostler {
 
@@ -14,10 +15,16 @@ struct EisPosition {
   float y;
 };
 
-// The areas that a pointer device can reach, one for each monitor on GNOME and KDE.
+// An area of the desktop that a pointer device can reach.
+struct PointerRegion {
+  std::uint32_t x, y, width, height;
+  std::optional<std::string> mappingId;
+};
+
+// All areas of a device, one for each monitor on GNOME and KDE.
 class PointerRegions {
 public:
-  PointerRegions(ei_device* pointer, const StreamPlace& stream);
+  PointerRegions(const std::vector<PointerRegion>& ofDevice, const StreamPlace& stream);
 
   // Converts a position in the stream to one on the desktop. A position outside
   // all regions is moved to the nearest point inside one.
@@ -30,10 +37,20 @@ public:
   EisPosition middleAround(EisPosition place) const;
 
 private:
-  ei_region* regionAt(EisPosition place) const;
+  // In floats, as positions are.
+  struct Area {
+    bool contains(EisPosition place) const {
+      return place.x >= left && place.x < right && place.y >= top && place.y < bottom;
+    }
+    EisPosition nearestInside(EisPosition target) const;
 
-  std::vector<ei_region*> regions;
-  std::vector<ei_region*> ofStream;  // the stream's regions; empty if they are unknown
+    float left, top, right, bottom;
+  };
+
+  const Area* regionAt(EisPosition place) const;
+
+  std::vector<Area> regions;
+  std::vector<Area> ofStream;  // the stream's regions; empty if they are unknown
 };
 
 }  // namespace ostler

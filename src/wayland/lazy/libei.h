@@ -35,7 +35,6 @@
   apply(ei_keymap_get_type) \
   apply(ei_log_set_handler) \
   apply(ei_new_sender) \
-  apply(ei_region_contains) \
   apply(ei_region_get_height) \
   apply(ei_region_get_mapping_id) \
   apply(ei_region_get_width) \
