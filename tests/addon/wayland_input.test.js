@@ -56,26 +56,24 @@ describe('through EIS', () => {
 
   it('sends each event in a frame of its own', async () => {
     const cases = [
-      [['move', 10.6, 20.25], ['motion 10.6000004 20.25']],
-      [['move', -5, NaN], ['motion 0 0']],
-      [['move', 100000, 720], ['motion 1279.99988 719.999939']],
-      [['move', 1279.9999999, 719], ['motion 1279.99988 719']],
-      [['click', 5, 6, 'RIGHT', 2], ['motion 5 6', 'button 273 1', 'button 273 0', 'button 273 1', 'button 273 0']],
-      [['mouseDown', 7, 8], ['motion 7 8', 'button 272 1']],
-      [['mouseUp', 9, 9], ['button 272 0']],
-      [['drag', 0, 0, 0, 130], ['motion 0 0', 'button 272 1', 'motion 0 21.666666', 'motion 0 43.3333321',
-        'motion 0 65',
-        'motion 0 86.6666641', 'motion 0 108.333336', 'motion 0 130', 'button 272 0']],
-      [['scroll', 1, 1, 1, 2], ['motion 1 1', 'scroll 120 -240']],
-      [['scroll', 1, 1, 0, 0], ['motion 1 1']],
-      [['key', 'ctrl+shift+t'], ['key 29 1', 'key 42 1', ...key(20), 'key 42 0', 'key 29 0']],
-      [['key', 'a+ctrl+alt'], ['key 29 1', 'key 56 1', ...key(30), 'key 56 0', 'key 29 0']],
-      [['key', 'ctrl+foo'], ['Unsupported key combo part on Wayland: foo']],
-      [['type', 'aB 1\r\n\t\b'], [...key(30), ...shifted(48), ...key(57), ...key(2), ...key(28), ...key(28), ...key(15),
-        ...key(14)]],
+      ['a move to fractions', ['move', 10.6, 20.25], ['motion 10.6000004 20.25']],
+      ['a move to nowhere', ['move', -5, NaN], ['motion 0 0']],
+      ['a move beyond the edges', ['move', 100000, 720], ['motion 1279.99988 719.999939']],
+      ['two clicks', ['click', 5, 6, 'RIGHT', 2],
+        ['motion 5 6', 'button 273 1', 'button 273 0', 'button 273 1', 'button 273 0']],
+      ['a press', ['mouseDown', 7, 8], ['motion 7 8', 'button 272 1']],
+      ['a release where the pointer is', ['mouseUp', 9, 9], ['button 272 0']],
+      ['a drag', ['drag', 0, 0, 0, 130], ['motion 0 0', 'button 272 1', 'motion 0 21.666666', 'motion 0 43.3333321',
+        'motion 0 65', 'motion 0 86.6666641', 'motion 0 108.333336', 'motion 0 130', 'button 272 0']],
+      ['wheel steps at once', ['scroll', 1, 1, 1, 2], ['motion 1 1', 'scroll 120 -240']],
+      ['no wheel step', ['scroll', 1, 1, 0, 0], ['motion 1 1']],
+      ['a combo', ['key', 'ctrl+shift+t'], ['key 29 1', 'key 42 1', ...key(20), 'key 42 0', 'key 29 0']],
+      ['nothing of an invalid combo', ['key', 'ctrl+foo'], ['Unsupported key combo part on Wayland: foo']],
+      ['plain keys', ['type', 'aB 1\r\n\t\b'], [...key(30), ...shifted(48), ...key(57), ...key(2), ...key(28),
+        ...key(28), ...key(15), ...key(14)]],
     ];
-    for (const [invocation, expected] of cases) {
-      assert.deepStrictEqual(await session.sent(...invocation), expected, `${invocation}`);
+    for (const [name, invocation, expected] of cases) {
+      assert.deepStrictEqual(await session.sent(...invocation), expected, name);
     }
     assert.deepStrictEqual(await session.call('cursorPosition'), { x: 3, y: 4 });
   });
@@ -117,9 +115,8 @@ it('uses the portal for what EIS has no device for, and asks for permission ther
   };
   const onEis = { click: ['motion 63.9999962 47.9999962', 'button 274 1', 'button 274 0'], mouseUp: ['button 272 0'] };
   const cases = [
-    [{ ConnectToEIS: noChannel, Start: start(3) }, { ...pointer, ...keys }],
-    // Each operation stops at the call that fails.
-    [{ ConnectToEIS: noChannel, Start: start(3),
+    ['no channel', { ConnectToEIS: noChannel, Start: start(3) }, { ...pointer, ...keys }],
+    ['each operation stops at the call that fails', { ConnectToEIS: noChannel, Start: start(3),
       NotifyPointerButton: [{}, gone], NotifyPointerAxisDiscrete: [{}, gone],
       NotifyKeyboardKeysym: [{}, gone, {}, {}, gone] }, {
       ...pointer, click: [...pointer.click, failure('PointerButton', gone.error.join(': '))],
@@ -128,12 +125,12 @@ it('uses the portal for what EIS has no device for, and asks for permission ther
       key: [...keys.key.slice(0, 2), failure('KeyboardKeysym', gone.error.join(': '))],
       type: [...keys.type.slice(0, 3), failure('KeyboardKeysym', gone.error.join(': '))] },
     { scroll: [31.9999999999, 2, 0, -(2 ** 31)] }],
-    [{ ConnectToEIS: noChannel, Start: start(1) }, { ...pointerDenied, ...keys }],
-    [{ ConnectToEIS: noChannel, Start: start(2) }, { ...pointer, ...keysDenied }],
-    // The slots are filled from different devices; the keyboard is announced too late.
-    [{ ConnectToEIS: { eis: ['pointer@32,48,32,0', 'button', 'keyboard!late'] }, Start: start(0) },
+    ['the keyboard alone', { ConnectToEIS: noChannel, Start: start(1) }, { ...pointerDenied, ...keys }],
+    ['the pointer alone', { ConnectToEIS: noChannel, Start: start(2) }, { ...pointer, ...keysDenied }],
+    ['a device for each kind of input, the keyboard too late',
+      { ConnectToEIS: { eis: ['pointer@32,48,32,0', 'button', 'keyboard!late'] }, Start: start(0) },
       { ...onEis, scroll: ['motion 32 2', denied('pointer axis')], ...keysDenied }],
-    [{ ConnectToEIS: { eis: ['keyboard', 'pointer,button'] }, Start: start(0) },
+    ['no device for the wheel', { ConnectToEIS: { eis: ['keyboard', 'pointer,button'] }, Start: start(0) },
       { ...onEis, click: ['motion 64 48', 'button 274 1', 'button 274 0'],
         scroll: ['motion 32 2', denied('pointer axis')],
         key: ['key 29 1', ...key(46), 'key 29 0'], type: [...shifted(30), denied('keyboard keysym')] }],
@@ -141,12 +138,12 @@ it('uses the portal for what EIS has no device for, and asks for permission ther
   const calls = {
     click: [70, 99, 'middle', 1], scroll: [31.9999999999, 2, 2, -1], mouseUp: [5, 5], key: ['ctrl+c'], type: ['A-\n'],
   };
-  for (const [script, expected, otherCalls] of cases) {
+  for (const [name, script, expected, otherCalls] of cases) {
     const session = await openSession(script);
     for (const [method, values] of Object.entries({ ...calls, ...otherCalls })) {
       const lines = (await session.sent(method, ...values)).map(
         (line) => line.replace(/^PointerMotionAbsolute \d+, /, 'motion '));
-      assert.deepStrictEqual(lines, expected[method], `${JSON.stringify(script)} ${method}`);
+      assert.deepStrictEqual(lines, expected[method], `${name}: ${method}`);
     }
     await session.stop();
   }
@@ -170,13 +167,10 @@ it('types by the keymap of the keyboard and the layout in use', async () => {
   const keyboards = {
     // The portal is asked before the first dead key. The clients' locale decides what an accent and c produce.
     es: [['type', 'qué+', [...key(16), ...key(22), asked(0xe9), ...key(40), ...key(18), ...key(27)]],
-      ['type', 'Ñã^', [...shifted(39), ...altGr(...key(39)), ...key(30), ...shifted(26), ...key(57)]],
       ['type', 'ć', refusal(0x1000107)]],
-    us: [['type', 'zA+', [...key(44), ...shifted(30), ...shifted(13)]], ['type', 'ä', refusal(0x10000e4)]],
-    de: [['type', 'yß€~', [...key(44), ...key(12), ...altGr(...key(18)), ...altGr(...key(27))]],
-      ['key', '/', shifted(8)], ['type', '^é', [...key(41), ...key(57), ...key(13), ...key(18)]]],
-    fr: [['type', '1éÊ', [...shifted(2), ...key(3), ...key(26), ...shifted(18)]], ['key', 'shift+1', ['key 42 1', ...key(2), 'key 42 0']]],
-    ru: [['type', 'п', key(34)], ['type', 'a', refusal(0x61)], ['key', 'ctrl+c', ['key 29 1', ...key(46), 'key 29 0']]],
+    de: [['type', '€', altGr(...key(18))], ['key', '/', shifted(8)]],
+    fr: [['key', 'shift+1', ['key 42 1', ...key(2), 'key 42 0']]],
+    ru: [['type', 'a', refusal(0x61)], ['key', 'ctrl+c', ['key 29 1', ...key(46), 'key 29 0']]],
     'us,de': [['type', 'zz', [kde, ...key(21), ...key(21)]], ['key', 'z', [kde, settings, ...key(21)]],
       ['key', 'z', [kde, settings, ...key(44)]]],
   };
@@ -293,13 +287,11 @@ it('moves on the monitor that the stream shows, and across the edge between two'
   const monitors = (...ids) => `pointer@1280,720,0,0${ids[0] ?? ''}@1280,720,1280,0${ids[1] ?? ''}`;
   const start = (properties) => ({ response: `(uint32 0, {'streams': <[(uint32 NODE, {${properties}})]>})` });
   const [first, second, nowhere] = ['16 24', '48 24', ''];  // the pointer in the stream of 64x48 pixels
-  const onSecond = [[[5, 6.5], ['motion 1285 6.5']], [[1280, 720], ['motion 2559.99976 719.999939']]];
   const both = "'size': <(2560, 720)>";
   const cases = [
-    ['mapping id', first, monitors('=one', '=two'), "'size': <(1280, 720)>, 'mapping_id': <'two'>", onSecond],
-    ['position', first, monitors(), "'size': <(1280, 720)>, 'position': <(1280, 0)>, 'mapping_id': <'none'>", onSecond],
-    ['first monitor', first, monitors(), "'size': <(1280, 720)>, 'position': <(0, 0)>",
-      [[[1280, 9], ['motion 1279.99988 9']]]],
+    ['mapping id', first, monitors('=one', '=two'), "'size': <(1280, 720)>, 'mapping_id': <'two'>",
+      [[[5, 6.5], ['motion 1285 6.5']]]],
+    ['position', first, monitors(), "'size': <(1280, 720)>, 'position': <(1280, 0)>", [[[5, 6.5], ['motion 1285 6.5']]]],
     ['both monitors', first, monitors(), both, [[[100, 100], ['motion 100 100']],
       [[1300, 100], ['motion 1920 360', 'motion 1300 100', 'motion 640 360']]]],
     ['pointer on the other monitor', second, monitors(), both, [[[100, 100], ['motion 640 360', 'motion 100 100']]]],

@@ -76,10 +76,8 @@ it('presses and releases where the pointer is, and turns the wheel, horizontally
 
 it('holds the modifiers around the key', async () => {
   const cases = [
-    ['ctrl+shift+a', '+ffe3 +ffe1 +41 -41 -ffe1 -ffe3'], ['A', '+61 -61'], ['a+ctrl', '+ffe3 +61 -61 -ffe3'],
-    ['ctrl+alt', '+ffe3 +ffe9 -ffe9 -ffe3'], ['a+b', '+62 -62'], ['cmd', '+ffeb -ffeb'], ['ctrl+', '+ffe3 -ffe3'],
-    ['f12', '+ffc9 -ffc9'], ['plus', '+3d -3d'], ['escape', '+ff1b -ff1b'], ['', ''],
-    ['\tCtrl \n+\v A\r', '+ffe3 +61 -61 -ffe3'], ['+a', '+61 -61'], ['a++b', '+62 -62'],
+    ['ctrl+shift+a', '+ffe3 +ffe1 +41 -41 -ffe1 -ffe3'], ['ctrl+alt', '+ffe3 +ffe9 -ffe9 -ffe3'],
+    ['plus', '+3d -3d'], ['escape', '+ff1b -ff1b'], ['', ''],
     ['ctrl+ctrl+a', '+ffe3 +61 -61 -ffe3'],  // the server drops the second press and release
   ];
   for (const [combo, expected] of cases) assert.strictEqual(keysOf(await eventsOf('key', combo)), expected, combo);
@@ -89,8 +87,6 @@ it('presses nothing of an invalid combo', async () => {
   await x11.events();
   const cases = [
     ['ctrl+FOO', 'Unsupported key combo part on Linux/X11: foo'],
-    ['+', 'Key combo did not resolve to a key: +'],
-    [' ', 'Key combo did not resolve to a key:  '],
     ['a\u{1F600}', 'Unsupported key combo part on Linux/X11: a\u{1F600}'],
     ['x'.repeat(4 << 20), `Unsupported key combo part on Linux/X11: ${'x'.repeat(4 << 20)}`],
   ];
