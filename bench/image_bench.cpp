@@ -14,8 +14,8 @@
 #include "image/encode_jpeg.h"
 #include "image/encode_png.h"
 #include "image/resample.h"
+#include "wayland/stream/buffer_content.h"
 #include "wayland/stream/capture_state.h"
-#include "wayland/stream/frame_intake.h"
 #include "wayland/stream/unpack.h"
 #include "x11/to_rgb.h"
 
@@ -75,7 +75,7 @@ BENCHMARK(unpackBgrx)->Unit(benchmark::kMillisecond);
 constexpr std::int32_t largeWidth = 5120, largeHeight = 2880;
 constexpr std::size_t largeSize = static_cast<std::size_t>(largeWidth) * largeHeight * bytesPerFramePixel;
 
-void takeInLargeFrames(benchmark::State& state) {
+void copyLargeFrames(benchmark::State& state) {
   PixelBytes memory(largeSize, 7);
   spa_chunk chunk{0, static_cast<std::uint32_t>(largeSize), largeWidth * 4, 0};
   spa_data data{};
@@ -86,15 +86,15 @@ void takeInLargeFrames(benchmark::State& state) {
   buffer.n_datas = 1;
   buffer.datas = &data;
   CaptureState captured;
-  const auto takeInOne = [&] {
+  const auto copyOne = [&] {
     PixelBytes storage = captured.takeStorage();
-    FrameIntake intake = takeIn(&buffer, {SPA_VIDEO_FORMAT_BGRx, largeWidth, largeHeight}, storage);
-    captured.store(std::move(intake.frame), intake.cursor);
+    BufferContent content = readBuffer(&buffer, {SPA_VIDEO_FORMAT_BGRx, largeWidth, largeHeight}, storage);
+    captured.store(std::move(content.frame), content.cursor);
   };
-  for (int i = 0; i < 3; ++i) takeInOne();  // the pages of the first frames are mapped anew
-  for (auto _ : state) takeInOne();
+  for (int i = 0; i < 3; ++i) copyOne();  // the pages of the first frames are mapped anew
+  for (auto _ : state) copyOne();
 }
-BENCHMARK(takeInLargeFrames)->Unit(benchmark::kMillisecond);
+BENCHMARK(copyLargeFrames)->Unit(benchmark::kMillisecond);
 
 void copyLargeFrames(benchmark::State& state) {
   const PixelBytes memory(largeSize, 7);

@@ -10,7 +10,7 @@
 namespace ostler {
 namespace {
 
-RgbImage fitted(Capture capture, double scaleX, double scaleY, Size target, Rect crop, bool jpeg) {
+RgbImage cropOrResample(Capture capture, double scaleX, double scaleY, Size target, Rect crop, bool jpeg) {
   if (crop.width > 0 && crop.height > 0) {
     const Rect pixels = toImagePixels(crop, scaleX, scaleY);
     return cropImage(capture, pixels.x, pixels.y, pixels.width, pixels.height);
@@ -30,7 +30,7 @@ RgbImage fitted(Capture capture, double scaleX, double scaleY, Size target, Rect
 std::vector<unsigned char> finishCapture(Capture capture, double scaleX, double scaleY, Size target,
                                          Rect crop, double quality) {
   const bool jpeg = quality >= 0.0;
-  const RgbImage result = fitted(std::move(capture), scaleX, scaleY, target, crop, jpeg);
+  const RgbImage result = cropOrResample(std::move(capture), scaleX, scaleY, target, crop, jpeg);
   return jpeg ? encodeJpeg(result, quality) : encodePng(result);
 }
 

@@ -19,18 +19,18 @@ XcbConnection connectWhenAnswered(const char* displayName) {
 }
 
 EscapeGrab::EscapeGrab(Display* display) : xDisplay(display), rootWindow(DefaultRootWindow(display)) {
-  take();
+  grab();
 }
 
-EscapeGrab::~EscapeGrab() { giveBack(); }
+EscapeGrab::~EscapeGrab() { ungrab(); }
 
 void EscapeGrab::follow() {
   if (isHeld && XKeysymToKeycode(xDisplay, XK_Escape) == keycode) return;
-  giveBack();
-  take();
+  ungrab();
+  grab();
 }
 
-void EscapeGrab::take() {
+void EscapeGrab::grab() {
   keycode = XKeysymToKeycode(xDisplay, XK_Escape);
   if (keycode == 0) return;
   const ErrorTrap trap(xDisplay);
@@ -39,7 +39,7 @@ void EscapeGrab::take() {
   isHeld = !trap.caught();
 }
 
-void EscapeGrab::giveBack() {
+void EscapeGrab::ungrab() {
   if (!std::exchange(isHeld, false)) return;
   XUngrabKey(xDisplay, keycode, AnyModifier, rootWindow);
   XSync(xDisplay, False);

@@ -37,8 +37,8 @@ public:
   bool isPress(const XEvent& event) const { return event.type == KeyPress && event.xkey.keycode == keycode; }
 
 private:
-  void take();
-  void giveBack();
+  void grab();
+  void ungrab();
 
   Display* const xDisplay;
   const Window rootWindow;

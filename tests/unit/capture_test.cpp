@@ -17,8 +17,8 @@
 #include <spa/param/video/format-utils.h>
 #include <spa/pod/builder.h>
 
+#include "wayland/stream/buffer_content.h"
 #include "wayland/stream/capture_state.h"
-#include "wayland/stream/frame_intake.h"
 #include "wayland/stream/stream_format.h"
 #include "wayland/stream/unpack.h"
 
@@ -39,8 +39,8 @@ TEST(StreamFormat, AsksForBuffersOfTheSizeOfAFrame) {
       {"the smallest size", least, least, most, least},
   };
   for (const auto& [name, width, height, size, stride] : cases) {
-    PodRoom room;
-    const spa_pod* const pod = buildBufferParams(room, {SPA_VIDEO_FORMAT_BGRx, width, height})[0];
+    PodStorage storage;
+    const spa_pod* const pod = buildBufferParams(storage, {SPA_VIDEO_FORMAT_BGRx, width, height})[0];
     const auto valueOf = [&](std::uint32_t key) {
       std::int32_t value = -1;
       spa_pod_get_int(&spa_pod_find_prop(pod, nullptr, key)->value, &value);
@@ -65,10 +65,10 @@ struct TestBuffer {
     data.maxsize = chunk.size = static_cast<std::uint32_t>(size);
   }
 
-  FrameIntake take() {
+  BufferContent take() {
     const spa_buffer buffer{2, blocks, metas, &data};
     PixelBytes storage;
-    return takeIn(&buffer, format, storage);
+    return readBuffer(&buffer, format, storage);
   }
 
   std::vector<unsigned char> memory;
@@ -83,7 +83,7 @@ struct TestBuffer {
 
 using Change = void (*)(TestBuffer&);
 
-TEST(FrameIntake, DiscardsBuffersWithoutAValidPicture) {
+TEST(BufferContent, DiscardsBuffersWithoutAValidPicture) {
   const std::pair<const char*, Change> cases[] = {
       {"no block", [](TestBuffer& b) { b.blocks = 0; }},
       {"not mapped", [](TestBuffer& b) { b.data.data = nullptr; }},
@@ -104,23 +104,23 @@ TEST(FrameIntake, DiscardsBuffersWithoutAValidPicture) {
   for (const auto& [name, change] : cases) {
     TestBuffer buffer;
     change(buffer);
-    const FrameIntake intake = buffer.take();
-    EXPECT_FALSE(intake.frame || intake.cursor) << name;
+    const BufferContent content = buffer.take();
+    EXPECT_FALSE(content.frame || content.cursor) << name;
   }
 }
 
-TEST(FrameIntake, TakesTheCursorOfABufferThatHasNoPicture) {
+TEST(BufferContent, TakesTheCursorOfABufferThatHasNoPicture) {
   for (const std::uint32_t size : {24U, 0U}) {  // as KWin has it, and GNOME
     TestBuffer buffer;
     buffer.chunk.size = size;
     buffer.chunk.flags = SPA_CHUNK_FLAG_CORRUPTED;
-    const FrameIntake intake = buffer.take();
-    EXPECT_FALSE(intake.frame) << size;
-    EXPECT_EQ(intake.cursor, (Point{5, -6})) << size;
+    const BufferContent content = buffer.take();
+    EXPECT_FALSE(content.frame) << size;
+    EXPECT_EQ(content.cursor, (Point{5, -6})) << size;
   }
 }
 
-TEST(FrameIntake, ReadsRowsAndCursorAtTheirOffsets) {
+TEST(BufferContent, ReadsRowsAndCursorAtTheirOffsets) {
   const struct {
     const char* name;
     Change change;
@@ -143,16 +143,16 @@ TEST(FrameIntake, ReadsRowsAndCursorAtTheirOffsets) {
   for (const auto& [name, change, firstRow, secondRow, cursor] : cases) {
     TestBuffer buffer;
     change(buffer);
-    const FrameIntake intake = buffer.take();
-    ASSERT_TRUE(intake.frame) << name;
+    const BufferContent content = buffer.take();
+    ASSERT_TRUE(content.frame) << name;
     std::vector<unsigned char> expected;
     for (const std::size_t row : {firstRow, secondRow}) {
       expected.insert(expected.end(), &buffer.memory[row], &buffer.memory[row] + 12);
     }
-    const PixelBytes& bytes = intake.frame->bytes;
+    const PixelBytes& bytes = content.frame->bytes;
     EXPECT_EQ(std::vector<unsigned char>(bytes.begin(), bytes.end()), expected) << name;
-    EXPECT_EQ(intake.frame->format, buffer.format) << name;
-    EXPECT_EQ(intake.cursor, cursor) << name;
+    EXPECT_EQ(content.frame->format, buffer.format) << name;
+    EXPECT_EQ(content.cursor, cursor) << name;
   }
 }
 
@@ -189,7 +189,7 @@ TEST(CaptureState, FailsOnceTheFormatHasBeenClearedForAWhile) {
     }
   };
   state.store(Frame{}, std::nullopt);
-  state.loseFormat();
+  state.clearFormat();
   EXPECT_TRUE(isRunning());
   std::this_thread::sleep_for(std::chrono::milliseconds(1100));
   EXPECT_FALSE(isRunning());

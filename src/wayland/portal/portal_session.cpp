@@ -164,9 +164,9 @@ void PortalSession::startPortalSession(const PortalPermission& permission) {
       throw std::runtime_error("Missing portal response field: session_handle");
     }
     sessionHandle = handle;
-    end.emplace(bus, sessionHandle);
-    screen.emplace(bus, end->signalContext());
-    layout.emplace(bus, end->signalContext());
+    watch.emplace(bus, sessionHandle);
+    screen.emplace(bus, watch->signalContext());
+    layout.emplace(bus, watch->signalContext());
   }
   {
     PortalOptions options;
@@ -210,11 +210,11 @@ void PortalSession::requireUnlocked() const {
 }
 
 bool PortalSession::takeLayoutSwitch() {
-  end->hasCome();
+  watch->hasEnded();
   return layout->take();
 }
 
-void PortalSession::markEnded() { end->mark(); }
+void PortalSession::markEnded() { watch->markEnded(); }
 
 void PortalSession::requireDevice(PortalDevice device, const char* description) const {
   if ((grantedDevices & device) != 0) return;

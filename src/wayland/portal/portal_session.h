@@ -12,7 +12,7 @@
 #include "wayland/portal/active_layout.h"
 #include "wayland/portal/glib_handles.h"
 #include "wayland/portal/screen_lock.h"
-#include "wayland/portal/session_end.h"
+#include "wayland/portal/session_watch.h"
 
 namespace ostler {
 
@@ -45,7 +45,7 @@ public:
 
   // Whether the messages that have arrived by now say that the session has ended.
   // Does not wait.
-  bool hasEnded() { return end->hasCome(); }
+  bool hasEnded() { return watch->hasEnded(); }
   // Throws std::runtime_error if the screen was locked when hasEnded() was last
   // called.
   void requireUnlocked() const;
@@ -77,7 +77,7 @@ private:
   std::vector<SharedStream> sharedStreams;
   bool clipboardGranted = false;
   // Set once the portal has created the session.
-  std::optional<SessionEnd> end;
+  std::optional<SessionWatch> watch;
   std::optional<ScreenLock> screen;
   std::optional<LayoutSwitch> layout;
 };

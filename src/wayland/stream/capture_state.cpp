@@ -18,7 +18,7 @@ void CaptureState::setFormat(const StreamFormat& format) {
   videoFormat = format.videoFormat;
   frameWidth = format.width;
   frameHeight = format.height;
-  formatLost.reset();
+  formatCleared.reset();
   // A logical size is set once, by the portal or from the first format, so that
   // the pointer's coordinates keep their meaning.
   if (logicalWidth > 0 && logicalHeight > 0) return;
@@ -26,9 +26,9 @@ void CaptureState::setFormat(const StreamFormat& format) {
   logicalHeight = format.height;
 }
 
-void CaptureState::loseFormat() {
+void CaptureState::clearFormat() {
   const MutexLock lock(frameMutex);
-  if (!formatLost) formatLost = std::chrono::steady_clock::now();
+  if (!formatCleared) formatCleared = std::chrono::steady_clock::now();
 }
 
 StreamFormat CaptureState::format() const {
@@ -40,12 +40,12 @@ StreamFormat CaptureState::format() const {
 // long as copying it. So the storage is reused: the last reference returns it,
 // on whichever thread that is released.
 std::shared_ptr<const Frame> CaptureState::share(Frame newFrame) {
-  const auto handBack = [this](Frame* replaced) noexcept {
+  const auto reclaim = [this](Frame* replaced) noexcept {
     const std::unique_ptr<Frame> owner(replaced);
     const MutexLock lock(frameMutex);
     storage.swap(replaced->bytes);
   };
-  return {new Frame(std::move(newFrame)), handBack};
+  return {new Frame(std::move(newFrame)), reclaim};
 }
 
 PixelBytes CaptureState::takeStorage() {
@@ -107,7 +107,7 @@ void CaptureState::setLastPointer(Point position) {
   lastPointerY = position.y;
 }
 
-bool CaptureState::waitForNews(std::chrono::steady_clock::time_point deadline) {
+bool CaptureState::waitForFrameOrFailure(std::chrono::steady_clock::time_point deadline) {
   MutexLock lock(frameMutex);
   while (!frameReady && !streamFailed) {
     if (lock.waitUntil(frameCondition, deadline) == std::cv_status::timeout) break;
@@ -116,12 +116,12 @@ bool CaptureState::waitForNews(std::chrono::steady_clock::time_point deadline) {
 }
 
 void CaptureState::waitForFirstFrame(std::chrono::steady_clock::time_point deadline) {
-  waitForNews(deadline);
+  waitForFrameOrFailure(deadline);
   const MutexLock lock(frameMutex);
   if (streamFailed) throw std::runtime_error("Wayland ScreenCast stream failed: " + streamError);
   // If a compositor ends, or the scale changes on GNOME 48, the stream is
   // paused without a format or an error.
-  if (frameReady && formatLost && std::chrono::steady_clock::now() - *formatLost > longestChange) {
+  if (frameReady && formatCleared && std::chrono::steady_clock::now() - *formatCleared > longestChange) {
     throw std::runtime_error("Wayland ScreenCast stream failed: the desktop has ended it");
   }
   if (!frameReady) throw std::runtime_error("Timed out waiting for the Wayland ScreenCast stream.");

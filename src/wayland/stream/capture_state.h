@@ -29,7 +29,7 @@ public:
   // storage if there is none.
   PixelBytes takeStorage();
   // Marks the stream as having no format, until setFormat() is called.
-  void loseFormat();
+  void clearFormat();
   // Marks the stream as failed for good, even if frames follow.
   void failStream(const char* error) noexcept;
 
@@ -38,7 +38,7 @@ public:
   void setLastPointer(Point position);
   // Waits for the first frame or the stream's failure. Returns false on
   // time-out.
-  bool waitForNews(std::chrono::steady_clock::time_point deadline);
+  bool waitForFrameOrFailure(std::chrono::steady_clock::time_point deadline);
   // Waits for the first frame. Throws if the stream has failed, even if there
   // is a frame, if no frame arrived in time, or if the desktop has ended the
   // stream.
@@ -67,7 +67,7 @@ private:
   mutable Mutex frameMutex;
   // Signalled for frameReady, streamFailed and the cursor.
   std::condition_variable frameCondition;
-  std::optional<std::chrono::steady_clock::time_point> formatLost OSTLER_GUARDED_BY(frameMutex);
+  std::optional<std::chrono::steady_clock::time_point> formatCleared OSTLER_GUARDED_BY(frameMutex);
   bool frameReady OSTLER_GUARDED_BY(frameMutex) = false;
   std::uint64_t frames OSTLER_GUARDED_BY(frameMutex) = 0;
   bool streamFailed OSTLER_GUARDED_BY(frameMutex) = false;

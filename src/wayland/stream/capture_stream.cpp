@@ -11,7 +11,7 @@
 
 #include <fcntl.h>
 
-#include "wayland/stream/frame_intake.h"
+#include "wayland/stream/buffer_content.h"
 #include "wayland/stream/stream_format.h"
 
 namespace ostler {
@@ -56,7 +56,7 @@ private:
 
 // No exception may reach PipeWire, so it is recorded as the stream's failure.
 template <typename Action>
-void failingTheStream(CaptureState& state, Action action) noexcept {
+void failStreamOnError(CaptureState& state, Action action) noexcept {
   try {
     action();
   } catch (const std::bad_alloc&) {
@@ -134,8 +134,8 @@ void CaptureStream::connectStream(std::uint32_t nodeId) {
   if (stream == nullptr) throw std::runtime_error("Failed to create the PipeWire stream.");
   pw_stream_add_listener(stream.get(), &streamListener, &streamEvents, this);
 
-  PodRoom room;
-  const spa_pod* offered = buildOfferedFormats(room);
+  PodStorage podStorage;
+  const spa_pod* offered = buildOfferedFormats(podStorage);
   const auto flags = static_cast<pw_stream_flags>(PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS);
   if (pw_stream_connect(stream.get(), PW_DIRECTION_INPUT, nodeId, flags, &offered, 1) != 0) {
     throw std::runtime_error("Failed to connect the PipeWire stream to the Wayland ScreenCast node.");
@@ -183,15 +183,15 @@ void CaptureStream::onCoreError(void* data, int, int, const char* message) noexc
 void CaptureStream::onStreamParamChanged(void* data, std::uint32_t id, const spa_pod* param) noexcept {
   if (id != SPA_PARAM_Format) return;
   auto* self = static_cast<CaptureStream*>(data);
-  if (param == nullptr) return self->state.loseFormat();
-  failingTheStream(self->state, [&] { self->acceptFormat(param); });
+  if (param == nullptr) return self->state.clearFormat();
+  failStreamOnError(self->state, [&] { self->acceptFormat(param); });
 }
 
 void CaptureStream::onStreamProcess(void* data) noexcept {
   auto* self = static_cast<CaptureStream*>(data);
   {
     const DequeuedBuffer buffer(self->stream.get());
-    failingTheStream(self->state, [&] { self->takeBuffer(buffer.get()); });
+    failStreamOnError(self->state, [&] { self->takeBuffer(buffer.get()); });
   }
   constexpr int many = 30;
   if (self->repeatedCursors >= many && !self->rateLimitLifted) self->liftRateLimit();
@@ -202,19 +202,19 @@ void CaptureStream::acceptFormat(const spa_pod* param) {
   if (!format) return;
   state.setFormat(*format);
   requireSupportedFormat(format->videoFormat);
-  PodRoom room;
-  std::array<const spa_pod*, 3> answer = buildBufferParams(room, *format);
+  PodStorage podStorage;
+  std::array<const spa_pod*, 3> answer = buildBufferParams(podStorage, *format);
   pw_stream_update_params(stream.get(), answer.data(), static_cast<std::uint32_t>(answer.size()));
 }
 
 void CaptureStream::takeBuffer(const spa_buffer* buffer) {
   if (storage.empty()) storage = state.takeStorage();
-  FrameIntake intake = takeIn(buffer, state.format(), storage);
-  const bool repeated = intake.cursorOnly && intake.cursor == lastCursor;
+  BufferContent content = readBuffer(buffer, state.format(), storage);
+  const bool repeated = content.cursorOnly && content.cursor == lastCursor;
   repeatedCursors = repeated ? repeatedCursors + 1 : 0;
-  lastCursor = intake.cursor;
-  if (intake.cursorHidden) state.hideCursor();
-  if (intake.frame || intake.cursor) state.store(std::move(intake.frame), intake.cursor);
+  lastCursor = content.cursor;
+  if (content.cursorHidden) state.hideCursor();
+  if (content.frame || content.cursor) state.store(std::move(content.frame), content.cursor);
 }
 
 // GNOME 48 can fail to send any picture of the first of two monitors. When it
@@ -224,8 +224,8 @@ void CaptureStream::takeBuffer(const spa_buffer* buffer) {
 // result, at each refresh. Without a limit the picture follows.
 void CaptureStream::liftRateLimit() {
   rateLimitLifted = true;
-  PodRoom room;
-  const spa_pod* offered = buildUnlimitedFormats(room);
+  PodStorage podStorage;
+  const spa_pod* offered = buildUnlimitedFormats(podStorage);
   pw_stream_update_params(stream.get(), &offered, 1);
 }
 
@@ -236,7 +236,7 @@ void waitForFirstFrame(CaptureState& state, CaptureStream& stream) {
   using namespace std::chrono_literals;
   const auto start = std::chrono::steady_clock::now();
   for (const std::chrono::milliseconds lost : {700ms, 2000ms}) {
-    if (!state.waitForNews(start + lost)) stream.restart();
+    if (!state.waitForFrameOrFailure(start + lost)) stream.restart();
   }
   state.waitForFirstFrame(start + 15s);
 }

@@ -18,9 +18,9 @@
 namespace ostler {
 namespace {
 
-spa_pod_builder builderIn(PodRoom& room) {
+spa_pod_builder builderIn(PodStorage& storage) {
   spa_pod_builder builder;
-  spa_pod_builder_init(&builder, room.bytes.data(), static_cast<std::uint32_t>(room.bytes.size()));
+  spa_pod_builder_init(&builder, storage.bytes.data(), static_cast<std::uint32_t>(storage.bytes.size()));
   return builder;
 }
 
@@ -32,8 +32,8 @@ std::int32_t clampToInt(std::int64_t value) {
 
 // The first value of the choice of video formats is the default.
 template <typename... Properties>
-const spa_pod* buildFormats(PodRoom& room, const Properties&... more) {
-  spa_pod_builder builder = builderIn(room);
+const spa_pod* buildFormats(PodStorage& storage, const Properties&... more) {
+  spa_pod_builder builder = builderIn(storage);
   const void* const pod =
       spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_Format, SPA_PARAM_EnumFormat, SPA_FORMAT_mediaType,
                                  SPA_POD_Id(SPA_MEDIA_TYPE_video), SPA_FORMAT_mediaSubtype,
@@ -53,14 +53,14 @@ constexpr std::int32_t cursorMetaSize(int imageSide) {
 
 }  // namespace
 
-const spa_pod* buildOfferedFormats(PodRoom& room) { return buildFormats(room); }
+const spa_pod* buildOfferedFormats(PodStorage& storage) { return buildFormats(storage); }
 
 // GNOME limits the rate of a stream to the one that was negotiated, unless its
 // numerator is 0. PipeWire compares fractions by cross multiplication, so 0/0
 // counts as equal to each of them and lies within every range that is offered.
-const spa_pod* buildUnlimitedFormats(PodRoom& room) {
+const spa_pod* buildUnlimitedFormats(PodStorage& storage) {
   const spa_fraction unlimited{0, 0};
-  return buildFormats(room, SPA_FORMAT_VIDEO_maxFramerate, SPA_POD_Fraction(&unlimited));
+  return buildFormats(storage, SPA_FORMAT_VIDEO_maxFramerate, SPA_POD_Fraction(&unlimited));
 }
 
 std::optional<StreamFormat> parseFormat(const spa_pod* param) {
@@ -74,8 +74,8 @@ std::optional<StreamFormat> parseFormat(const spa_pod* param) {
                       static_cast<std::int32_t>(info.size.height)};
 }
 
-std::array<const spa_pod*, 3> buildBufferParams(PodRoom& room, const StreamFormat& format) {
-  spa_pod_builder builder = builderIn(room);
+std::array<const spa_pod*, 3> buildBufferParams(PodStorage& storage, const StreamFormat& format) {
+  spa_pod_builder builder = builderIn(storage);
   // Clamped before the multiplication by the height, which could overflow otherwise.
   const std::int32_t rowBytes = clampToInt(format.width * std::int64_t{bytesPerFramePixel});
   const std::int32_t frameBytes = clampToInt(std::int64_t{rowBytes} * format.height);

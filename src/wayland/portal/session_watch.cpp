@@ -1,4 +1,4 @@
-#include "wayland/portal/session_end.h"
+#include "wayland/portal/session_watch.h"
 
 #include <cerrno>
 #include <cstring>
@@ -20,7 +20,7 @@ MainContext newMainContext() {
 
 }  // namespace
 
-SessionEnd::SessionEnd(GDBusConnection* bus, const std::string& sessionHandle)
+SessionWatch::SessionWatch(GDBusConnection* bus, const std::string& sessionHandle)
     : connection(bus),
       context(newMainContext()),
       closed(connection, context.get(),
@@ -30,7 +30,7 @@ SessionEnd::SessionEnd(GDBusConnection* bus, const std::string& sessionHandle)
         if (hasPortalLeft(change)) ended = true;
       }) {}
 
-bool SessionEnd::hasCome() {
+bool SessionWatch::hasEnded() {
   while (g_main_context_iteration(context.get(), FALSE) != FALSE) {
   }
   if (g_dbus_connection_is_closed(connection)) ended = true;

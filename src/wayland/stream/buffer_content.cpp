@@ -1,4 +1,4 @@
-#include "wayland/stream/frame_intake.h"
+#include "wayland/stream/buffer_content.h"
 
 #include <cstring>
 #include <utility>
@@ -23,16 +23,16 @@ bool isCorrupted(const spa_buffer& buffer) {
   return header != nullptr && (header->flags & SPA_META_HEADER_FLAG_CORRUPTED) != 0;
 }
 
-FrameIntake takeCursor(const spa_buffer& buffer) {
-  FrameIntake intake;
+BufferContent takeCursor(const spa_buffer& buffer) {
+  BufferContent content;
   const auto* cursor = findMeta<spa_meta_cursor>(buffer, SPA_META_Cursor);
-  if (cursor == nullptr) return intake;
+  if (cursor == nullptr) return content;
   if (cursor->id == 0) {
-    intake.cursorHidden = true;
+    content.cursorHidden = true;
   } else {
-    intake.cursor = Point{cursor->position.x, cursor->position.y};
+    content.cursor = Point{cursor->position.x, cursor->position.y};
   }
-  return intake;
+  return content;
 }
 
 // When only the pointer has moved, KDE Plasma 6.3 and GNOME 48 send a buffer
@@ -71,7 +71,7 @@ void copyRows(unsigned char* to, const unsigned char* memory, const RowLayout& l
 
 }  // namespace
 
-FrameIntake takeIn(const spa_buffer* buffer, const StreamFormat& format, PixelBytes& storage) {
+BufferContent readBuffer(const spa_buffer* buffer, const StreamFormat& format, PixelBytes& storage) {
   if (buffer == nullptr || buffer->n_datas == 0) return {};
   const spa_data& data = buffer->datas[0];
   if (data.data == nullptr || isCorrupted(*buffer) || data.chunk == nullptr) return {};
@@ -79,10 +79,10 @@ FrameIntake takeIn(const spa_buffer* buffer, const StreamFormat& format, PixelBy
   // The chunk is in memory shared with the server. Each field is read once, so
   // that what is checked is what is used.
   const volatile spa_chunk& chunk = *data.chunk;
-  FrameIntake intake = takeCursor(*buffer);
+  BufferContent content = takeCursor(*buffer);
   if (isCursorOnly(chunk)) {
-    intake.cursorOnly = chunk.size == 0;
-    return intake;
+    content.cursorOnly = chunk.size == 0;
+    return content;
   }
   const std::int32_t stride = chunk.stride;
   if (chunk.size == 0 || format.width <= 0 || format.height <= 0) return {};
@@ -98,8 +98,8 @@ FrameIntake takeIn(const spa_buffer* buffer, const StreamFormat& format, PixelBy
   const std::size_t size = layout.rows * layout.rowBytes;
   if (storage.size() != size) storage = PixelBytes(size);
   copyRows(storage.data(), static_cast<const unsigned char*>(data.data), layout);
-  intake.frame = Frame{format, std::exchange(storage, {})};
-  return intake;
+  content.frame = Frame{format, std::exchange(storage, {})};
+  return content;
 }
 
 }  // namespace ostler

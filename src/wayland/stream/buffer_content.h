@@ -10,7 +10,7 @@ struct spa_buffer;
 namespace ostler {
 
 // A copy of the contents of a buffer.
-struct FrameIntake {
+struct BufferContent {
   std::optional<Frame> frame;
   std::optional<Point> cursor;  // from the buffer's metadata, if present
   bool cursorHidden = false;    // or on another screen, as the metadata says
@@ -21,6 +21,6 @@ struct FrameIntake {
 // is null, empty, marked as corrupted or too short for the format, and only the
 // cursor if just the chunk is marked as corrupted. Throws on a format that
 // unpack() cannot read. A frame takes over `storage`, which is then empty.
-FrameIntake takeIn(const spa_buffer* buffer, const StreamFormat& format, PixelBytes& storage);
+BufferContent readBuffer(const spa_buffer* buffer, const StreamFormat& format, PixelBytes& storage);
 
 }  // namespace ostler
