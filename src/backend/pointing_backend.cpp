@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "backend/waits.h"
+#include "base/sleep.h"
 #include "keys/text.h"
 
 namespace ostler {

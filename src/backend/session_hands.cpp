@@ -2,6 +2,7 @@
 
 #include "backend/session_perform.h"
 #include "backend/waits.h"
+#include "base/sleep.h"
 
 namespace ostler {
 namespace {

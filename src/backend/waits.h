@@ -13,10 +13,6 @@ constexpr milliseconds betweenClicks{50};
 constexpr milliseconds aroundDragPress{10};
 constexpr milliseconds afterDragStep{5};
 constexpr milliseconds afterCharacter{5};
-constexpr milliseconds beforeDeadKey{50};
 }  // namespace waits
-
-// Sleeps for the whole duration, even when signals arrive meanwhile.
-void sleepFor(std::chrono::nanoseconds duration);
 
 }  // namespace ostler

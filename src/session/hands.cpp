@@ -3,6 +3,7 @@
 #include <chrono>
 
 #include "backend/waits.h"
+#include "base/sleep.h"
 #include "session/session.h"
 
 namespace ostler {

@@ -1,7 +1,7 @@
 #include "wayland/drawing_wait.h"
 
 #include "backend/interruption.h"
-#include "backend/waits.h"
+#include "base/sleep.h"
 
 namespace ostler {
 namespace {

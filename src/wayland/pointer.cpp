@@ -4,6 +4,7 @@
 #include <linux/input-event-codes.h>
 
 #include "backend/waits.h"
+#include "base/sleep.h"
 #include "wayland/wayland_backend.h"
 
 namespace ostler {

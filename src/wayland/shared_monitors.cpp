@@ -66,9 +66,9 @@ void draw(const Layer& layer, const Rect& part, RgbImage& result) {
 
 SharedMonitors::SharedMonitors(const PortalSession& portal, CaptureState& first) {
   Point end{std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::min()};
-  origin = *portal.streams().front().place.position;
+  origin = *portal.streams().front().position;
   for (const SharedStream& stream : portal.streams()) {
-    const Point position = *stream.place.position;
+    const Point position = *stream.position;
     origin = {std::min(origin.x, position.x), std::min(origin.y, position.y)};
     end = {std::max(end.x, position.x + stream.logicalSize->width),
            std::max(end.y, position.y + stream.logicalSize->height)};
@@ -83,11 +83,10 @@ SharedMonitors::SharedMonitors(const PortalSession& portal, CaptureState& first)
       state->setLogicalSize(*stream.logicalSize);
       further.back()->stream.emplace(portal.openPipeWireRemote(), stream.nodeId, *state);
     }
-    const Point position = *stream.place.position;
+    const Point position = *stream.position;
     const Rect area{position.x - origin.x, position.y - origin.y, stream.logicalSize->width,
                     stream.logicalSize->height};
-    views.push_back(
-        {stream.place.mappingId.value_or(std::to_string(views.size())), area, stream.nodeId, state});
+    views.push_back({stream.mappingId.value_or(std::to_string(views.size())), area, stream.nodeId, state});
   }
   for (const auto& each : further) waitForFirstFrame(each->capture, *each->stream);
 }

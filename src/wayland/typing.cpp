@@ -1,11 +1,19 @@
+#include <chrono>
+
 #include "backend/escape_flags.h"
 #include "backend/interruption.h"
 #include "backend/waits.h"
+#include "base/sleep.h"
 #include "keys/text.h"
 #include "keys/typed_keysym.h"
 #include "wayland/wayland_backend.h"
 
 namespace ostler {
+namespace {
+
+constexpr std::chrono::milliseconds beforeDeadKey{50};
+
+}  // namespace
 
 void WaylandBackend::type(const std::string& text) {
   beginOperation();
@@ -33,7 +41,7 @@ void WaylandBackend::typeKeysym(EisInput& to, std::uint64_t keysym) {
     const auto sendToPortal = [&] { typeKeysym(portalInput, keysym); };
     if (tryPortal(InputKind::keyboard, sendToPortal, [&] { return hasKeys; })) return;
   }
-  key ? tap(to, *key) : tap(to, *sequence, waits::beforeDeadKey);
+  key ? tap(to, *key) : tap(to, *sequence, beforeDeadKey);
 }
 
 void WaylandBackend::typeKeysym(const PortalInput& to, std::uint64_t keysym) {

@@ -26,7 +26,9 @@ const char* nameOf(InputKind kind) {
 
 // With several streams, EIS spans them all.
 StreamPlace placeForEis(const PortalSession& portal) {
-  return portal.streams().size() == 1 ? portal.streams().front().place : StreamPlace{};
+  if (portal.streams().size() > 1) return {};
+  const SharedStream& only = portal.streams().front();
+  return {only.mappingId, only.position};
 }
 
 }  // namespace

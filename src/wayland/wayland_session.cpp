@@ -177,9 +177,8 @@ private:
       const StreamFormat format = capture.format();
       const double scale =
           size.width > 0 && format.width > 0 ? static_cast<double>(format.width) / size.width : 1.0;
-      return {{portal.streams().front().place.mappingId.value_or("shared"),
-               {0, 0, size.width, size.height},
-               scale}};
+      return {
+          {portal.streams().front().mappingId.value_or("shared"), {0, 0, size.width, size.height}, scale}};
     }
 
     std::string sessionEnd() {

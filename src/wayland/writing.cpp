@@ -9,7 +9,7 @@
 
 #include "backend/escape_flags.h"
 #include "backend/interruption.h"
-#include "backend/waits.h"
+#include "base/sleep.h"
 #include "keys/typed_keysym.h"
 #include "wayland/wayland_backend.h"
 

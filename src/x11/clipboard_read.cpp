@@ -1,7 +1,7 @@
 #include <chrono>
 #include <string>
 
-#include "backend/waits.h"
+#include "base/sleep.h"
 #include "x11/clipboard.h"
 #include "x11/error_trap.h"
 #include "x11/xlib_handles.h"

@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "backend/escape_flags.h"
-#include "backend/waits.h"
 #include "base/exit_guard.h"
+#include "base/sleep.h"
 #include "x11/escape_grab.h"
 
 namespace ostler {

@@ -6,6 +6,7 @@
 #include <X11/extensions/XTest.h>
 
 #include "backend/waits.h"
+#include "base/sleep.h"
 #include "x11/x11_backend.h"
 
 namespace ostler {

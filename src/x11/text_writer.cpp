@@ -9,7 +9,7 @@
 
 #include "backend/escape_flags.h"
 #include "backend/interruption.h"
-#include "backend/waits.h"
+#include "base/sleep.h"
 #include "x11/character_keys.h"
 #include "x11/ping_barrier.h"
 

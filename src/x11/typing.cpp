@@ -8,6 +8,7 @@
 
 #include "backend/escape_flags.h"
 #include "backend/waits.h"
+#include "base/sleep.h"
 #include "keys/text.h"
 #include "keys/typed_keysym.h"
 #include "x11/temporary_key_mapping.h"

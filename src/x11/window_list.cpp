@@ -8,7 +8,7 @@
 #include <X11/Xatom.h>
 
 #include "backend/interruption.h"
-#include "backend/waits.h"
+#include "base/sleep.h"
 #include "x11/error_trap.h"
 #include "x11/xlib_handles.h"
 

@@ -15,7 +15,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "backend/waits.h"
+#include "base/sleep.h"
 #include "wayland/eis/announced_version.h"
 #include "wayland/eis/eis_handshake.h"
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "base/stream_place.h"
+#include "base/geometry.h"
 
 namespace ostler {
 
@@ -19,6 +19,12 @@ struct EisPosition {
 struct PointerRegion {
   std::uint32_t x, y, width, height;
   std::optional<std::string> mappingId;
+};
+
+// Where the stream is on the desktop, as far as that is known.
+struct StreamPlace {
+  std::optional<std::string> mappingId;  // of the region that the stream shows
+  std::optional<Point> position;
 };
 
 // All areas of a device, one for each monitor on GNOME and KDE.

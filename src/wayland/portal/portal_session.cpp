@@ -96,9 +96,9 @@ SharedStream readStream(GVariant* streams, std::size_t index) {
     stream.logicalSize = size;
   Point position;
   if (g_variant_lookup(properties.get(), "position", "(ii)", &position.x, &position.y))
-    stream.place.position = position;
+    stream.position = position;
   const char* mappingId = "";
-  if (g_variant_lookup(properties.get(), "mapping_id", "&s", &mappingId)) stream.place.mappingId = mappingId;
+  if (g_variant_lookup(properties.get(), "mapping_id", "&s", &mappingId)) stream.mappingId = mappingId;
   return stream;
 }
 
@@ -113,7 +113,7 @@ std::vector<SharedStream> readStreams(GVariant* response, bool all) {
   for (std::size_t i = 1; i < count; ++i) streams.push_back(readStream(array.get(), i));
   if (count == 1) return streams;
   const auto isPlaced = [](const SharedStream& stream) {
-    return stream.place.position && stream.logicalSize && stream.logicalSize->width > 0 &&
+    return stream.position && stream.logicalSize && stream.logicalSize->width > 0 &&
            stream.logicalSize->height > 0;
   };
   if (!std::all_of(streams.begin(), streams.end(), isPlaced)) {
@@ -121,7 +121,7 @@ std::vector<SharedStream> readStreams(GVariant* response, bool all) {
         "The desktop does not tell where the shared monitors are. Open the desktop with one of them.");
   }
   const auto place = [](const SharedStream& stream) {
-    return std::pair(stream.place.position->x, stream.place.position->y);
+    return std::pair(stream.position->x, stream.position->y);
   };
   std::sort(streams.begin(), streams.end(),
             [&](const auto& a, const auto& b) { return place(a) < place(b); });

@@ -8,7 +8,6 @@
 #include "base/file_descriptor.h"
 #include "base/geometry.h"
 #include "base/portal_permission.h"
-#include "base/stream_place.h"
 #include "wayland/portal/active_layout.h"
 #include "wayland/portal/glib_handles.h"
 #include "wayland/portal/screen_lock.h"
@@ -18,9 +17,10 @@ namespace ostler {
 
 // A monitor or window that the session shares.
 struct SharedStream {
-  std::uint32_t nodeId = 0;         // of the stream, in PipeWire
-  std::optional<Size> logicalSize;  // if the portal reports it
-  StreamPlace place;
+  std::uint32_t nodeId = 0;              // of the stream, in PipeWire
+  std::optional<Size> logicalSize;       // if the portal reports it
+  std::optional<Point> position;         // on the desktop, if the portal reports it
+  std::optional<std::string> mappingId;  // of the EIS region that the stream shows
 };
 
 // The bits by which the portal names the devices of a session.

@@ -1,4 +1,4 @@
-#include "backend/waits.h"
+#include "base/sleep.h"
 
 #include <cerrno>
 #include <ctime>
