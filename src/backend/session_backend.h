@@ -138,7 +138,7 @@ private:
   // Moves the pointer within a drag.
   virtual void sendMotion(double x, double y) = 0;
   // Returns the code of a key in the record. Throws when no key has this name.
-  virtual std::uint32_t codeOfKey(const std::string& name) = 0;
+  virtual std::uint32_t resolveKeyCode(const std::string& name) = 0;
 
   template <typename Operation>
   auto perform(Operation operation);

@@ -29,7 +29,7 @@ template <typename Operation>
 void SessionBackend::holding(const std::vector<std::string>& keys, Operation operation) {
   std::vector<std::string> pressed;
   for (const std::string& key : keys) {
-    if (!isHeld(codeOfKey(key))) pressed.push_back(key);
+    if (!isHeld(resolveKeyCode(key))) pressed.push_back(key);
   }
   for (const std::string& key : pressed) sendKey(key, true);
   operation();

@@ -55,9 +55,7 @@ std::optional<std::uint64_t> find(const KeysymTable& table, const std::string& n
   return row != table.end() ? std::optional(row->second) : std::nullopt;
 }
 
-}  // namespace
-
-std::optional<std::uint64_t> keysymNamed(const std::string& name) {
+std::optional<std::uint64_t> findKeysym(const std::string& name) {
   const std::string folded = foldCase(name);
   for (const KeysymTable* table : {&modifierNameTable, &keyNameTable, &moreKeyNames}) {
     if (const auto keysym = find(*table, folded)) return keysym;
@@ -66,6 +64,8 @@ std::optional<std::uint64_t> keysymNamed(const std::string& name) {
   return keysym != NoSymbol ? std::optional<std::uint64_t>(keysym) : std::nullopt;
 }
 
+}  // namespace
+
 std::optional<KeyCombo> resolveNamedKeys(const std::string& combo, std::string_view platform,
                                          const KeyResolver& resolve) {
   const std::vector<std::string> parts = splitKeyCombo(combo);
@@ -73,7 +73,7 @@ std::optional<KeyCombo> resolveNamedKeys(const std::string& combo, std::string_v
   KeyCombo result;
   for (const std::string& part : parts) {
     if (part.empty()) continue;
-    const auto keysym = keysymNamed(part);
+    const auto keysym = findKeysym(part);
     if (!keysym) {
       throw std::runtime_error(
           "Unsupported key combo part on " + std::string(platform) + ": " + part +

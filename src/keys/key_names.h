@@ -15,7 +15,4 @@ namespace ostler {
 std::optional<KeyCombo> resolveNamedKeys(const std::string& combo, std::string_view platform,
                                          const KeyResolver& resolve);
 
-// Returns the keysym of a single name, or nothing when it is unknown.
-std::optional<std::uint64_t> keysymNamed(const std::string& name);
-
 }  // namespace ostler

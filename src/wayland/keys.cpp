@@ -42,16 +42,18 @@ void WaylandBackend::tapCombo(const PortalInput& to, const KeyCombo& keys) {
 void WaylandBackend::tapCombo(EisInput& to, const KeyCombo& keys) {
   const bool shiftHeld = std::find(keys.held.begin(), keys.held.end(), XK_Shift_L) != keys.held.end();
   tapKeyCombo(keys, [&](std::uint64_t keysym, bool pressed) {
-    EvdevKey key = keyOfCombo(keysym);
-    if (key.code == 0) return;
-    if (shiftHeld) key.shift = false;
-    pressed ? press(to, key) : release(to, key);
+    auto key = findComboKey(keysym);
+    if (!key) return;
+    if (shiftHeld) key->shift = false;
+    pressed ? press(to, *key) : release(to, *key);
   });
 }
 
-EvdevKey WaylandBackend::keyOfCombo(std::uint64_t keysym) {
+std::optional<EvdevKey> WaylandBackend::findComboKey(std::uint64_t keysym) {
+  if (const auto key = eis.findKey(keysym)) return key;
   // If the layout lacks the letter, programs expect shortcuts such as Ctrl+C on the key of a US keyboard.
-  return eis.findKey(keysym).value_or(EvdevKey{.code = keysymToEvdev(keysym)});
+  const auto usKey = findEvdevKey(keysym);
+  return usKey ? std::optional(EvdevKey{.code = usKey->code}) : std::nullopt;
 }
 
 void WaylandBackend::sendKey(EisInput& to, std::uint32_t code, bool pressed) { to.key(code, pressed); }

@@ -73,8 +73,8 @@ protected:
   virtual void sendKey(EisInput& to, std::uint32_t code, bool pressed);
   // Resolves the parts of a combo to keysyms.
   virtual std::optional<KeyCombo> resolveCombo(const std::string& combo);
-  // Returns the key of a combo's part; its code is 0 when the keyboard lacks it.
-  virtual EvdevKey keyOfCombo(std::uint64_t keysym);
+  // Returns the key of a combo's part, or nothing when the keyboard lacks it.
+  virtual std::optional<EvdevKey> findComboKey(std::uint64_t keysym);
   // Returns the name of a modifier that is held down, if any is.
   virtual std::string heldModifier() const;
   // Waits until the program with the focus has handled the keys that were sent.

@@ -15,7 +15,7 @@
 #include "keys/key_names.h"
 #include "keys/text.h"
 #include "wayland/drawing_wait.h"
-#include "wayland/eis/more_evdev_codes.h"
+#include "wayland/eis/extra_keys.h"
 #include "wayland/lazy/load.h"
 #include "wayland/portal/klipper.h"
 #include "wayland/portal/portal_clipboard.h"
@@ -123,19 +123,19 @@ private:
       const auto itself = [](std::uint64_t keysym, const std::string&) { return keysym; };
       return resolveNamedKeys(combo, "Wayland", itself);
     }
-    EvdevKey keyOfCombo(std::uint64_t keysym) override {
-      if (const std::uint32_t code = moreEvdevCodes(keysym)) return {.code = code};
-      return WaylandBackend::keyOfCombo(keysym);
+    std::optional<EvdevKey> findComboKey(std::uint64_t keysym) override {
+      if (const auto key = findExtraKey(keysym)) return key;
+      return WaylandBackend::findComboKey(keysym);
     }
 
-    std::uint64_t keysymOfOneKey(const std::string& name) {
+    std::uint64_t resolveKey(const std::string& name) {
       const std::optional<KeyCombo> keys = resolveCombo(name);
       if (!keys || !keys->held.empty()) throw std::runtime_error("This is not the name of one key: " + name);
       return keys->main;
     }
-    std::uint32_t codeOfKey(const std::string& name) { return keyOfCombo(keysymOfOneKey(name)).code; }
+    std::uint32_t resolveKeyCode(const std::string& name) { return codeOf(resolveKey(name)); }
     void setKey(const std::string& name, bool pressed) {
-      const std::uint64_t keysym = keysymOfOneKey(name);
+      const std::uint64_t keysym = resolveKey(name);
       beginOperation();
       const auto sendTo = [&](auto& to) { setKey(to, name, keysym, pressed); };
       if (pressed) {
@@ -193,6 +193,9 @@ private:
   private:
     using WaylandBackend::release;
 
+    // In the record. 0 when the keyboard lacks the key.
+    std::uint32_t codeOf(std::uint64_t keysym) { return findComboKey(keysym).value_or(EvdevKey{}).code; }
+
     static void moveTo(EisInput& to, const SharedMonitors::Place& place) {
       to.moveTo(place.onDesktop.x, place.onDesktop.y);
     }
@@ -200,12 +203,12 @@ private:
       to.moveTo(place.nodeId, place.inStream.x, place.inStream.y);
     }
     void setKey(EisInput& to, const std::string& name, std::uint64_t keysym, bool pressed) {
-      const EvdevKey key = keyOfCombo(keysym);
-      if (key.code == 0) throw std::runtime_error("The keyboard of this desktop has no such key: " + name);
-      pressed ? press(to, key) : release(to, key);
+      const auto key = findComboKey(keysym);
+      if (!key) throw std::runtime_error("The keyboard of this desktop has no such key: " + name);
+      pressed ? press(to, *key) : release(to, *key);
     }
     void setKey(const PortalInput& to, const std::string&, std::uint64_t keysym, bool pressed) {
-      const std::uint32_t code = keyOfCombo(keysym).code;
+      const std::uint32_t code = codeOf(keysym);
       portalKeys[code] = keysym;
       session.sendRecorded(code, pressed, [&] { to.key(keysym, pressed); });
     }
@@ -245,7 +248,7 @@ private:
   }
   void sendRelease(std::uint32_t code) override { wayland.release(code); }
   void sendMotion(double x, double y) override { wayland.sendMotion(x, y); }
-  std::uint32_t codeOfKey(const std::string& name) override { return wayland.codeOfKey(name); }
+  std::uint32_t resolveKeyCode(const std::string& name) override { return wayland.resolveKeyCode(name); }
 
   Recorded wayland;
 };

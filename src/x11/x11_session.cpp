@@ -84,7 +84,7 @@ private:
     }
     std::optional<KeyCombo> resolveCombo(const std::string& combo) override {
       return resolveNamedKeys(combo, "Linux/X11",
-                              [this](KeySym keysym, const std::string&) { return keycodeOf(keysym); });
+                              [this](KeySym keysym, const std::string&) { return keycodeFor(keysym); });
     }
 
     void type(const std::string& text) override {
@@ -106,13 +106,13 @@ private:
       return found;
     }
 
-    KeyCode keycodeNamed(const std::string& name) {
+    KeyCode resolveKeycode(const std::string& name) {
       const std::optional<KeyCombo> keys = resolveCombo(name);
       if (!keys || !keys->held.empty()) throw std::runtime_error("This is not the name of one key: " + name);
       return static_cast<KeyCode>(keys->main);
     }
     void setKey(const std::string& name, bool pressed) {
-      const KeyCode keycode = keycodeNamed(name);
+      const KeyCode keycode = resolveKeycode(name);
       session.sendRecorded(keycode, pressed, [&] { sendKey(keycode, pressed); });
     }
     Sight look(const Rect& crop) {
@@ -170,7 +170,7 @@ private:
 
     // A keyboard map lacks most of the keys that no keyboard has, such as F13. Those keep a spare
     // keycode as long as the session lives, because each change of the map costs all clients time.
-    KeyCode keycodeOf(KeySym keysym) {
+    KeyCode keycodeFor(KeySym keysym) {
       if (const KeyCode keycode = XKeysymToKeycode(xDisplay, keysym)) return keycode;
       const auto [mapping, isNew] = addedKeys.try_emplace(keysym, xDisplay, keysym);
       return mapping->second.keycode();
@@ -191,7 +191,7 @@ private:
     x11.write(text, delay);
   }
   void sendMotion(double x, double y) override { x11.sendMotion(x, y); }
-  std::uint32_t codeOfKey(const std::string& name) override { return x11.keycodeNamed(name); }
+  std::uint32_t resolveKeyCode(const std::string& name) override { return x11.resolveKeycode(name); }
 
   Recorded x11{*this};
 };

@@ -94,6 +94,4 @@ std::optional<EvdevKey> findUsKey(std::uint64_t keysym) {
   return findEvdevKey(isAscii ? keysym - unicodeKeysymBase : keysym);
 }
 
-std::uint32_t keysymToEvdev(std::uint64_t keysym) { return findEvdevKey(keysym).value_or(EvdevKey{}).code; }
-
 }  // namespace ostler

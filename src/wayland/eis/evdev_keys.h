@@ -18,7 +18,4 @@ std::optional<EvdevKey> findEvdevKey(std::uint64_t keysym);
 // Like findEvdevKey(), but also accepts the Unicode form of an ASCII character.
 std::optional<EvdevKey> findUsKey(std::uint64_t keysym);
 
-// The code of the key of findEvdevKey(), 0 when there is none.
-std::uint32_t keysymToEvdev(std::uint64_t keysym);
-
 }  // namespace ostler

@@ -1,4 +1,4 @@
-#include "wayland/eis/more_evdev_codes.h"
+#include "wayland/eis/extra_keys.h"
 
 #include <algorithm>
 #include <iterator>
@@ -38,11 +38,13 @@ constexpr NamedCode codes[] = {
 
 }  // namespace
 
-std::uint32_t moreEvdevCodes(std::uint64_t keysym) {
-  if (keysym >= XK_F13 && keysym <= XK_F24) return static_cast<std::uint32_t>(KEY_F13 + keysym - XK_F13);
+std::optional<EvdevKey> findExtraKey(std::uint64_t keysym) {
+  if (keysym >= XK_F13 && keysym <= XK_F24) {
+    return EvdevKey{.code = static_cast<std::uint32_t>(KEY_F13 + keysym - XK_F13)};
+  }
   const auto row = std::find_if(std::begin(codes), std::end(codes),
                                 [=](const NamedCode& key) { return key.keysym == keysym; });
-  return row != std::end(codes) ? row->code : 0;
+  return row != std::end(codes) ? std::optional(EvdevKey{.code = row->code}) : std::nullopt;
 }
 
 }  // namespace ostler
