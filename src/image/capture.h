@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
+#include <vector>
 
 #include "base/geometry.h"
 #include "image/rgb_image.h"
@@ -15,5 +17,19 @@ struct Capture {
   // picture.
   std::function<RgbImage(const Rect& part)> toRgb;
 };
+
+// Converts a rectangle in units of the display to pixels of a picture.
+Rect toImagePixels(const Rect& crop, double scaleX, double scaleY);
+
+// Returns the part of a picture of this size that a rectangle in its pixels covers. A negative
+// origin counts as 0 and the rectangle keeps its size. The parts beyond the right and bottom edges
+// are cut off, which can leave no pixels.
+Rect clipCrop(Size picture, const Rect& crop);
+
+// Returns the pixels of that part.
+RgbImage cropImage(const Capture& picture, const Rect& crop);
+
+// Returns the picture with everything black that lies outside of the areas, which are in its pixels.
+Capture blackenOutside(Capture picture, std::vector<Rect> areas);
 
 }  // namespace ostler

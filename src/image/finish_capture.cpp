@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "image/crop.h"
+#include "image/capture.h"
 #include "image/encode_jpeg.h"
 #include "image/encode_png.h"
 #include "image/resample.h"
@@ -12,8 +12,7 @@ namespace {
 
 RgbImage cropOrResample(Capture capture, double scaleX, double scaleY, Size target, Rect crop, bool jpeg) {
   if (crop.width > 0 && crop.height > 0) {
-    const Rect pixels = toImagePixels(crop, scaleX, scaleY);
-    return cropImage(capture, pixels.x, pixels.y, pixels.width, pixels.height);
+    return cropImage(capture, toImagePixels(crop, scaleX, scaleY));
   }
   const Rect whole{0, 0, capture.size.width, capture.size.height};
   if (target.width <= 0 || target.height <= 0 || target == capture.size) return capture.toRgb(whole);

@@ -1,6 +1,7 @@
 #include "image/resample_row.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 #if defined(__x86_64__)
@@ -93,6 +94,17 @@ void resampleRowOnX86(unsigned char* out, const RgbImage& image, const ResampleS
 #endif
 
 }  // namespace
+
+ResampleSpan resampleSpan(std::int32_t target, double step, std::int32_t sourceSize) {
+  const double start = target * step;
+  const double end = std::min((target + 1.0) * step, static_cast<double>(sourceSize));
+  const double first = std::floor(start);
+  // The subtraction keeps a span that ends on a pixel boundary out of the next pixel.
+  const double last = std::min(std::floor(end - 1e-10), sourceSize - 1.0);
+  const auto covered = [&](double pixel) { return std::min(end, pixel + 1.0) - std::max(start, pixel); };
+  return {static_cast<std::int32_t>(first), static_cast<std::int32_t>(last - first) + 1, covered(first),
+          covered(last)};
+}
 
 void resampleRow(unsigned char* out, const RgbImage& image, const ResampleSpan& rows,
                  std::span<const ResampleSpan> columns) {

@@ -11,7 +11,7 @@
 
 #include <linux/input-event-codes.h>
 
-#include "image/crop.h"
+#include "image/capture.h"
 #include "keys/key_names.h"
 #include "keys/text.h"
 #include "wayland/drawing_wait.h"

@@ -10,8 +10,7 @@
 #include <X11/extensions/XTest.h>
 #include <poll.h>
 
-#include "image/blacken.h"
-#include "image/crop.h"
+#include "image/capture.h"
 #include "keys/key_names.h"
 #include "keys/text.h"
 #include "x11/screen_reader.h"

@@ -1,10 +1,25 @@
-#include "image/blacken.h"
+#include "image/capture.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace ostler {
 namespace {
+
+struct Span {
+  std::int32_t start;
+  std::int32_t length;
+};
+
+Span clampSpan(std::int32_t start, std::int32_t length, std::int32_t limit) {
+  const std::int32_t clamped = std::clamp(start, 0, limit);
+  return {clamped, std::clamp(length, 0, limit - clamped)};
+}
+
+std::int32_t toImagePixels(std::int32_t displayUnits, double scale) {
+  return static_cast<std::int32_t>(static_cast<std::int64_t>(std::round(displayUnits * scale)));
+}
 
 constexpr std::ptrdiff_t bytesOfPixel = 3;
 
@@ -26,6 +41,23 @@ void copyArea(const RgbImage& from, RgbImage& to, const Rect& area, const Rect& 
 }
 
 }  // namespace
+
+Rect toImagePixels(const Rect& crop, double scaleX, double scaleY) {
+  return {toImagePixels(crop.x, scaleX), toImagePixels(crop.y, scaleY), toImagePixels(crop.width, scaleX),
+          toImagePixels(crop.height, scaleY)};
+}
+
+Rect clipCrop(Size picture, const Rect& crop) {
+  const Span columns = clampSpan(crop.x, crop.width, picture.width);
+  const Span rows = clampSpan(crop.y, crop.height, picture.height);
+  return {columns.start, rows.start, columns.length, rows.length};
+}
+
+RgbImage cropImage(const Capture& picture, const Rect& crop) {
+  const Rect part = clipCrop(picture.size, crop);
+  if (part.width == 0 || part.height == 0) return RgbImage(part.width, part.height);
+  return picture.toRgb(part);
+}
 
 Capture blackenOutside(Capture picture, std::vector<Rect> areas) {
   const auto coversAll = [&](const Rect& area) { return covers(area, picture.size); };
