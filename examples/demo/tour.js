@@ -11,8 +11,7 @@ const { step, takePictures } = require('./steps');
 const { Terminal } = require('./terminal');
 
 // Letters, Greek, a currency, and punctuation that needs Shift. It has no character
-// from U+0080 to U+00FF, because those cannot be typed into such a terminal (see the README's
-// limits).
+// from U+0080 to U+00FF, because those cannot be typed into such a terminal (see docs/limits.md).
 const LINE = 'Hello, Linux! (2 < 3) & "Καλημέρα, κόσμε" costs €42 {~50%} #1 ŁĘĆ';
 const PASTED = 'déjà vu, señor Ångström? «Ja, für 42 €»';
 const COMBOS = ['ctrl+k', 'alt+x', 'f5', 'ctrl+shift+right', 'up', 'shift+tab', 'f12'];

@@ -1,6 +1,6 @@
 #!/bin/sh
 # Checks the prebuilt modules of both architectures: that they exist, need only the libraries that
-# the README names and an old glibc, and export the right symbols. npm runs this before it packs or
+# docs/install.md names and an old glibc, and export the right symbols. npm runs this before it packs or
 # publishes.
 set -eu
 cd "$(dirname "$0")/../.."
