@@ -35,13 +35,17 @@ it('asks for one session, and binds what an EIS server has for it', withDesktop(
 }));
 
 it('picks the first of the types of sources and cursors that it knows', withDesktop({}, async (desktop, host) => {
-  const cases = [[3, 7, 1, 4], [1, 4, 1, 4], [2, 3, 2, 2], [6, 2, 2, 2], [7, 1, 1, 1], [1, 0, 1, 1]];
-  for (const [types, modes, type, mode] of cases) {
+  const cases = [
+    // the bits that the portal offers, of sources and of cursors, and the choice
+    ['everything', 3, 7, 1, 4], ['a monitor, the cursor as metadata', 1, 4, 1, 4],
+    ['a window, the cursor in the picture', 2, 3, 2, 2], ['an unknown source too', 6, 2, 2, 2],
+    ['no cursor', 7, 1, 1, 1], ['no mode of the cursor', 1, 0, 1, 1],
+  ];
+  for (const [name, types, modes, type, mode] of cases) {
     desktop.setScript({ AvailableSourceTypes: property(`uint32 ${types}`),
       AvailableCursorModes: property(`uint32 ${modes}`), SelectSources: no });
     await assert.rejects(host.call('display'));
-    assert.match(desktop.record().join(), RegExp(`<uint32 ${type}>, .*'cursor_mode': <uint32 ${mode}>`),
-      `types ${types}, cursor modes ${modes}`);
+    assert.match(desktop.record().join(), RegExp(`<uint32 ${type}>, .*'cursor_mode': <uint32 ${mode}>`), name);
   }
 }));
 

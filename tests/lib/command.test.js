@@ -39,15 +39,18 @@ async function ostler(args, { input = '', env } = {}) {
 }
 
 it('prints what the desktop returns', async () => {
-  for (const [args, expected, input] of [
-    [['--version'], `${version}\n`],
-    [['run'], '10 20\n1280x720\n', 'move 10 20  # in one session\n\ncursor\ndisplay\n'],
-    [['cursor', '-j'], '{"x":10,"y":20}\n'],
-    [['move', '-R', '5', '-6', ',', 'cursor'], '15 14\n'], [['move', '10', '20'], ''],
-    [['wait-still', '--quiet', '1', '--timeout', '9'], ''],
-    [['clipboard', 'Grüße'], ''],
-    [['clipboard', '--json'], '{"text":"Grüße"}\n'], [['clipboard', '-'], '', 'piped'], [['clipboard'], 'piped\n'],
-  ]) assert.deepStrictEqual(await ostler(args, { input }), [0, expected, ''], args.join(' '));
+  for (const [name, args, expected, input] of [
+    ['its version', ['--version'], `${version}\n`],
+    ['what a script asks for', ['run'], '10 20\n1280x720\n', 'move 10 20  # in one session\n\ncursor\ndisplay\n'],
+    ['the pointer as JSON', ['cursor', '-j'], '{"x":10,"y":20}\n'],
+    ['the pointer after a relative move', ['move', '-R', '5', '-6', ',', 'cursor'], '15 14\n'],
+    ['nothing for a move', ['move', '10', '20'], ''],
+    ['nothing for a wait', ['wait-still', '--quiet', '1', '--timeout', '9'], ''],
+    ['nothing when it copies a text', ['clipboard', 'Grüße'], ''],
+    ['the clipboard as JSON', ['clipboard', '--json'], '{"text":"Grüße"}\n'],
+    ['nothing when it copies its input', ['clipboard', '-'], '', 'piped'],
+    ['the clipboard', ['clipboard'], 'piped\n'],
+  ]) assert.deepStrictEqual(await ostler(args, { input }), [0, expected, ''], name);
   for (const args of [['key', '-h'], ['help', 'key'], []]) {
     const [code, output] = await ostler(args);
     assert.ok(code === 0 && output.includes('ostler key COMBO...'), args.join(' '));
@@ -81,14 +84,16 @@ it('sends input, with words quoted as in a shell', async () => {
 
 it('takes screenshots', async () => {
   for (const [name, options, size] of [
-    ['a.jpg', ['--quality', '0.1'], [0xff, 0xd8]], ['b.png', ['--region', '1,2,30,40'], [30, 40]],
-    ['c.PNG', ['--size', '64x36'], [64, 36]], ['d.png', ['-r', '30x40+1+2', '--delay', '0.01'], [30, 40]],
+    ['a.jpg', ['--quality', '0.1'], [0xff, 0xd8]],
+    ['b.png', ['--region', '1,2,30,40'], [30, 40]],
+    ['c.PNG', ['--size', '64x36'], [64, 36]],
+    ['d.png', ['-r', '30x40+1+2', '--delay', '0.01'], [30, 40]],
   ]) {
     const [code, output] = await ostler(['screenshot', file(name), '--json', ...options]);
     const bytes = fs.readFileSync(file(name));
-    assert.deepStrictEqual([code, JSON.parse(output)], [0, { file: file(name), bytes: bytes.length }]);
+    assert.deepStrictEqual([code, JSON.parse(output)], [0, { file: file(name), bytes: bytes.length }], name);
     const { width, height } = name === 'a.jpg' ? { width: bytes[0], height: bytes[1] } : decodePng(bytes);
-    assert.deepStrictEqual([width, height], size);
+    assert.deepStrictEqual([width, height], size, name);
   }
   const bytes = execFileSync(process.execPath, [program, 'screenshot', '-', '-r', '1,2,30,40'], { env: server.env });
   assert.deepStrictEqual(bytes, fs.readFileSync(file('b.png')));
@@ -100,26 +105,34 @@ it('takes screenshots', async () => {
 
 it('exits with 2 for wrong usage and with 1 when the desktop refuses', async () => {
   const nowhere = { ...server.env, DISPLAY: '' };
-  for (const [code, args, complaint, options] of [
-    [2, ['nonsense'], /no command "nonsense"$/m], [2, ['curser'], /did you mean "cursor"\?/],
-    [2, ['sleep', '-1'], /from 0/], [2, ['click', '1', '2', '--count', '0'], /integer from 1/], [2, ['click', '1e9', '1'], /to 32767/],
-    [2, ['screenshot', 'a.jpg', '--quality', '75'], /from 0 to 1/], [2, ['screenshot', 'a.jpg', '--quality', '-1'], /from 0 to 1/],
-    [2, ['screenshot', 'a.png', '-r', '1,2,3,4', '-s', '5x6'], /cannot be combined/],
-    [2, ['cursor', ',', 'nonsense'], /"nonsense" in a script/], [2, ['click', '--count'], /"--count" needs a value/],
-    [1, ['wait-change', '-t', '0.1'], /timed out/], [1, ['windows'], /no window manager/],
-    [2, ['move', '1'], /usage: ostler move X Y/],
-    [2, ['move', '1', 'x'], /Y must be a number/], [2, ['click', '1', '2', '--button', 'thumb'], /--button/],
-    [2, ['screenshot', 'a.gif'], /\.png or \.jpg/], [2, ['cursor', '--color'], /--color/],
-    [2, ['run'], /line 2: there is no command "watch" in/, { input: '# first\nwatch' }],
-    [2, ['run'], /line 1: unmatched '/, { input: "type 'a" }],
-    [1, ['key', 'ctrl+foo'], /Unsupported key combo part/],
-    [1, ['run'], /line 3: Unsupported/, { input: '\ncursor\nkey foo\nmove 0 0' }],
-    [1, ['run', file('none')], /^ostler: cannot read \S+: no such file or directory$/m],
-    [1, ['cursor'], /Unable to open the X11 display/, { env: nowhere }],
+  for (const [name, code, args, complaint, options] of [
+    ['unknown command', 2, ['nonsense'], /no command "nonsense"$/m],
+    ['misspelt command', 2, ['curser'], /did you mean "cursor"\?/],
+    ['unknown command after a comma', 2, ['cursor', ',', 'nonsense'], /"nonsense" in a script/],
+    ['command that no script has', 2, ['run'], /line 2: there is no command "watch" in/, { input: '# first\nwatch' }],
+    ['missing argument', 2, ['move', '1'], /usage: ostler move X Y/],
+    ['argument that is no number', 2, ['move', '1', 'x'], /Y must be a number/],
+    ['negative time', 2, ['sleep', '-1'], /from 0/],
+    ['coordinate beyond every screen', 2, ['click', '1e9', '1'], /to 32767/],
+    ['count of 0', 2, ['click', '1', '2', '--count', '0'], /integer from 1/],
+    ['option without its value', 2, ['click', '--count'], /"--count" needs a value/],
+    ['unknown option', 2, ['cursor', '--color'], /--color/],
+    ['unknown button', 2, ['click', '1', '2', '--button', 'thumb'], /--button/],
+    ['quality in percent', 2, ['screenshot', 'a.jpg', '--quality', '75'], /from 0 to 1/],
+    ['negative quality', 2, ['screenshot', 'a.jpg', '--quality', '-1'], /from 0 to 1/],
+    ['region and size', 2, ['screenshot', 'a.png', '-r', '1,2,3,4', '-s', '5x6'], /cannot be combined/],
+    ['unknown kind of picture', 2, ['screenshot', 'a.gif'], /\.png or \.jpg/],
+    ['open quotation mark', 2, ['run'], /line 1: unmatched '/, { input: "type 'a" }],
+    ['unknown key', 1, ['key', 'ctrl+foo'], /Unsupported key combo part/],
+    ['unknown key in a script', 1, ['run'], /line 3: Unsupported/, { input: '\ncursor\nkey foo\nmove 0 0' }],
+    ['no script', 1, ['run', file('none')], /^ostler: cannot read \S+: no such file or directory$/m],
+    ['nothing changes', 1, ['wait-change', '-t', '0.1'], /timed out/],
+    ['no window manager', 1, ['windows'], /no window manager/],
+    ['no X server', 1, ['cursor'], /Unable to open the X11 display/, { env: nowhere }],
   ]) {
     const [ended, , complaints] = await ostler(args, options);
-    assert.strictEqual(ended, code, args.join(' '));
-    assert.match(complaints, complaint);
+    assert.strictEqual(ended, code, name);
+    assert.match(complaints, complaint, name);
   }
 });
 

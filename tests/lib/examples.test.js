@@ -7,7 +7,6 @@ const { once } = require('node:events');
 const fs = require('node:fs');
 const path = require('node:path');
 const { after, before, it } = require('node:test');
-const { setTimeout: sleep } = require('node:timers/promises');
 const { endOf, temporaryDirectory } = require('../support/children');
 const { decodePng } = require('../support/png');
 const { waitUntil } = require('../support/wait');
@@ -50,7 +49,6 @@ it('fills in a form with a script', async () => {
 it('stops on Escape', async () => {
   const typing = example('promises/stop_on_escape.js');
   await waitUntil(() => typing.output().includes('press Escape'));
-  await sleep(200);
   execFileSync('xdotool', ['key', 'Escape'], { env: server.env });
   assert.strictEqual(await typing.ended, 0);
   assert.match(typing.output(), /stopped/);
