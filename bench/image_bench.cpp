@@ -70,8 +70,8 @@ void unpackBgrx(benchmark::State& state) {
 }
 BENCHMARK(unpackBgrx)->Unit(benchmark::kMillisecond);
 
-// What the stream's thread does with each frame of a 5120x2880 monitor, and what
-// copying it into memory that is mapped already takes.
+// What the stream's thread does with each frame of a 5120x2880 monitor, and what copying it into
+// memory that is mapped already takes.
 constexpr std::int32_t largeWidth = 5120, largeHeight = 2880;
 constexpr std::size_t largeSize = static_cast<std::size_t>(largeWidth) * largeHeight * bytesPerFramePixel;
 

@@ -1,6 +1,6 @@
-// Covers the screen of DISPLAY with a picture like a desktop's: gradients, a
-// photograph-like area and windows full of text. Prints a line once the picture is
-// visible, and runs until its standard input is closed.
+// Covers the screen of DISPLAY with a picture like a desktop's: gradients, a photograph-like area
+// and windows full of text. Prints a line once the picture is visible, and runs until its standard
+// input is closed.
 
 #include <cmath>
 #include <cstdio>

@@ -1,7 +1,7 @@
-// A plain program with which the addon is compared. It makes the same calls of Xlib,
-// libjpeg and libpng in the straightforward way. Each line of its input has an operation
-// and a count. It runs the operation that many times, and prints the nanoseconds that
-// this took and the size of the last picture in bytes.
+// A plain program with which the addon is compared. It makes the same calls of Xlib, libjpeg and
+// libpng in the straightforward way. Each line of its input has an operation and a count. It runs
+// the operation that many times, and prints the nanoseconds that this took and the size of the last
+// picture in bytes.
 
 #include <chrono>
 #include <csetjmp>

@@ -10,8 +10,8 @@
 
 namespace ostler {
 
-// Converts an image in the straightforward way, with a division for each channel.
-// toRgb() has to return the same bytes, faster.
+// Converts an image in the straightforward way, with a division for each channel. toRgb() has to
+// return the same bytes, faster.
 inline RgbImage referenceToRgb(XImage* image) {
   RgbImage result(image->width, image->height);
   const std::uint64_t masks[] = {image->red_mask, image->green_mask, image->blue_mask};

@@ -8,8 +8,8 @@
 
 namespace ostler {
 
-// Applies the box filter in the straightforward way, pixel by pixel. resampleImage() has
-// to return the same bytes, faster.
+// Applies the box filter in the straightforward way, pixel by pixel. resampleImage() has to return
+// the same bytes, faster.
 inline RgbImage referenceResample(const RgbImage& image, std::int32_t width, std::int32_t height) {
   RgbImage result(width, height);
   const double sx = static_cast<double>(image.width) / width, sy = static_cast<double>(image.height) / height;

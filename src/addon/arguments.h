@@ -9,14 +9,13 @@
 
 namespace ostler {
 
-// These functions convert JavaScript arguments to native values. They reject
-// nothing: a missing value, or one of the wrong type, becomes the zero value of the native
-// type.
+// These functions convert JavaScript arguments to native values. They reject nothing: a missing
+// value, or one of the wrong type, becomes the zero value of the native type.
 
 using Strings = std::vector<std::string>;
 
-// Thrown when JavaScript code that ran during a conversion, such as a getter in an array,
-// has thrown. That exception is pending and reaches the host unchanged.
+// Thrown when JavaScript code that ran during a conversion, such as a getter in an array, has
+// thrown. That exception is pending and reaches the host unchanged.
 struct PendingException {};
 
 std::vector<napi_value> fetchArguments(napi_env env, napi_callback_info info, std::size_t count);

@@ -17,8 +17,8 @@
 
 namespace ostler {
 
-// Runs `body` and returns its result. Turns an exception into a pending JavaScript error
-// and returns `fallback`, which JavaScript never sees.
+// Runs `body` and returns its result. Turns an exception into a pending JavaScript error and
+// returns `fallback`, which JavaScript never sees.
 template <typename Body>
 napi_value guarded(napi_env env, napi_value fallback, Body body) noexcept {
   const ExitGuard exitGuard;
@@ -47,8 +47,8 @@ napi_value fallbackFor(napi_env env) {
   }
 }
 
-// Makes a callback from a driver function. The types of its parameters decide how the
-// arguments are read, the type of its result decides what is returned.
+// Makes a callback from a driver function. The types of its parameters decide how the arguments are
+// read, the type of its result decides what is returned.
 template <auto function>
 struct Forward;
 

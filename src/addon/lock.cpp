@@ -34,17 +34,16 @@ ThreadsafeFunction makeThreadsafeFunction(napi_env env, napi_value callback) {
   return ThreadsafeFunction(status == napi_ok ? result : nullptr);
 }
 
-// watcherEnvironment is the environment that last started the watcher. The mutex is held
-// while the watcher is started, or is stopped because its environment ends, so that both
-// change together.
+// watcherEnvironment is the environment that last started the watcher. The mutex is held while the
+// watcher is started, or is stopped because its environment ends, so that both change together.
 Mutex environmentMutex;
 napi_env watcherEnvironment OSTLER_GUARDED_BY(environmentMutex) = nullptr;
 
 // Contains the environments of this thread that have the cleanup hook.
 thread_local std::set<napi_env> hookedEnvironments;
 
-// This cleanup hook stops the watcher when its environment ends, for example because a
-// Worker is terminated. It runs before the environment destroys the thread-safe function.
+// This cleanup hook stops the watcher when its environment ends, for example because a Worker is
+// terminated. It runs before the environment destroys the thread-safe function.
 void stopWithEnvironment(void* environment) noexcept {
   hookedEnvironments.erase(static_cast<napi_env>(environment));
   const MutexLock held(environmentMutex);
@@ -52,8 +51,8 @@ void stopWithEnvironment(void* environment) noexcept {
 }
 
 void hookEnvironment(napi_env env) {
-  // Each thread-safe function has a hook of its own. Hooks run in reverse order, so ours
-  // has to be added again after each new function.
+  // Each thread-safe function has a hook of its own. Hooks run in reverse order, so ours has to be
+  // added again after each new function.
   if (!hookedEnvironments.insert(env).second) napi_remove_env_cleanup_hook(env, stopWithEnvironment, env);
   napi_add_env_cleanup_hook(env, stopWithEnvironment, env);
 }

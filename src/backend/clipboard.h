@@ -33,16 +33,16 @@ std::string latin1ToUtf8(std::string_view text);
 // Replaces the characters that Latin-1 lacks by question marks.
 std::string utf8ToLatin1(std::string_view text);
 
-// Puts a content into one sequence of bytes: for each item the length of the type and of the
-// bytes, 32 bits each, and then both (lib/common/clipboard_content.js).
+// Puts a content into one sequence of bytes: for each item the length of the type and of the bytes,
+// 32 bits each, and then both (lib/common/clipboard_content.js).
 std::vector<unsigned char> pack(const ClipboardContent& content);
 // Ignores an item that is cut off.
 ClipboardContent unpack(std::string_view bytes);
 
 enum class ClipboardPart { text, everything };
 
-// The clipboard of a desktop. All functions run on the thread of the session; those that wait
-// can be interrupted.
+// The clipboard of a desktop. All functions run on the thread of the session; those that wait can
+// be interrupted.
 class Clipboard {
 public:
   Clipboard() = default;
@@ -53,8 +53,8 @@ public:
   // Returns a name for the host.
   virtual const char* kind() const = 0;
 
-  // Reads what has been copied, most useful items first. Leaves out what its owner does not
-  // deliver in time.
+  // Reads what has been copied, most useful items first. Leaves out what its owner does not deliver
+  // in time.
   virtual ClipboardContent read(ClipboardPart part) = 0;
 
   // Offers a content to all programs, and nothing when it is empty. Throws std::runtime_error.
@@ -66,8 +66,8 @@ public:
   // Returns the reads of what write() offered last.
   virtual ReaderWatch& readers() = 0;
 
-  // Hands the content to a clipboard manager that keeps it when this process has ended.
-  // Returns whether one took it, or whether the desktop does this by itself.
+  // Hands the content to a clipboard manager that keeps it when this process has ended. Returns
+  // whether one took it, or whether the desktop does this by itself.
   virtual bool handOver() = 0;
 
   // Returns when the content was offered, as a time of the X server; 0 elsewhere.

@@ -9,8 +9,8 @@ namespace ostler {
 
 // Records which keys and buttons a session holds down and which keys it has mapped to other
 // characters, as one bit for each code. The record can be in a file that another process also has
-// open: when this process has been killed, the other one still reads what has to be released. Bit
-// n is bit n % 8 of byte n / 8.
+// open: when this process has been killed, the other one still reads what has to be released. Bit n
+// is bit n % 8 of byte n / 8.
 class HeldRecord {
 public:
   static constexpr std::size_t codes = 1024;

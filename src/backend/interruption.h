@@ -11,14 +11,13 @@ public:
   Interrupted() : std::runtime_error("The call was interrupted.") {}
 };
 
-// Each call has a number above 0, so that an interruption that comes late cannot hit the
-// next call.
+// Each call has a number above 0, so that an interruption that comes late cannot hit the next call.
 
 // Call this before an operation, on its thread. 0 means that no call is running.
 void startCall(std::int32_t call);
 
-// Makes the call with this number stop before its next step. Any thread may call this, also
-// before the call starts.
+// Makes the call with this number stop before its next step. Any thread may call this, also before
+// the call starts.
 void interruptCall(std::int32_t call);
 
 void throwIfInterrupted();

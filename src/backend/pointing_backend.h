@@ -8,8 +8,7 @@ namespace ostler {
 
 enum class Button { left, middle, right };
 
-// Returns the button with this name in upper or lower case, or the left one for any
-// other text.
+// Returns the button with this name in upper or lower case, or the left one for any other text.
 Button buttonNamed(const std::string& name);
 
 // Computes the points of a drag after its start: at least 5, about 20 pixels apart.
@@ -18,8 +17,8 @@ public:
   DragPath(double fromX, double fromY, double toX, double toY);
 
   int steps() const { return stepCount; }
-  // Return the coordinates of one point. `step` runs from 1 to steps(); the last point is
-  // the target.
+  // Return the coordinates of one point. `step` runs from 1 to steps(); the last point is the
+  // target.
   double x(int step) const { return startX + deltaX * fraction(step); }
   double y(int step) const { return startY + deltaY * fraction(step); }
 
@@ -30,8 +29,7 @@ private:
   int stepCount;
 };
 
-// Implements the operations whose sequence of events and waits is the same on every
-// platform.
+// Implements the operations whose sequence of events and waits is the same on every platform.
 class PointingBackend : public Backend {
 public:
   void click(double x, double y, const std::string& button, int count) final;

@@ -7,9 +7,9 @@
 
 namespace ostler {
 
-// Counts the reads of what the clipboard offers, so that a paste knows when its target has
-// read. A read is not always the target's: clipboard managers read each new content. These read
-// at once, so settle() lets them read before the paste begins.
+// Counts the reads of what the clipboard offers, so that a paste knows when its target has read. A
+// read is not always the target's: clipboard managers read each new content. These read at once, so
+// settle() lets them read before the paste begins.
 class ReaderWatch {
 public:
   enum class Outcome { read, unread, lost };
@@ -27,8 +27,8 @@ public:
   // Waits until nobody is reading, and forgets the reads so far.
   void settle();
 
-  // Waits until the content has been read since settle(), and its reader asks for no more.
-  // A read that has begun within `limit` may end later.
+  // Waits until the content has been read since settle(), and its reader asks for no more. A read
+  // that has begun within `limit` may end later.
   Outcome wait(std::chrono::milliseconds limit);
 
 private:

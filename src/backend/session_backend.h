@@ -18,14 +18,15 @@
 
 namespace ostler {
 
-// A picture of a part of the desktop. There is none where `rows` has no pixels. It may change at the
-// next look.
+// A picture of a part of the desktop. There is none where `rows` has no pixels. It may change at
+// the next look.
 struct Sight {
   PixelRows rows;
   std::shared_ptr<const void> owner;  // of the pixels
 };
 
-// `small` has the bytes of the addon's screenshots. `fast` takes a fraction of the time for 6 % more.
+// `small` has the bytes of the addon's screenshots. `fast` takes a fraction of the time for 6 %
+// more.
 enum class PngCompression { small, fast };
 
 // A place on the desktop, which can be between two pixels.
@@ -34,8 +35,8 @@ struct Place {
   double y = 0;
 };
 
-// A backend whose operations another thread can interrupt, and which knows what it holds down.
-// An operation that fails or is interrupted first releases what it has pressed.
+// A backend whose operations another thread can interrupt, and which knows what it holds down. An
+// operation that fails or is interrupted first releases what it has pressed.
 class SessionBackend : public Backend {
 public:
   void mouseMove(double x, double y) final;
@@ -66,9 +67,9 @@ public:
   void setButton(Button button, bool pressed);
   // Presses or releases one key, with a name as in `key`.
   void setKey(const std::string& name, bool pressed);
-  // These are the operations of the same names with more choice. Keys are held down meanwhile, those
-  // that already are stay down; a pointer that has a duration moves in equal steps; and without a
-  // place the pointer stays where it is.
+  // These are the operations of the same names with more choice. Keys are held down meanwhile,
+  // those that already are stay down; a pointer that has a duration moves in equal steps; and
+  // without a place the pointer stays where it is.
   void glide(Place to, std::chrono::nanoseconds duration);
   void click(std::optional<Place> at, Button button, int count, const std::vector<std::string>& keys);
   void drag(Place from, Place to, Button button, const std::vector<std::string>& keys,
@@ -76,8 +77,8 @@ public:
 
   // Returns the characters of the text that `write` cannot type, each once.
   virtual std::string untypable(const std::string& text) = 0;
-  // Types a text so that it arrives exactly, with `delay` milliseconds after each character. Each line
-  // end presses Return once. Throws before the first key when a character cannot be typed.
+  // Types a text so that it arrives exactly, with `delay` milliseconds after each character. Each
+  // line end presses Return once. Throws before the first key when a character cannot be typed.
   void write(const std::string& text, std::int32_t delay);
   // Undoes changes of the keyboard map that `write` has left for clients which handle their keys
   // late, if enough time has passed.
@@ -98,8 +99,8 @@ public:
 protected:
   explicit SessionBackend(HeldRecord heldRecord) : record(std::move(heldRecord)) {}
 
-  // Sends an event for a code of the record. A press is recorded before it is sent, and a
-  // release is removed after it has been sent.
+  // Sends an event for a code of the record. A press is recorded before it is sent, and a release
+  // is removed after it has been sent.
   template <typename Send>
   void sendRecorded(std::uint32_t code, bool pressed, Send send) {
     if (pressed) {

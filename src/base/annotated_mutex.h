@@ -3,9 +3,9 @@
 #include <condition_variable>
 #include <mutex>
 
-// Clang's -Wthread-safety understands this mutex. It warns where a field marked
-// OSTLER_GUARDED_BY is read or written, or a function marked OSTLER_REQUIRES is called,
-// without the lock. Other compilers ignore the annotations.
+// Clang's -Wthread-safety understands this mutex. It warns where a field marked OSTLER_GUARDED_BY
+// is read or written, or a function marked OSTLER_REQUIRES is called, without the lock. Other
+// compilers ignore the annotations.
 #if defined(__clang__)
 #define OSTLER_THREAD_ANNOTATION(x) __attribute__((x))
 #else

@@ -7,9 +7,8 @@
 namespace ostler {
 namespace {
 
-// exit() destroys the calling thread's thread-local objects before it runs the exit
-// handlers of the process. When a thread ends normally, this destructor runs too, but
-// no guard exists then.
+// exit() destroys the calling thread's thread-local objects before it runs the exit handlers of the
+// process. When a thread ends normally, this destructor runs too, but no guard exists then.
 struct Sentinel {
   ~Sentinel() {
     if (liveGuards > 0 && !onMainThread) _exit(EXIT_FAILURE);

@@ -6,8 +6,8 @@
 
 namespace ostler {
 
-// Owns a file descriptor and closes it; -1 means none. Pass release() to a library that
-// takes over the descriptor.
+// Owns a file descriptor and closes it; -1 means none. Pass release() to a library that takes over
+// the descriptor.
 class FileDescriptor {
 public:
   FileDescriptor() = default;

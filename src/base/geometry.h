@@ -4,8 +4,8 @@
 
 namespace ostler {
 
-// Coordinates and sizes are pixels of the desktop, in the size that `display` reports,
-// unless a declaration says otherwise.
+// Coordinates and sizes are pixels of the desktop, in the size that `display` reports, unless a
+// declaration says otherwise.
 
 struct Size {
   std::int32_t width = 0;

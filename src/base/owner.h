@@ -4,9 +4,8 @@
 
 namespace ostler {
 
-// Releases a handle with the given function, for example
-// `Owner<Display, XCloseDisplay>`. The function is a reference parameter, so that it can
-// also be a variable that points to a function.
+// Releases a handle with the given function, for example `Owner<Display, XCloseDisplay>`. The
+// function is a reference parameter, so that it can also be a variable that points to a function.
 template <auto& release>
 struct Deleter {
   template <typename T>

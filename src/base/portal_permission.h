@@ -13,8 +13,8 @@ struct PortalPermission {
   std::string token;         // of the remembered permission, or empty
   // Called before the request that shows the dialog, if it is necessary.
   std::function<void()> asking;
-  // Called as soon as the user has agreed, with the token of the next session. It is empty if
-  // the portal remembers nothing. The previous token may be void from now on.
+  // Called as soon as the user has agreed, with the token of the next session. It is empty if the
+  // portal remembers nothing. The previous token may be void from now on.
   std::function<void(const std::string& token)> granted;
 };
 

@@ -8,8 +8,8 @@
 
 #include "driver/records.h"
 
-// The Node-API layer calls these functions. Each is synchronous and runs on the host's
-// JavaScript thread.
+// The Node-API layer calls these functions. Each is synchronous and runs on the host's JavaScript
+// thread.
 #pragma GCC visibility push(default)
 
 // These call the backend of the process and throw what it throws.
@@ -46,14 +46,14 @@ bool driverPrepareForInput(const std::string& scope, const std::optional<std::ve
 bool driverCheckPermissions(const std::string& permission);
 void driverRequestPermissions(const std::string& permission);
 
-// These read and write the CLIPBOARD selection of the X server that DISPLAY names,
-// without the backend. When the server cannot be reached, reading returns an empty
-// string and writing does nothing.
+// These read and write the CLIPBOARD selection of the X server that DISPLAY names, without the
+// backend. When the server cannot be reached, reading returns an empty string and writing does
+// nothing.
 std::string driverGetClipboard();
 void driverSetClipboard(const std::string& text);
 
-// These start and stop the Escape watcher. When driverLock returns true, the
-// watcher owns `onEscape`, and driverUnlock releases it.
+// These start and stop the Escape watcher. When driverLock returns true, the watcher owns
+// `onEscape`, and driverUnlock releases it.
 bool driverLock(napi_threadsafe_function onEscape);
 void driverUnlock();
 

@@ -36,9 +36,9 @@ public:
 
 }  // namespace
 
-// While the portal's dialog is open, the host's GLib sources run on this thread. A source
-// that calls the addon would enter the initialisation of the static again and hang, so
-// its call throws. A call on another thread waits until the initialisation has ended.
+// While the portal's dialog is open, the host's GLib sources run on this thread. A source that
+// calls the addon would enter the initialisation of the static again and hang, so its call throws.
+// A call on another thread waits until the initialisation has ended.
 Backend& backendInstance() {
   if (isBuilding) {
     throw std::runtime_error("A call on the desktop is already waiting for the portal's dialog.");

@@ -41,8 +41,8 @@ BackendKind chooseBackend() {
   const std::string kind = detectSessionKind();
   if (kind == "wayland") return BackendKind::wayland;
   if (kind == "unknown" && std::getenv("DISPLAY") == nullptr) return BackendKind::none;
-  // An X server beside a Wayland compositor is Xwayland. Input sent there would reach
-  // only X11 programs.
+  // An X server beside a Wayland compositor is Xwayland. Input sent there would reach only X11
+  // programs.
   return waylandSocketPresent() ? BackendKind::wayland : BackendKind::x11;
 }
 

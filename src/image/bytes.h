@@ -7,8 +7,8 @@
 
 namespace ostler {
 
-// Leaves new elements uninitialised. An image whose pixels are all overwritten does not
-// need zeroes first, and the page faults of writing them cost as much as the copy.
+// Leaves new elements uninitialised. An image whose pixels are all overwritten does not need zeroes
+// first, and the page faults of writing them cost as much as the copy.
 template <typename T>
 struct UninitialisedAllocator : std::allocator<T> {
   template <typename U>

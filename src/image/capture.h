@@ -9,12 +9,11 @@
 
 namespace ostler {
 
-// Holds a captured picture in the pixel layout of its platform. Only the part that a
-// screenshot shows is converted.
+// Holds a captured picture in the pixel layout of its platform. Only the part that a screenshot
+// shows is converted.
 struct Capture {
   Size size;
-  // Converts `part`, which lies within the picture, to packed RGB. Owns the platform's
-  // picture.
+  // Converts `part`, which lies within the picture, to packed RGB. Owns the platform's picture.
   std::function<RgbImage(const Rect& part)> toRgb;
 };
 
@@ -29,7 +28,8 @@ Rect clipCrop(Size picture, const Rect& crop);
 // Returns the pixels of that part.
 RgbImage cropImage(const Capture& picture, const Rect& crop);
 
-// Returns the picture with everything black that lies outside of the areas, which are in its pixels.
+// Returns the picture with everything black that lies outside of the areas, which are in its
+// pixels.
 Capture blackenOutside(Capture picture, std::vector<Rect> areas);
 
 }  // namespace ostler

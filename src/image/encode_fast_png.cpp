@@ -59,8 +59,8 @@ private:
 };
 
 // Writes the difference of a row from the one above, as the filter Up does. Rows of a screen mostly
-// repeat the one above, so this leaves little to compress; to choose a filter for each row takes more
-// time than it saves bytes.
+// repeat the one above, so this leaves little to compress; to choose a filter for each row takes
+// more time than it saves bytes.
 void filterUp(unsigned char* out, const unsigned char* row, const unsigned char* above,
               const PixelRows& image) {
   const std::size_t size = image.order == PixelOrder::rgb ? 3 : 4,

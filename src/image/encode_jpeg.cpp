@@ -21,8 +21,8 @@ struct Compressor {
   }
 
   jpeg_compress_struct info{};
-  // libjpeg passes a pointer to `manager`, which jumpOut() casts to the whole struct,
-  // so `manager` has to be the first field.
+  // libjpeg passes a pointer to `manager`, which jumpOut() casts to the whole struct, so `manager`
+  // has to be the first field.
   struct {
     jpeg_error_mgr manager;
     std::jmp_buf context;
@@ -47,15 +47,14 @@ J_COLOR_SPACE colourSpaceOf(PixelOrder order) {
   return JCS_RGB;
 }
 
-// When libjpeg fails it leaves this function by longjmp, so no object in it may have a
-// destructor.
+// When libjpeg fails it leaves this function by longjmp, so no object in it may have a destructor.
 bool compress(Compressor& compressor, const PixelRows& image, int quality) {
   jpeg_compress_struct* info = &compressor.info;
   info->err = jpeg_std_error(&compressor.error.manager);
   info->err->error_exit = jumpOut;
   if (setjmp(compressor.error.context) != 0) {
-    // libjpeg replaces the output block when it is full, and sets our pointer to the
-    // new block only here.
+    // libjpeg replaces the output block when it is full, and sets our pointer to the new block only
+    // here.
     if (compressor.output != nullptr) info->dest->term_destination(info);
     return false;
   }

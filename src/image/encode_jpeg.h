@@ -7,8 +7,8 @@
 
 namespace ostler {
 
-// Returns a complete JPEG file. `quality` runs from 0.0 to 1.0, which is the best. The
-// result is empty when libjpeg rejects the image, for example one without pixels.
+// Returns a complete JPEG file. `quality` runs from 0.0 to 1.0, which is the best. The result is
+// empty when libjpeg rejects the image, for example one without pixels.
 std::vector<unsigned char> encodeJpegRows(const PixelRows& image, double quality);
 
 inline std::vector<unsigned char> encodeJpeg(const RgbImage& image, double quality) {

@@ -47,8 +47,7 @@ extern "C" void appendToOutput(png_structp png, png_bytep data, png_size_t size)
 
 extern "C" void flushNothing(png_structp) {}
 
-// When libpng fails it leaves this function by longjmp, so no object in it may have a
-// destructor.
+// When libpng fails it leaves this function by longjmp, so no object in it may have a destructor.
 bool write(const Writer& writer, Output& output, const PixelRows& image, png_bytepp rows) {
   if (setjmp(png_jmpbuf(writer.png)) != 0) return false;
   png_set_write_fn(writer.png, &output, appendToOutput, flushNothing);

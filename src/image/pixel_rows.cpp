@@ -5,8 +5,8 @@
 namespace ostler {
 namespace {
 
-// The processors that we support store the first byte of a pixel in the lowest bits of a number. The
-// compiler vectorises the loops over such numbers at -O3.
+// The processors that we support store the first byte of a pixel in the lowest bits of a number.
+// The compiler vectorises the loops over such numbers at -O3.
 constexpr std::uint32_t colourBits = 0x00ffffff, opaque = 0xff000000;
 
 std::uint32_t pixelAt(const unsigned char* row, std::size_t x) {

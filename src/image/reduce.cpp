@@ -7,8 +7,7 @@
 namespace ostler {
 namespace {
 
-// With this limit a sum of bytes fits 16 bits, and the table of means fits the
-// first-level cache.
+// With this limit a sum of bytes fits 16 bits, and the table of means fits the first-level cache.
 constexpr std::int32_t largestFactor = 8;
 
 // Makes a table of the rounded mean of `area` bytes, indexed by their sum.

@@ -16,8 +16,8 @@ RgbImage resampleImage(const RgbImage& image, std::int32_t targetWidth, std::int
   }
   if (reduceByWholeRatio(result, image)) return result;
 
-  // Works in strips, so that the spans of a very wide and low image do not take more
-  // memory than the image.
+  // Works in strips, so that the spans of a very wide and low image do not take more memory than
+  // the image.
   constexpr std::int32_t stripWidth = 1024;
   const double stepX = static_cast<double>(image.width) / targetWidth;
   const double stepY = static_cast<double>(image.height) / targetHeight;

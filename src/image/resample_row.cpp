@@ -41,8 +41,8 @@ void resamplePlainly(unsigned char* out, const RgbImage& image, const ResampleSp
 #if defined(__x86_64__)
 #define OSTLER_AVX2 [[gnu::target("avx2")]]
 
-// Loads red, green and blue, and 1.0 in the last lane, which sums the weights. Reads one
-// byte past the pixel.
+// Loads red, green and blue, and 1.0 in the last lane, which sums the weights. Reads one byte past
+// the pixel.
 OSTLER_AVX2 inline __m256d loadPixel(const unsigned char* pixel) {
   std::int32_t bytes;
   std::memcpy(&bytes, pixel, sizeof bytes);

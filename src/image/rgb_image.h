@@ -8,16 +8,16 @@
 
 namespace ostler {
 
-// Holds packed RGB: red, green and blue with 8 bits each, rows from top to bottom without
-// padding, width * height * 3 bytes.
+// Holds packed RGB: red, green and blue with 8 bits each, rows from top to bottom without padding,
+// width * height * 3 bytes.
 struct RgbImage {
-  // Leaves the pixels uninitialised. Throws std::length_error or std::bad_alloc when
-  // the image is too large for memory.
+  // Leaves the pixels uninitialised. Throws std::length_error or std::bad_alloc when the image is
+  // too large for memory.
   RgbImage(std::int32_t imageWidth, std::int32_t imageHeight)
       : width(imageWidth), height(imageHeight), bytes(byteCount(imageWidth, imageHeight)) {}
 
-  // Returns the number of bytes of an image of that size. Throws std::length_error
-  // when a vector can never hold so many.
+  // Returns the number of bytes of an image of that size. Throws std::length_error when a vector
+  // can never hold so many.
   static std::size_t byteCount(std::int32_t imageWidth, std::int32_t imageHeight) {
     const std::size_t count =
         static_cast<std::size_t>(imageWidth) * static_cast<std::size_t>(imageHeight) * 3;

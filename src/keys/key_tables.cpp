@@ -25,8 +25,8 @@ const KeysymTable keyNameTable = [] {
       {"insert", XK_Insert},
       {"capslock", XK_Caps_Lock},
       {"forwarddelete", XK_Delete},
-      // "+" separates the parts of a combo, so the key with "+" is named "plus". It is
-      // the key that also bears "=", and the name does not imply Shift.
+      // "+" separates the parts of a combo, so the key with "+" is named "plus". It is the key that
+      // also bears "=", and the name does not imply Shift.
       {"minus", XK_minus},
       {"equal", XK_equal},
       {"plus", XK_equal},

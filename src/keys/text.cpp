@@ -24,8 +24,8 @@ std::optional<Lead> leadOf(unsigned char byte) {
   return std::nullopt;
 }
 
-// Returns the value of the sequence that a lead byte starts, or nothing when one of the
-// following bytes is not a continuation byte.
+// Returns the value of the sequence that a lead byte starts, or nothing when one of the following
+// bytes is not a continuation byte.
 std::optional<std::uint32_t> sequenceValue(Lead lead, const char* continuation) {
   std::uint32_t value = lead.payload;
   for (std::size_t k = 0; k < lead.continuations; ++k) {

@@ -12,8 +12,8 @@ std::string foldCase(std::string text);
 // Removes whitespace bytes from both ends.
 std::string trimWhitespace(std::string text);
 
-// Decodes UTF-8. Invalid bytes give U+FFFD. Overlong sequences, surrogates and values
-// above 0x10FFFF are decoded without a check.
+// Decodes UTF-8. Invalid bytes give U+FFFD. Overlong sequences, surrogates and values above
+// 0x10FFFF are decoded without a check.
 std::vector<std::uint32_t> decodeUtf8(const std::string& text);
 
 std::string encodeUtf8(const std::vector<std::uint32_t>& codePoints);

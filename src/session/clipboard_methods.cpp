@@ -67,9 +67,9 @@ bool handOverClipboard() { return clipboard().handOver(); }
 // As a text, which has all bits of the number.
 std::string clipboardOfferedAt() { return std::to_string(clipboard().offeredAt()); }
 
-// Takes a Buffer with the content, the time when another process offered it, and a function that
-// is called once this process has taken it over. Needs no session, and returns when another
-// program copies something.
+// Takes a Buffer with the content, the time when another process offered it, and a function that is
+// called once this process has taken it over. Needs no session, and returns when another program
+// copies something.
 napi_value keepClipboard(napi_env env, napi_callback_info info) {
   return guarded(env, undefinedValue(env), [&] {
     const std::vector<napi_value> arguments = fetchArguments(env, info, 3);

@@ -26,8 +26,8 @@ struct Pixels {
 
 napi_value toValue(napi_env env, const std::optional<Pixels>& pixels);
 
-// Writes the pixels at an offset of a file. Without a file (-1), or when that fails, they are in the
-// result. Returns nothing when there is no picture.
+// Writes the pixels at an offset of a file. Without a file (-1), or when that fails, they are in
+// the result. Returns nothing when there is no picture.
 std::optional<Pixels> pixels(std::int32_t file, std::int32_t offset, std::int32_t x, std::int32_t y,
                              std::int32_t width, std::int32_t height);
 

@@ -31,8 +31,8 @@ std::string escapeFailure() { return EscapeWatcher::instance().startFailure(); }
 
 std::string sessionEnd() { return openedSession().sessionEnd(); }
 
-// `interrupt` may be called on any thread that has loaded the module, all others on the thread
-// that calls `open`.
+// `interrupt` may be called on any thread that has loaded the module, all others on the thread that
+// calls `open`.
 constexpr Method sessionMethods[] = {
     {"open", open},
     {"lockFile", forward<lockFile>},

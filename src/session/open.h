@@ -4,9 +4,8 @@
 
 namespace ostler {
 
-// The method that opens the session. Takes { record, allMonitors, persist, token, asking, granted }: the
-// descriptor of a file for the record of what is held down, and the fields of PortalPermission.
-// Only `record` is necessary.
+// The method that opens the session. Takes an object with `record`, the descriptor of a file for the
+// record of what is held down, and with the fields of PortalPermission, which can be absent.
 napi_value open(napi_env env, napi_callback_info info);
 
 }  // namespace ostler

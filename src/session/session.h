@@ -5,8 +5,8 @@
 
 namespace ostler {
 
-// Opens the session of the process, with a record of what it holds down (see HeldRecord).
-// Throws std::runtime_error when that fails or when it is open already.
+// Opens the session of the process, with a record of what it holds down (see HeldRecord). Throws
+// std::runtime_error when that fails or when it is open already.
 void openSession(HeldRecord record, const PortalPermission& permission);
 
 // Returns the session. Throws std::runtime_error while none is open.

@@ -23,8 +23,8 @@ void WaylandBackend::key(const std::string& combo) {
   requireKeysProcessed();
 }
 
-// When the list of layouts changes, GNOME 51 removes the keyboard and is busy with the keymap for a moment.
-// It drops the keys that were sent meanwhile, without an error.
+// When the list of layouts changes, GNOME 51 removes the keyboard and is busy with the keymap for a
+// moment. It drops the keys that were sent meanwhile, without an error.
 void WaylandBackend::requireNoLostKeys() const {
   if (eis.mayHaveLostKeys())
     throw std::runtime_error("The Wayland keyboard was replaced while keys were sent.");
@@ -51,7 +51,8 @@ void WaylandBackend::tapCombo(EisInput& to, const KeyCombo& keys) {
 
 std::optional<EvdevKey> WaylandBackend::findComboKey(std::uint64_t keysym) {
   if (const auto key = eis.findKey(keysym)) return key;
-  // If the layout lacks the letter, programs expect shortcuts such as Ctrl+C on the key of a US keyboard.
+  // If the layout lacks the letter, programs expect shortcuts such as Ctrl+C on the key of a US
+  // keyboard.
   const auto usKey = findEvdevKey(keysym);
   return usKey ? std::optional(EvdevKey{.code = usKey->code}) : std::nullopt;
 }

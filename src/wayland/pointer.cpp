@@ -24,7 +24,8 @@ bool isOnEdgeOfCorner(Position place) {
 
 bool isDiagonal(Position from, Position to) { return from.x != to.x && from.y != to.y; }
 
-// Whether the pointer has followed a motion in one direction only, and has stayed at the edge in the other.
+// Whether the pointer has followed a motion in one direction only, and has stayed at the edge in
+// the other.
 bool wasHeldAtEdge(Position pointer, Position target) {
   const auto isNear = [](double one, double other) { return std::abs(one - other) <= 1.0; };
   return (pointer.x < 1.0 && target.x >= 1.0 && isNear(pointer.y, target.y)) ||
@@ -64,9 +65,10 @@ void WaylandBackend::moveTo(Position target) {
   send(InputKind::pointer, [&](auto& to) { to.moveTo(target.x, target.y); });
 }
 
-// The hot corner of GNOME Shell has a barrier along each of its edges, which lets only motions along the
-// other edge begin on it: on GNOME 48 and 51 one from 0,5 to 400,300 ends at 0,300. A second one gets
-// through. Only the stream tells, so nothing is sent twice if it does not report the pointer.
+// The hot corner of GNOME Shell has a barrier along each of its edges, which lets only motions
+// along the other edge begin on it: on GNOME 48 and 51 one from 0,5 to 400,300 ends at 0,300. A
+// second one gets through. Only the stream tells, so nothing is sent twice if it does not report
+// the pointer.
 bool WaylandBackend::beginsAtCorner(Position target) const {
   const std::optional<Position> reported = reportedPointer();
   if (!reported) return false;

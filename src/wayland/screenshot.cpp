@@ -14,8 +14,7 @@ double scaleOf(std::int32_t pixels, std::int32_t displayUnits) {
 
 }  // namespace
 
-// Returns the last frame that arrived. The compositor sends one only when the
-// screen changes.
+// Returns the last frame that arrived. The compositor sends one only when the screen changes.
 std::vector<unsigned char> WaylandBackend::screenshot(Size target, Rect crop, double quality) {
   requireSession();
   capture.waitForFirstFrame(std::chrono::steady_clock::now() + std::chrono::seconds(5));

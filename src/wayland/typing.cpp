@@ -31,13 +31,12 @@ void WaylandBackend::typeKeysym(EisInput& to, std::uint64_t keysym) {
   const auto key = to.findKey(keysym);
   const auto sequence = key ? std::nullopt : to.findSequence(keysym);
   const bool hasKeys = key || sequence;
-  // Letters, digits, the space and the editing keys are plain: typedKeysym() gives
-  // them the keysyms in this table. The portal types all else if it can.
+  // Letters, digits, the space and the editing keys are plain: typedKeysym() gives them the keysyms
+  // in this table. The portal types all else if it can.
   const bool isPlain = key && findEvdevKey(keysym);
   if (hasKeys && portalRefusesKeyboard && !isPlain) portalInput.requireKeyboard();
   if (!isPlain && !(hasKeys && portalRefusesKeyboard)) {
-    // The portal also gets a character that no keys produce; the host then
-    // receives its error.
+    // The portal also gets a character that no keys produce; the host then receives its error.
     const auto sendToPortal = [&] { typeKeysym(portalInput, keysym); };
     if (tryPortal(InputKind::keyboard, sendToPortal, [&] { return hasKeys; })) return;
   }
@@ -54,8 +53,8 @@ void WaylandBackend::tap(EisInput& to, const EvdevKey& key) {
   release(to, key);
 }
 
-// Qt 6 lets a composed character overtake the keys that it reads together with
-// it, so the dead key has to wait until those have been read.
+// Qt 6 lets a composed character overtake the keys that it reads together with it, so the dead key
+// has to wait until those have been read.
 void WaylandBackend::tap(EisInput& to, const DeadKeySequence& sequence, std::chrono::milliseconds pause) {
   sleepFor(pause);
   // A dead key alone would change the next character that the user types.

@@ -35,8 +35,8 @@ StreamPlace placeForEis(const PortalSession& portal) {
 
 WaylandBackend::WaylandBackend(const PortalPermission& permission)
     : portal(permission),
-      // A portal that has handed out the EIS socket accepts no other input, so the
-      // socket is requested only if libei can use it.
+      // A portal that has handed out the EIS socket accepts no other input, so the socket is
+      // requested only if libei can use it.
       eis(
           isLibeiLoaded() ? portal.connectToEis() : FileDescriptor(), placeForEis(portal),
           [this] { return reportedPointer(); }, [this] { return activeLayoutGroup(portal.bus()); }) {
@@ -46,8 +46,8 @@ WaylandBackend::WaylandBackend(const PortalPermission& permission)
   waitForFirstFrame(capture, *stream);
 }
 
-// The compositor may report the group of a layout on the EIS channel, and the desktop a switch of layouts on
-// the bus. The later of the two counts.
+// The compositor may report the group of a layout on the EIS channel, and the desktop a switch of
+// layouts on the bus. The later of the two counts.
 void WaylandBackend::beginOperation() {
   eis.beginOperation();
   if (portal.takeLayoutSwitch()) eis.noteLayoutSwitch();
@@ -57,8 +57,8 @@ void WaylandBackend::requireSession() {
   eis.readChannel();
   if (eis.isDisconnected()) portal.markEnded();
   if (!portal.hasEnded()) return;
-  // When the portal has died, the EIS channel remains, and the compositor does
-  // not release what is held (GNOME 48 and 51, KDE Plasma 6.3 and 6.7).
+  // When the portal has died, the EIS channel remains, and the compositor does not release what is
+  // held (GNOME 48 and 51, KDE Plasma 6.3 and 6.7).
   eis.releaseHeld();
   throw std::runtime_error("The Wayland portal session has ended.");
 }
@@ -72,8 +72,8 @@ bool WaylandBackend::goesThroughEis(InputKind kind) {
   return true;
 }
 
-// KDE Plasma 6.3 announces the keyboard up to 0.4 ms after the pointer, when the EIS set-up has already
-// ended, so a device may have come meanwhile.
+// KDE Plasma 6.3 announces the keyboard up to 0.4 ms after the pointer, when the EIS set-up has
+// already ended, so a device may have come meanwhile.
 bool WaylandBackend::tryPortal(InputKind kind, const std::function<void()>& sendToPortal,
                                const std::function<bool()>& canUseEis) {
   try {

@@ -20,13 +20,13 @@ namespace ostler {
 // Returns the evdev code of a button.
 std::uint32_t buttonCode(Button button);
 
-// Drives a Wayland desktop through the desktop portal. The screen arrives as a
-// PipeWire stream. Each input event goes through the compositor's EIS socket if
-// a device there accepts it, and otherwise through the portal's own methods.
+// Drives a Wayland desktop through the desktop portal. The screen arrives as a PipeWire stream.
+// Each input event goes through the compositor's EIS socket if a device there accepts it, and
+// otherwise through the portal's own methods.
 class WaylandBackend : public PointingBackend {
 public:
-  // Blocks until the user has answered the portal's dialog and the first frame
-  // has arrived. PipeWire must be initialised.
+  // Blocks until the user has answered the portal's dialog and the first frame has arrived.
+  // PipeWire must be initialised.
   explicit WaylandBackend(const PortalPermission& permission = {});
 
   void mouseMove(double x, double y) override;
@@ -42,9 +42,8 @@ protected:
   void beginOperation();
   // Throws when the portal session has ended. Each event calls this before it is sent.
   virtual void requireSession();
-  // Calls `sendTo` with the channel that accepts this kind of input: EisInput if a
-  // device there does, and otherwise PortalInput. Throws when the session has
-  // ended or the screen is locked.
+  // Calls `sendTo` with the channel that accepts this kind of input: EisInput if a device there
+  // does, and otherwise PortalInput. Throws when the session has ended or the screen is locked.
   template <typename SendTo>
   void send(InputKind kind, SendTo sendTo) {
     requireSession();
@@ -89,16 +88,17 @@ protected:
   void release(EisInput& to, const EvdevKey& key);
 
 private:
-  // Whether a device of EIS accepts this kind of input. Waits for one that replaces a removed device,
-  // and throws if none does.
+  // Whether a device of EIS accepts this kind of input. Waits for one that replaces a removed
+  // device, and throws if none does.
   bool goesThroughEis(InputKind kind);
-  // Sends an event to the portal. Returns false if that refuses because the session has an EIS channel,
-  // and EIS can be used instead. Throws if it cannot, and on any other failure.
+  // Sends an event to the portal. Returns false if that refuses because the session has an EIS
+  // channel, and EIS can be used instead. Throws if it cannot, and on any other failure.
   bool tryPortal(InputKind kind, const std::function<void()>& sendToPortal,
                  const std::function<bool()>& canUseEis);
   bool beginsAtCorner(Position target) const;
   bool isHeldAtCorner(Position target);
-  // Throws if the keyboard went away before the compositor had processed the keys of this operation.
+  // Throws if the keyboard went away before the compositor had processed the keys of this
+  // operation.
   void requireNoLostKeys() const;
   void tapCombo(EisInput& to, const KeyCombo& keys);
   static void tapCombo(const PortalInput& to, const KeyCombo& keys);
@@ -114,8 +114,8 @@ private:
   static void writeKeysym(const PortalInput& to, std::uint64_t keysym, bool& composedLast);
 
 protected:
-  // Destroyed in reverse order: the stream before the state that it writes to.
-  // Everything that uses the session is destroyed before the session.
+  // Destroyed in reverse order: the stream before the state that it writes to. Everything that uses
+  // the session is destroyed before the session.
   CaptureState capture;
   PortalSession portal;
   PortalInput portalInput{portal};

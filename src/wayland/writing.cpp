@@ -16,8 +16,8 @@
 namespace ostler {
 namespace {
 
-// A user who has started the program with a shortcut releases it meanwhile. Reports of our own keys may
-// also be on their way.
+// A user who has started the program with a shortcut releases it meanwhile. Reports of our own keys
+// may also be on their way.
 constexpr std::chrono::milliseconds releaseLimit{500};
 
 // XKB's modifiers except Lock and Num Lock, the second and fifth.

@@ -6,14 +6,14 @@
 
 namespace ostler {
 
-// Extracts one colour channel from an X pixel and scales it to 8 bits, rounded to
-// nearest. The channel's mask can have any position and width.
+// Extracts one colour channel from an X pixel and scales it to 8 bits, rounded to nearest. The
+// channel's mask can have any position and width.
 class ChannelScale {
 public:
   explicit ChannelScale(unsigned long channelMask)
       : mask(channelMask), shift(channelMask == 0 ? 0 : std::countr_zero(channelMask)) {
-    // Real channels have 2 to 10 bits. For a much wider one no table is built, and
-    // each value is computed when it is needed.
+    // Real channels have 2 to 10 bits. For a much wider one no table is built, and each value is
+    // computed when it is needed.
     constexpr std::uint64_t largestTable = 1u << 16;
     const std::uint64_t values = (mask >> shift) + 1;
     if (values > largestTable) return;

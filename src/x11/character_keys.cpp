@@ -10,8 +10,8 @@
 namespace ostler {
 namespace {
 
-// The Cyrillic and Greek keysyms, in order from the first one. The others of that time are on
-// few keyboards; where they are, a spare keycode types the character as well.
+// The Cyrillic and Greek keysyms, in order from the first one. The others of that time are on few
+// keyboards; where they are, a spare keycode types the character as well.
 using namespace std::string_view_literals;
 constexpr KeySym firstCyrillic = XK_Cyrillic_yu, firstGreek = XK_Greek_ALPHA;
 constexpr auto cyrillic = U"юабцдефгхийклмнопярстужвьызшэщчъЮАБЦДЕФГХИЙКЛМНОПЯРСТУЖВЬЫЗШЭЩЧЪ"sv;

@@ -18,8 +18,8 @@ struct CharacterKey {
 // Latin-1 one: xterm receives a raw byte for the Unicode keysyms of U+0080 to U+00FF.
 KeySym keysymOfCharacter(std::uint32_t character);
 
-// The keys of the active layout group by the character that they type, as they are when this
-// object is made. Line feed is the Return key.
+// The keys of the active layout group by the character that they type, as they are when this object
+// is made. Line feed is the Return key.
 class CharacterKeys {
 public:
   explicit CharacterKeys(Display* display);

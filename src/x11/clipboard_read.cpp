@@ -30,8 +30,8 @@ struct Property {
   bool complete = false;
 };
 
-// Owns the window that requests the selection. Its connection has no other use, so every
-// event on it concerns the request.
+// Owns the window that requests the selection. Its connection has no other use, so every event on
+// it concerns the request.
 class Requestor {
 public:
   Requestor(Display* display, Atom answerProperty)
@@ -42,8 +42,7 @@ public:
   Requestor& operator=(const Requestor&) = delete;
   ~Requestor() { XDestroyWindow(xDisplay, window); }
 
-  // Returns whether the owner reports within 2 s that it has stored the text in the
-  // property.
+  // Returns whether the owner reports within 2 s that it has stored the text in the property.
   bool ask(Atom selection, Atom target) const {
     XConvertSelection(xDisplay, selection, target, property, window, CurrentTime);
     XFlush(xDisplay);
@@ -56,8 +55,8 @@ public:
     return answer != None;
   }
 
-  // Returns the text that the owner stored, whatever its type, one byte for each item.
-  // A text that does not come in pieces is cut at longestText.
+  // Returns the text that the owner stored, whatever its type, one byte for each item. A text that
+  // does not come in pieces is cut at longestText.
   std::string take() const {
     const Property answer = read();
     const bool inPieces = answer.type == XInternAtom(xDisplay, "INCR", False);
@@ -67,9 +66,9 @@ public:
   }
 
 private:
-  // Each time the property is deleted, the owner stores the next piece; an empty
-  // piece ends the text. Returns an empty text when the owner stops before that,
-  // when limitForAll is over, or when the text is too long.
+  // Each time the property is deleted, the owner stores the next piece; an empty piece ends the
+  // text. Returns an empty text when the owner stops before that, when limitForAll is over, or when
+  // the text is too long.
   std::string takePieces() const {
     std::string text;
     for (;;) {
@@ -86,8 +85,8 @@ private:
     }
   }
 
-  // Reads events until `accept` returns true for one. Returns false when the budget or
-  // limitForAll is used up.
+  // Reads events until `accept` returns true for one. Returns false when the budget or limitForAll
+  // is used up.
   template <typename Accept>
   bool waitFor(WaitBudget budget, Accept accept) const {
     for (int passes = 0; passes < budget.passes && Clock::now() < deadline; ++passes) {

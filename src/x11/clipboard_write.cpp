@@ -11,8 +11,8 @@ namespace {
 
 using ProcessInput = Owner<FILE, pclose>;
 
-// Marks a descriptor as close-on-exec while this object exists, so that child processes
-// started meanwhile do not inherit the descriptor.
+// Marks a descriptor as close-on-exec while this object exists, so that child processes started
+// meanwhile do not inherit the descriptor.
 class CloseOnExec {
 public:
   explicit CloseOnExec(int markedDescriptor)
@@ -30,10 +30,9 @@ private:
   const int flags;
 };
 
-// xclip stays in the background. If it inherited our stdout, a reader that waits
-// for the end of our output would wait until another program owns the clipboard.
-// If it inherited our stderr, its error messages, or the shell's when xclip is
-// missing, would appear there.
+// xclip stays in the background. If it inherited our stdout, a reader that waits for the end of our
+// output would wait until another program owns the clipboard. If it inherited our stderr, its error
+// messages, or the shell's when xclip is missing, would appear there.
 ProcessInput startXclip() {
   const CloseOnExec output(STDOUT_FILENO), errors(STDERR_FILENO);
   // "e" keeps the pipe out of child processes that other threads start meanwhile.

@@ -4,8 +4,8 @@
 
 namespace ostler {
 
-// Xlib passes each error to the async handlers of its connection before it calls the
-// error handler, of which the process has only one.
+// Xlib passes each error to the async handlers of its connection before it calls the error handler,
+// of which the process has only one.
 struct ErrorTrap::Handler {
   explicit Handler(Display* display) : xDisplay(display), firstRequest(NextRequest(display)) {
     LockDisplay(xDisplay);

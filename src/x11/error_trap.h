@@ -6,9 +6,8 @@
 
 namespace ostler {
 
-// Catches the X errors of requests that are sent on one connection while the trap
-// exists. Xlib's default error handler would end the process. All other errors
-// reach the handler as usual.
+// Catches the X errors of requests that are sent on one connection while the trap exists. Xlib's
+// default error handler would end the process. All other errors reach the handler as usual.
 class ErrorTrap {
 public:
   explicit ErrorTrap(Display* display);

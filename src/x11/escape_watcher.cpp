@@ -18,8 +18,8 @@ constexpr std::chrono::nanoseconds startBudget = 5s;
 constexpr std::chrono::nanoseconds stopBudget = 5s;
 constexpr std::chrono::nanoseconds exitBudget = 1s;
 
-// Blocks the signals that the host may handle, on this thread and on threads that
-// it starts meanwhile. Signals that report a thread's own fault stay unblocked.
+// Blocks the signals that the host may handle, on this thread and on threads that it starts
+// meanwhile. Signals that report a thread's own fault stay unblocked.
 class SignalBlock {
 public:
   SignalBlock() {
@@ -38,16 +38,16 @@ private:
   sigset_t before{};
 };
 
-// This object is created when the addon is loaded, so that the worker ends before the
-// process destroys what the worker uses.
+// This object is created when the addon is loaded, so that the worker ends before the process
+// destroys what the worker uses.
 struct StopAtExit {
   ~StopAtExit() { EscapeWatcher::instance().stopAtExit(); }
 } stopWorkerAtExit;
 
 }  // namespace
 
-// The watcher is never destroyed. At process exit another thread may be in start() or
-// stop(), and the destructor of a joinable thread object would terminate the process.
+// The watcher is never destroyed. At process exit another thread may be in start() or stop(), and
+// the destructor of a joinable thread object would terminate the process.
 EscapeWatcher& EscapeWatcher::instance() {
   static EscapeWatcher& watcher = *new EscapeWatcher;
   return watcher;

@@ -17,8 +17,8 @@ using std::chrono::steady_clock;
 constexpr std::chrono::milliseconds pause{100};
 constexpr char unreachable[] = "the X server cannot be reached";
 
-// Reports the end of the worker when it is destroyed. It is declared before everything
-// that the worker uses, so all of that has been destroyed by then.
+// Reports the end of the worker when it is destroyed. It is declared before everything that the
+// worker uses, so all of that has been destroyed by then.
 class EndReport {
 public:
   explicit EndReport(WorkerState& reportTo) : state(reportTo) {}
@@ -30,14 +30,12 @@ private:
   WorkerState& state;
 };
 
-// Distinguishes the user's presses from those that the key operation sends. A
-// synthetic press usually arrives after syntheticEscapeActive has been cleared,
-// so these presses are counted. By that time the server has delivered the press,
-// and a round trip brings it into the queue.
+// Distinguishes the user's presses from those that the key operation sends. A synthetic press
+// usually arrives after syntheticEscapeActive has been cleared, so these presses are counted. By
+// that time the server has delivered the press, and a round trip brings it into the queue.
 class SyntheticPresses {
 public:
-  // Handles all events that have arrived, and calls `onUsersPress` for each press
-  // of the user.
+  // Handles all events that have arrived, and calls `onUsersPress` for each press of the user.
   template <typename OnUsersPress>
   void read(Display* display, EscapeGrab& grab, OnUsersPress onUsersPress) {
     const std::uint64_t sent = syntheticEscapeCount;
@@ -104,15 +102,15 @@ bool WorkerState::reportRunning() {
   return true;
 }
 
-// The lock is held while the callback is queued, because the function may be released as
-// soon as dismiss() returns. Queueing never blocks.
+// The lock is held while the callback is queued, because the function may be released as soon as
+// dismiss() returns. Queueing never blocks.
 void WorkerState::reportPress() {
   const MutexLock lock(mutex);
   if (dismissed) return;
   escapePressed.exchange(true);
   if (escapeFunction == nullptr) return;
-  // When the host's environment is ending, this status also means that our reference to
-  // the function has been released: it must be neither called nor released again.
+  // When the host's environment is ending, this status also means that our reference to the
+  // function has been released: it must be neither called nor released again.
   if (napi_call_threadsafe_function(escapeFunction, nullptr, napi_tsfn_nonblocking) == napi_closing) {
     escapeFunction = nullptr;
   }
@@ -138,8 +136,8 @@ void watchEscape(const std::shared_ptr<WorkerState>& state) {
   const ExitGuard exitGuard;
   const EndReport endReport(*state);
   const char* const displayName = state->displayName.c_str();
-  // This connection stays open until the second one exists, because a server may reset
-  // itself or end when its last client disconnects.
+  // This connection stays open until the second one exists, because a server may reset itself or
+  // end when its last client disconnects.
   XcbConnection first = connectWhenAnswered(displayName);
   if (first == nullptr) return state->reportFailure(unreachable);
   if (state->isDismissed()) return;

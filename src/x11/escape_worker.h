@@ -11,8 +11,8 @@
 
 namespace ostler {
 
-// The Escape watcher and its worker thread share and own this object, because an abandoned
-// worker outlives the call that abandons it.
+// The Escape watcher and its worker thread share and own this object, because an abandoned worker
+// outlives the call that abandons it.
 class WorkerState {
 public:
   WorkerState(std::string nameOfDisplay, napi_threadsafe_function onEscape);
@@ -25,11 +25,11 @@ public:
   bool waitUntilRunning(std::chrono::nanoseconds budget);
   // Returns why the worker could not start.
   std::string startFailure();
-  // Tells the worker to end. Returns the host's callback, which the worker does
-  // not use from now on, or null when the host's environment has released it.
+  // Tells the worker to end. Returns the host's callback, which the worker does not use from now
+  // on, or null when the host's environment has released it.
   napi_threadsafe_function dismiss();
-  // Returns whether the worker ends within the given time. It has then released its X
-  // connection and the grab.
+  // Returns whether the worker ends within the given time. It has then released its X connection
+  // and the grab.
   bool waitUntilEnded(std::chrono::nanoseconds budget);
 
   // The worker calls these functions.
@@ -54,8 +54,8 @@ private:
   napi_threadsafe_function escapeFunction OSTLER_GUARDED_BY(mutex);
 };
 
-// Runs the worker on its thread: grabs Escape and reports each press of the user until
-// the worker is dismissed.
+// Runs the worker on its thread: grabs Escape and reports each press of the user until the worker
+// is dismissed.
 void watchEscape(const std::shared_ptr<WorkerState>& state);
 
 }  // namespace ostler

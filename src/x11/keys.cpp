@@ -46,8 +46,8 @@ void X11Backend::key(const std::string& combo) {
 void X11Backend::tapCombo(const KeyCombo& keys) {
   std::optional<SyntheticEscape> synthetic;
   const KeyCode escape = XKeysymToKeycode(xDisplay, XK_Escape);
-  // When the user holds Escape down, the server generates no second press, and the
-  // watcher would take the user's press for the synthetic one.
+  // When the user holds Escape down, the server generates no second press, and the watcher would
+  // take the user's press for the synthetic one.
   if (escape != 0 && escape == keys.main && !isDown(xDisplay, escape)) synthetic.emplace();
 
   tapKeyCombo(keys, [this](std::uint64_t keycode, bool pressed) {

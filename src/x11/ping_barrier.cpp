@@ -30,8 +30,8 @@ Window parentOf(Display* display, Window window) {
   return parent;
 }
 
-// While this exists, answers reach us: clients send them to the root window. Qt's arrive only
-// with StructureNotifyMask.
+// While this exists, answers reach us: clients send them to the root window. Qt's arrive only with
+// StructureNotifyMask.
 class RootEvents {
 public:
   explicit RootEvents(Display* display) : xDisplay(display) {

@@ -24,18 +24,18 @@ std::size_t sizeOfReply(const Rect& part) {
   return pixels * pixelBytes + header;
 }
 
-// glibc's malloc returns freed memory to the system once it exceeds twice the largest block freed so
-// far. libxcb's reply and Xlib's copy of it would exceed that, and each screenshot would get all its
-// pages anew, which takes longer than reading the screen. So this frees a block as large as both.
-// Blocks above 32 MiB do not count.
+// glibc's malloc returns freed memory to the system once it exceeds twice the largest block freed
+// so far. libxcb's reply and Xlib's copy of it would exceed that, and each screenshot would get all
+// its pages anew, which takes longer than reading the screen. So this frees a block as large as
+// both. Blocks above 32 MiB do not count.
 void keepHeapForNextReply(std::size_t reply) {
   constexpr std::size_t largestCounted = (32U << 20U) - 2 * header;
   if (reply < largestCounted) canAllocate(std::min(2 * reply, largestCounted));
 }
 
-// When libxcb cannot allocate a reply it closes the connection, and Xlib then ends
-// the process. This first checks that the memory is available. If Xlib's own copy of the
-// reply cannot be allocated, XGetImage just returns null.
+// When libxcb cannot allocate a reply it closes the connection, and Xlib then ends the process.
+// This first checks that the memory is available. If Xlib's own copy of the reply cannot be
+// allocated, XGetImage just returns null.
 void requireMemoryForReply(std::size_t reply) {
   if (!canAllocate(reply)) throw std::bad_alloc();
 }

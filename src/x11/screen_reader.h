@@ -7,9 +7,9 @@
 
 namespace ostler {
 
-// Reads parts of the screen, through memory that is shared with the X server (MIT-SHM) where both run
-// on one machine. The memory has no name, only this user may open it, and it disappears with the last
-// process that uses it.
+// Reads parts of the screen, through memory that is shared with the X server (MIT-SHM) where both
+// run on one machine. The memory has no name, only this user may open it, and it disappears with
+// the last process that uses it.
 class ScreenReader {
 public:
   explicit ScreenReader(Display* connection);

@@ -15,10 +15,10 @@ namespace ostler {
 template <typename Reply>
 using XcbReply = std::unique_ptr<Reply, Deleter<std::free>>;
 
-// A connection to the X server that DISPLAY names, with an invisible window, for a selection.
-// It uses XCB: there a server that goes away does not end the process, errors of requests are
-// events that can be ignored (the window of another program may vanish at any time), and one
-// thread can wait for events while another sends requests.
+// A connection to the X server that DISPLAY names, with an invisible window, for a selection. It
+// uses XCB: there a server that goes away does not end the process, errors of requests are events
+// that can be ignored (the window of another program may vanish at any time), and one thread can
+// wait for events while another sends requests.
 class SelectionConnection {
 public:
   // Throws std::runtime_error.

@@ -12,8 +12,8 @@
 
 namespace ostler {
 
-// Owns the CLIPBOARD selection and answers the requests of other programs, on a thread of its
-// own with a connection of its own.
+// Owns the CLIPBOARD selection and answers the requests of other programs, on a thread of its own
+// with a connection of its own.
 class SelectionOwner {
 public:
   // Throws std::runtime_error when there is no X server.
@@ -22,8 +22,8 @@ public:
   SelectionOwner& operator=(const SelectionOwner&) = delete;
   ~SelectionOwner();
 
-  // Takes the selection with a content. `since` is a time of the server: the selection is not
-  // taken when another program has taken it after that. 0 is now. Returns whether it was taken.
+  // Takes the selection with a content. `since` is a time of the server: the selection is not taken
+  // when another program has taken it after that. 0 is now. Returns whether it was taken.
   bool take(ClipboardContent content, std::uint32_t since = 0);
   // Gives the selection up.
   void drop();

@@ -74,8 +74,8 @@ private:
     std::string name;
   };
 
-  // Returns the forms of the content, a PNG first: where time is short, the same picture in
-  // other formats matters less.
+  // Returns the forms of the content, a PNG first: where time is short, the same picture in other
+  // formats matters less.
   std::vector<Target> listTargets() {
     const std::optional<Property> list = convert(connection.atom("TARGETS"), 32);
     if (!list) return {};

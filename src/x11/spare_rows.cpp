@@ -88,8 +88,8 @@ void SpareRows::clearLeftBehind(KeyCode keycode) {
   if (!freeKeycodes.contains(keycode)) send({keycode});
 }
 
-// Sends what the rows of these keycodes contain now, adjacent ones in one request: clients read
-// the whole map again after each.
+// Sends what the rows of these keycodes contain now, adjacent ones in one request: clients read the
+// whole map again after each.
 void SpareRows::send(const std::set<KeyCode>& keycodes) {
   const auto width = static_cast<std::size_t>(columns);
   std::vector<KeySym> keysyms;

@@ -12,9 +12,8 @@
 
 namespace ostler {
 
-// Maps keycodes without keysyms to characters: one to the plain key and one to the key with
-// Shift. Clients look a key up when they handle its event, so a mapping stays until clear() is
-// called.
+// Maps keycodes without keysyms to characters: one to the plain key and one to the key with Shift.
+// Clients look a key up when they handle its event, so a mapping stays until clear() is called.
 class SpareRows {
 public:
   // `noteRow` is called with true before a keycode is mapped and with false after it has been

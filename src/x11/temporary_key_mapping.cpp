@@ -17,18 +17,18 @@ bool isEmpty(std::span<const KeySym> row) {
   return std::ranges::all_of(row, [](KeySym symbol) { return symbol == NoSymbol; });
 }
 
-// A process that a signal ends while it types leaves a Unicode keysym in the first
-// column of a row. The server repeats it in the columns of other groups. Keysyms
-// above that range belong to multimedia keys.
+// A process that a signal ends while it types leaves a Unicode keysym in the first column of a row.
+// The server repeats it in the columns of other groups. Keysyms above that range belong to
+// multimedia keys.
 bool isLeftBehind(std::span<const KeySym> row) {
   const KeySym first = row.front();
   return first >= unicodeKeysymBase && first <= (unicodeKeysymBase | lastCodePoint) &&
          std::ranges::all_of(row, [=](KeySym symbol) { return symbol == NoSymbol || symbol == first; });
 }
 
-// The server sends MappingNotify events for each change of the map. Nothing reads
-// them on this connection, so they would fill the queue. This discards the ones that
-// have arrived and sends no request.
+// The server sends MappingNotify events for each change of the map. Nothing reads them on this
+// connection, so they would fill the queue. This discards the ones that have arrived and sends no
+// request.
 void discardQueuedEvents(Display* display) {
   XEvent event;
   while (XEventsQueued(display, QueuedAlready) > 0) XNextEvent(display, &event);

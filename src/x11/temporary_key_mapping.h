@@ -6,9 +6,9 @@
 
 namespace ostler {
 
-// Maps a spare keycode to one keysym; the destructor clears the mapping. A keycode
-// without keysyms is spare. If there is none, a keycode that an interrupted process
-// left mapped to a character is used.
+// Maps a spare keycode to one keysym; the destructor clears the mapping. A keycode without keysyms
+// is spare. If there is none, a keycode that an interrupted process left mapped to a character is
+// used.
 class TemporaryKeyMapping {
 public:
   // Throws std::runtime_error when the keyboard map has no spare keycode.

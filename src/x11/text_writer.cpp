@@ -52,8 +52,8 @@ private:
   unsigned locked = 0;
 };
 
-// Releases the modifier keys that somebody holds. They are not pressed again: a user who
-// lets go of them meanwhile would find them stuck.
+// Releases the modifier keys that somebody holds. They are not pressed again: a user who lets go of
+// them meanwhile would find them stuck.
 class ModifierRelease {
 public:
   explicit ModifierRelease(Display* display) : xDisplay(display) {
@@ -100,8 +100,7 @@ void TextWriter::write(const std::vector<std::uint32_t>& text, milliseconds dela
   }
 }
 
-// Maps the characters that no key types, up to the first one without room. Returns where that
-// is.
+// Maps the characters that no key types, up to the first one without room. Returns where that is.
 std::size_t TextWriter::mapPrefix(const std::vector<std::uint32_t>& text, std::size_t begin) {
   std::vector<std::uint32_t> missing;
   // Collects what is missing, at most `room` characters.

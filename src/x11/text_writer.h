@@ -11,8 +11,8 @@
 
 namespace ostler {
 
-// Types texts so that each character arrives, also in a client that handles its keys late. A
-// spare keycode stays mapped to its character until the client has handled the keys.
+// Types texts so that each character arrives, also in a client that handles its keys late. A spare
+// keycode stays mapped to its character until the client has handled the keys.
 class TextWriter {
 public:
   // `tapKey` presses and releases a key, with Shift unless the second keycode is 0. It may throw,

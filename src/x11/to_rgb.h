@@ -8,8 +8,8 @@
 
 namespace ostler {
 
-// Converts `part`, which lies within the captured image, to packed RGB. Each channel is
-// scaled from the width of its mask to 8 bits.
+// Converts `part`, which lies within the captured image, to packed RGB. Each channel is scaled from
+// the width of its mask to 8 bits.
 RgbImage toRgb(XImage* image, const Rect& part);
 
 }  // namespace ostler

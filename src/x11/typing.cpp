@@ -28,10 +28,9 @@ unsigned activeGroup(Display* display) {
   return state.group;
 }
 
-// Finds the key that produces a keysym in the first group, with or without Shift. The
-// keysym may also be in column 2 or later, which belongs to another group or
-// level. An even column counts as unshifted, an odd one as shifted, and no other
-// modifier is pressed.
+// Finds the key that produces a keysym in the first group, with or without Shift. The keysym may
+// also be in column 2 or later, which belongs to another group or level. An even column counts as
+// unshifted, an odd one as shifted, and no other modifier is pressed.
 std::optional<MappedKey> findInFirstGroup(Display* display, KeySym keysym) {
   const KeyCode keycode = XKeysymToKeycode(display, keysym);
   if (keycode == 0) return std::nullopt;
@@ -44,9 +43,9 @@ std::optional<MappedKey> findInFirstGroup(Display* display, KeySym keysym) {
   return MappedKey{keycode, (column - row.get()) % 2 == 1};
 }
 
-// The core keyboard map does not distinguish groups from levels, so this searches
-// with the XKB function by which clients interpret a key. For a key with fewer
-// groups that function wraps the group number.
+// The core keyboard map does not distinguish groups from levels, so this searches with the XKB
+// function by which clients interpret a key. For a key with fewer groups that function wraps the
+// group number.
 std::optional<MappedKey> findInGroup(Display* display, KeySym keysym, unsigned group) {
   int minKeycode = 0, maxKeycode = 0;
   XDisplayKeycodes(display, &minKeycode, &maxKeycode);
@@ -67,8 +66,8 @@ std::optional<MappedKey> findMappedKey(Display* display, KeySym keysym, unsigned
   return group == XkbGroup1Index ? findInFirstGroup(display, keysym) : findInGroup(display, keysym, group);
 }
 
-// When a letter is the only keysym of a key, the server adds the other case and puts
-// the lower case first. It does not do this for Unicode keysyms.
+// When a letter is the only keysym of a key, the server adds the other case and puts the lower case
+// first. It does not do this for Unicode keysyms.
 KeySym withoutCase(KeySym keysym) { return keysym <= XK_asciitilde ? unicodeKeysymBase | keysym : keysym; }
 
 }  // namespace
@@ -91,8 +90,8 @@ void X11Backend::typeKeysym(KeySym keysym, KeyCode shiftKeycode, unsigned group)
     spare.emplace(xDisplay, group == XkbGroup1Index ? keysym : withoutCase(keysym));
     tap(spare->keycode(), 0);
   }
-  // The spare keycode stays mapped during the wait, because a client looks up the
-  // keysym when it handles the event.
+  // The spare keycode stays mapped during the wait, because a client looks up the keysym when it
+  // handles the event.
   sleepFor(waits::afterCharacter);
 }
 

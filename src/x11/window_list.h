@@ -13,8 +13,8 @@ namespace ostler {
 // Returns the windows of programs, the lowest first.
 std::vector<DesktopWindow> listWindows(Display* display);
 
-// Makes a window the active one and raises it. Throws when there is no window with this id, or when the
-// window manager does not do it within a second.
+// Makes a window the active one and raises it. Throws when there is no window with this id, or when
+// the window manager does not do it within a second.
 void activateWindow(Display* display, std::uint32_t id);
 
 }  // namespace ostler

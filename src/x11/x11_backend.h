@@ -12,8 +12,8 @@ namespace ostler {
 
 unsigned buttonNumber(Button button);
 
-// Sends input to an X server through XTEST. One thread at a time may call it.
-// Protocol errors and the loss of the server are left to Xlib's default handlers.
+// Sends input to an X server through XTEST. One thread at a time may call it. Protocol errors and
+// the loss of the server are left to Xlib's default handlers.
 class X11Backend : public PointingBackend {
 public:
   X11Backend();

@@ -17,8 +17,8 @@ class X11Monitors {
 public:
   explicit X11Monitors(std::string displayName) : name(std::move(displayName)) {}
 
-  // Returns the monitors that are active now; none when the server has no RandR 1.5. Asks the server
-  // only after a change, because each motion of the pointer needs the answer.
+  // Returns the monitors that are active now; none when the server has no RandR 1.5. Asks the
+  // server only after a change, because each motion of the pointer needs the answer.
   std::vector<Monitor> read();
 
 private:

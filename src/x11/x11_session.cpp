@@ -155,8 +155,8 @@ private:
       return {rowsOf(*image), image};
     }
 
-    // Throws when the user cannot see the pointer there. Outside of the screen, the server moves the
-    // pointer to its edge.
+    // Throws when the user cannot see the pointer there. Outside of the screen, the server moves
+    // the pointer to its edge.
     void requireMonitor(double x, double y) {
       const auto shows = [&](const Monitor& monitor) { return contains(monitor.area, x, y); };
       const std::vector<Monitor> all = readMonitors();

@@ -1,9 +1,8 @@
-// Emulates a DRM render node for KWin on machines without a GPU. KWin casts
-// screens only with OpenGL, and its virtual backend and Mesa's software
-// renderer allocate their buffers through a render node. This library is loaded
-// into KWin with LD_PRELOAD and answers like the kernel's vgem driver; the
-// buffers are memory files. The environment variable RENDER_NODE names a
-// character device that stands for the node.
+// Emulates a DRM render node for KWin on machines without a GPU. KWin casts screens only with
+// OpenGL, and its virtual backend and Mesa's software renderer allocate their buffers through a
+// render node. This library is loaded into KWin with LD_PRELOAD and answers like the kernel's vgem
+// driver; the buffers are memory files. The environment variable RENDER_NODE names a character
+// device that stands for the node.
 
 #include <algorithm>
 #include <cerrno>
@@ -26,8 +25,7 @@
 
 namespace {
 
-// A buffer is mapped at an offset beyond the end of any file, by which mmap64()
-// recognises it.
+// A buffer is mapped at an offset beyond the end of any file, by which mmap64() recognises it.
 constexpr int handleShift = 32;
 constexpr std::uint64_t firstOffset = std::uint64_t{1} << 44;
 
@@ -169,8 +167,7 @@ void* mmap(void* address, std::size_t size, int protection, int flags, int descr
   return mmap64(address, size, protection, flags, descriptor, offset);
 }
 
-// The functions of libdrm that KWin and Mesa call. The description is static,
-// so nothing is freed.
+// The functions of libdrm that KWin and Mesa call. The description is static, so nothing is freed.
 int drmGetDevices2(uint32_t, drmDevicePtr devices[], int count) {
   if (devices != nullptr && count > 0) devices[0] = describe();
   return 1;

@@ -2,13 +2,13 @@
 // session manager would.
 //
 // Each line of stdin sets what the screen shows: FORMAT WIDTH HEIGHT SEED [CURSOR_X CURSOR_Y].
-// Pixel (x, y) has red x, green y and blue SEED, each modulo 256; with SEED 0 nothing is sent.
-// A format that differs from the previous one is negotiated first. After "cursor X Y" the
-// pointer moves there in buffers that hold only the cursor and black pixels, as KWin sends them.
-// After "limited" they come instead of the picture, without memory for one, as long as the frame
-// rate is limited, as GNOME 48 can send them. After "still N" the picture is sent once at each start of the
-// stream from the Nth on. After "fail TEXT" the newest stream gets errors instead. Prints the number of its
-// node after the first line, and exits when stdin ends.
+// Pixel (x, y) has red x, green y and blue SEED, each modulo 256; with SEED 0 nothing is sent. A
+// format that differs from the previous one is negotiated first. After "cursor X Y" the pointer
+// moves there in buffers that hold only the cursor and black pixels, as KWin sends them. After
+// "limited" they come instead of the picture, without memory for one, as long as the frame rate is
+// limited, as GNOME 48 can send them. After "still N" the picture is sent once at each start of the
+// stream from the Nth on. After "fail TEXT" the newest stream gets errors instead. Prints the
+// number of its node after the first line, and exits when stdin ends.
 
 #include <cerrno>
 #include <chrono>

@@ -1,6 +1,6 @@
-// A second client of the X server. Its window covers the screen with bars of known colours, and
-// it prints every input event as a line of JSON. After a line on stdin it prints the remaining
-// events that the server has sent, and then {"kind":"synced"}. The "age" of a key is the time in
+// A second client of the X server. Its window covers the screen with bars of known colours, and it
+// prints every input event as a line of JSON. After a line on stdin it prints the remaining events
+// that the server has sent, and then {"kind":"synced"}. The "age" of a key is the time in
 // milliseconds between the server's event and the lookup of its keysym.
 //   x11_witness state   only prints which buttons and keys are down
 //   x11_witness owner ANSWER...   owns CLIPBOARD instead, and answers each request:

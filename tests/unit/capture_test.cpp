@@ -52,8 +52,8 @@ TEST(StreamFormat, AsksForBuffersOfTheSizeOfAFrame) {
 }
 
 // Holds a buffer as a server sends it: 3 x 2 pixels in rows without padding, with both kinds of
-// metadata. The memory has exactly the declared size, so that AddressSanitizer detects a read
-// past its end.
+// metadata. The memory has exactly the declared size, so that AddressSanitizer detects a read past
+// its end.
 struct TestBuffer {
   TestBuffer() { resize(24); }
   TestBuffer(const TestBuffer&) = delete;

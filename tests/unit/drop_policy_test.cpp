@@ -8,8 +8,9 @@
 namespace ostler {
 namespace {
 
-// Performs a script and returns what was sent. "full" and "empty" are the state of the socket, "next"
-// begins an operation, "move N" goes to N,0, and "press N" and "release N" are for the key N.
+// Performs a script and returns what was sent. "full" and "empty" are the state of the socket,
+// "next" begins an operation, "move N" goes to N,0, and "press N" and "release N" are for the key
+// N.
 std::string run(const std::string& script) {
   std::string sent;
   bool hasRoom = true;

@@ -12,9 +12,9 @@
 #include "base/file_descriptor.h"
 #include "wayland/eis/eis_channel.h"
 
-// libei has no function that returns its versions; it only announces them to a
-// server. So a separate context is connected here to a minimal server, which
-// sends just the two messages of a complete handshake (see eis_handshake.cpp).
+// libei has no function that returns its versions; it only announces them to a server. So a
+// separate context is connected here to a minimal server, which sends just the two messages of a
+// complete handshake (see eis_handshake.cpp).
 
 namespace ostler {
 namespace {

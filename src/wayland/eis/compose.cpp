@@ -15,9 +15,8 @@ namespace {
 using ComposeTable = Owner<xkb_compose_table, xkb_compose_table_unref>;
 using ComposeState = Owner<xkb_compose_state, xkb_compose_state_unref>;
 
-// The client composes by the table of its own locale, or of its toolkit. Nearly
-// all of these agree with this table, except for the pairs that isAmbiguous()
-// describes.
+// The client composes by the table of its own locale, or of its toolkit. Nearly all of these agree
+// with this table, except for the pairs that isAmbiguous() describes.
 constexpr char tableLocale[] = "en_US.UTF-8";
 
 bool isDeadKey(xkb_keysym_t keysym) {
@@ -53,8 +52,8 @@ std::optional<std::uint32_t> compose(xkb_compose_state* state, xkb_keysym_t dead
 
 DeadKeySequences findDeadKeySequences(xkb_context* context, const std::vector<ProducedKeysym>& keys) {
   DeadKeySequences sequences;
-  // Users follow a dead key with a space or a letter rather than with another
-  // dead key, so those are preferred.
+  // Users follow a dead key with a space or a letter rather than with another dead key, so those
+  // are preferred.
   std::vector<ProducedKeysym> bases = keys;
   const auto firstDeadKey = std::stable_partition(
       bases.begin(), bases.end(), [](const ProducedKeysym& produced) { return !isDeadKey(produced.keysym); });

@@ -24,9 +24,9 @@ struct ProducedKeysym {
 // The sequence for each character, which is given as a code point.
 using DeadKeySequences = std::unordered_map<std::uint32_t, DeadKeySequence>;
 
-// Finds what the dead keys among `keys` produce together with the others, by
-// libxkbcommon's compose table. Of several sequences for a character the one with
-// the fewest modifiers is taken. Without the table there are none.
+// Finds what the dead keys among `keys` produce together with the others, by libxkbcommon's compose
+// table. Of several sequences for a character the one with the fewest modifiers is taken. Without
+// the table there are none.
 DeadKeySequences findDeadKeySequences(xkb_context* context, const std::vector<ProducedKeysym>& keys);
 
 }  // namespace ostler

@@ -19,11 +19,10 @@
 #include "wayland/eis/announced_version.h"
 #include "wayland/eis/eis_handshake.h"
 
-// The server speaks first. It announces a seat, whose capabilities the client
-// binds, then devices, and resumes each device when it may be used. At any
-// moment the server may hang up, stop responding or send garbage. Before the
-// handshake is complete, libei 1.3 crashes when it disconnects or its context
-// is released, and hangs on a message of length 0.
+// The server speaks first. It announces a seat, whose capabilities the client binds, then devices,
+// and resumes each device when it may be used. At any moment the server may hang up, stop
+// responding or send garbage. Before the handshake is complete, libei 1.3 crashes when it
+// disconnects or its context is released, and hangs on a message of length 0.
 
 namespace ostler {
 namespace {
@@ -47,8 +46,8 @@ bool hungUp(int socket) {
   return hangUps != 0;
 }
 
-// libei 1.3 crashes on a connection with a higher version than it announced.
-// Later releases may announce versions above 1.
+// libei 1.3 crashes on a connection with a higher version than it announced. Later releases may
+// announce versions above 1.
 bool isVersionAnnounced(std::uint32_t version) {
   return version <= 1 || version <= announcedConnectionVersion();
 }
@@ -57,14 +56,13 @@ bool isVersionAnnounced(std::uint32_t version) {
 
 void ignoreLog(ei*, ei_log_priority, const char*, ei_log_context*) noexcept {}
 
-// Until the handshake is complete, lets libei read only messages that cannot
-// crash it.
+// Until the handshake is complete, lets libei read only messages that cannot crash it.
 class EisChannel::ServerWait {
 public:
   void begin() { deadline = Clock::now() + setUpLimit; }
 
-  // Waits until `source` is readable. Returns false when the time is up, or
-  // when an untrusted server has hung up or violated the handshake.
+  // Waits until `source` is readable. Returns false when the time is up, or when an untrusted
+  // server has hung up or violated the handshake.
   bool wait(int source, int socket, bool trusted) {
     while (true) {
       const auto left = std::chrono::duration_cast<milliseconds>(deadline - Clock::now());
@@ -105,8 +103,8 @@ EisChannel::EisChannel(FileDescriptor socket) {
   while (!done && server.wait(ei_get_fd(eiContext.get()), eisFd.get(), handshaken)) done = dispatch();
   settingUp = false;
   if (!handshaken) abandon();
-  // If no device was announced, a disconnection does not end the session: the
-  // portal takes the input.
+  // If no device was announced, a disconnection does not end the session: the portal takes the
+  // input.
   if (std::none_of(slots.begin(), slots.end(), std::mem_fn(&Slot::isFilled))) disconnected = false;
 }
 
@@ -201,8 +199,7 @@ bool EisChannel::waitForRoom(milliseconds limit) const {
   return ready != 0;
 }
 
-// Processes the events that have arrived. Returns whether the set-up is
-// complete.
+// Processes the events that have arrived. Returns whether the set-up is complete.
 bool EisChannel::dispatch() {
   bool done = false;
   ei_dispatch(eiContext.get());
@@ -265,10 +262,10 @@ void EisChannel::fillSlots(ei_device* device) {
   }
 }
 
-// GNOME 48 replaces the keyboard when the user switches layouts, and removes
-// the pointer permanently when the scale changes. KDE Plasma 6.3 replaces the
-// pointer when the scale changes and the keyboard when the list of layouts
-// changes. Events sent through a removed device are lost without an error.
+// GNOME 48 replaces the keyboard when the user switches layouts, and removes the pointer
+// permanently when the scale changes. KDE Plasma 6.3 replaces the pointer when the scale changes
+// and the keyboard when the list of layouts changes. Events sent through a removed device are lost
+// without an error.
 void EisChannel::noteRemoval(ei_device* device) {
   for (Slot& each : slots) {
     if (each.device.get() != device) continue;
@@ -296,8 +293,8 @@ void EisChannel::forget(ei_device* device) {
   std::erase_if(resumedDevices, [device](const EiDevice& resumed) { return resumed.get() == device; });
 }
 
-// Abandons a context that would crash when released. Its descriptors are
-// closed. Its memory stays reachable, so that leak checkers do not report it.
+// Abandons a context that would crash when released. Its descriptors are closed. Its memory stays
+// reachable, so that leak checkers do not report it.
 void EisChannel::abandon() {
   static ei* abandoned = nullptr;
   close(ei_get_fd(eiContext.get()));

@@ -24,9 +24,8 @@ void ignoreLog(ei*, ei_log_priority, const char*, ei_log_context*) noexcept;
 
 enum class InputKind { pointer, button, scroll, keyboard };
 
-// A connection to the compositor's EIS socket, with a device for each kind of
-// input that the compositor accepts there. Other events have to go through the
-// portal.
+// A connection to the compositor's EIS socket, with a device for each kind of input that the
+// compositor accepts there. Other events have to go through the portal.
 class EisChannel {
 public:
   // Takes up to 5 s. On failure, or without a socket, there are no devices.
@@ -42,31 +41,28 @@ public:
   // The areas that the device for pointer motions can reach.
   std::vector<PointerRegion> pointerRegions() const;
 
-  // Processes the events that have arrived, without waiting. A device that
-  // replaces a removed one takes over its kinds of input. Kinds that had none
-  // still have none.
+  // Processes the events that have arrived, without waiting. A device that replaces a removed one
+  // takes over its kinds of input. Kinds that had none still have none.
   void read();
   // Call this after each event of the keyboard.
   void noteKey() { keyReports.noteKey(); }
-  // Asks the compositor to report when it has processed the keys so far, unless it still owes a report.
-  // Only libei 1.4 and later can ask.
+  // Asks the compositor to report when it has processed the keys so far, unless it still owes a
+  // report. Only libei 1.4 and later can ask.
   void requestKeyReport();
   // Waits up to 500 ms until the compositor has processed the keys, or removed the keyboard.
   void awaitKeyReport();
   // Whether the keyboard was removed before the compositor had reported all keys as processed.
   bool mayHaveLostKeys() const { return keyReports.mayHaveLostKeys(); }
   void forgetKeys() { keyReports.forgetKeys(); }
-  // Waits up to 500 ms for a first device of this kind, or for one that replaces
-  // a removed device. Returns false if none arrives.
+  // Waits up to 500 ms for a first device of this kind, or for one that replaces a removed device.
+  // Returns false if none arrives.
   bool waitForDevice(InputKind kind);
-  // Waits until the socket has room for an event. Returns false if the compositor
-  // has not read by the end of the limit.
+  // Waits until the socket has room for an event. Returns false if the compositor has not read by
+  // the end of the limit.
   bool waitForRoom(std::chrono::milliseconds limit) const;
-  // Whether the compositor has ended the connection after it had announced
-  // devices.
+  // Whether the compositor has ended the connection after it had announced devices.
   bool isDisconnected() const { return disconnected; }
-  // The active layout group of the keyboard, if the compositor has reported
-  // one.
+  // The active layout group of the keyboard, if the compositor has reported one.
   std::optional<std::uint32_t> keyboardGroup() const { return group; }
   void forgetKeyboardGroup() { group.reset(); }
 

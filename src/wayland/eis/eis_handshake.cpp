@@ -3,12 +3,11 @@
 #include <cstdint>
 #include <cstring>
 
-// A message consists of the number of its object (64 bits), its length in bytes
-// (header included), its opcode and its arguments, all in the machine's byte
-// order. A string is its length (terminating zero included), then its bytes,
-// padded to a multiple of 4. On object 0 the server sends its version once,
-// then the version of each interface that it supports, and finally the number
-// of the connection object.
+// A message consists of the number of its object (64 bits), its length in bytes (header included),
+// its opcode and its arguments, all in the machine's byte order. A string is its length
+// (terminating zero included), then its bytes, padded to a multiple of 4. On object 0 the server
+// sends its version once, then the version of each interface that it supports, and finally the
+// number of the connection object.
 
 namespace ostler {
 namespace {
@@ -27,8 +26,7 @@ T valueAt(std::span<const std::byte> bytes, std::size_t offset) {
   return value;
 }
 
-// Whether the arguments are valid. `message` is one complete message with the
-// opcode.
+// Whether the arguments are valid. `message` is one complete message with the opcode.
 bool argumentsFit(std::uint32_t opcode, std::span<const std::byte> message) {
   const std::size_t size = message.size() - headerSize;
   if (opcode == handshakeVersion) return size == 4 && valueAt<std::uint32_t>(message, headerSize) != 0;
@@ -51,9 +49,9 @@ EisHandshake::State EisHandshake::read(std::span<const std::byte> bytes) {
     const auto length = valueAt<std::uint32_t>(bytes, 8);
     const auto opcode = valueAt<std::uint32_t>(bytes, 12);
     if (length < headerSize || length > longestMessage) return State::broken;
-    // libei may have read messages that arrived after the previous peek, the
-    // end of the handshake included. The server then continues with its first
-    // object, the connection, or answers libei's first object.
+    // libei may have read messages that arrived after the previous peek, the end of the handshake
+    // included. The server then continues with its first object, the connection, or answers libei's
+    // first object.
     if (object == firstClientObject || object == firstServerObject) {
       return greeted && first ? State::complete : State::broken;
     }

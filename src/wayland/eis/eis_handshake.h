@@ -6,8 +6,8 @@
 
 namespace ostler {
 
-// Checks the server's side of the handshake that begins an EIS connection: a
-// greeting, then, once the client has answered it, the remaining messages.
+// Checks the server's side of the handshake that begins an EIS connection: a greeting, then, once
+// the client has answered it, the remaining messages.
 class EisHandshake {
 public:
   enum class State {
@@ -20,8 +20,7 @@ public:
   // `bytes` is everything that can be read from the socket.
   State read(std::span<const std::byte> bytes);
 
-  // The version that the server gives the connection object; 0 if that message
-  // has not been seen.
+  // The version that the server gives the connection object; 0 if that message has not been seen.
   std::uint32_t connectionVersion() const { return version; }
 
 private:

@@ -68,19 +68,17 @@ void EisInput::releaseHeld() {
 void EisInput::moveTo(EisPosition inStream) {
   const PointerRegions regions(channel.pointerRegions(), stream);
   const EisPosition target = regions.place(inStream);
-  // KDE Plasma 6 has an edge barrier between monitors. It holds back 100 pixels
-  // (2000 in corners) of a motion across the edge, absolute motions included: one
-  // from 100,100 to 1300,100 ends at 1279. A motion to the middle of the other
-  // monitor gets through.
+  // KDE Plasma 6 has an edge barrier between monitors. It holds back 100 pixels (2000 in corners)
+  // of a motion across the edge, absolute motions included: one from 100,100 to 1300,100 ends at
+  // 1279. A motion to the middle of the other monitor gets through.
   if (!regions.isSingle() && !isPointerNear(target, regions)) sendMotion(regions.middleAround(target));
   sendMotion(target);
 }
 
-// Returns whether the pointer is known to be in the target's region. It is where
-// our last motion ended, unless the user has moved it since, which only the
-// stream reports. A report of our own motion takes up to 45 ms on KDE Plasma 6.3,
-// so reports count only after a pause. They do not count while a button is held,
-// when a stop would be part of the drag.
+// Returns whether the pointer is known to be in the target's region. It is where our last motion
+// ended, unless the user has moved it since, which only the stream reports. A report of our own
+// motion takes up to 45 ms on KDE Plasma 6.3, so reports count only after a pause. They do not
+// count while a button is held, when a stop would be part of the drag.
 bool EisInput::isPointerNear(EisPosition target, const PointerRegions& regions) const {
   if (lastPlace) {
     if (!regions.haveSameRegion(*lastPlace, target)) return false;

@@ -15,16 +15,15 @@
 
 namespace ostler {
 
-// Sends input events through the compositor's EIS socket, each in a frame of
-// its own. An event needs a device of its kind: ask hasDevice() first.
-// Events are dropped while the compositor does not read (DropPolicy).
+// Sends input events through the compositor's EIS socket, each in a frame of its own. An event
+// needs a device of its kind: ask hasDevice() first. Events are dropped while the compositor does
+// not read (DropPolicy).
 class EisInput {
 public:
   using AskPointer = std::function<std::optional<Position>()>;
 
-  // Connects like EisChannel. Motions are relative to the stream. `askStream`
-  // returns where the stream has reported the pointer, and `askLayoutGroup` is
-  // passed to KeyboardLayout.
+  // Connects like EisChannel. Motions are relative to the stream. `askStream` returns where the
+  // stream has reported the pointer, and `askLayoutGroup` is passed to KeyboardLayout.
   EisInput(FileDescriptor socket, StreamPlace streamPlace, AskPointer askStream,
            std::function<std::size_t()> askLayoutGroup)
       : channel(std::move(socket)),
@@ -44,15 +43,14 @@ public:
   void readChannel() { channel.read(); }
   bool isDisconnected() const { return channel.isDisconnected(); }
 
-  // Call this before the first event of each operation of the host, but not
-  // within one.
+  // Call this before the first event of each operation of the host, but not within one.
   void beginOperation() {
     policy.beginOperation();
     channel.forgetKeys();
     layout.expectSwitch();
   }
-  // Call this if the desktop has reported a switch of layouts, before the events
-  // of the channel are read: those are the later ones, or agree.
+  // Call this if the desktop has reported a switch of layouts, before the events of the channel are
+  // read: those are the later ones, or agree.
   void noteLayoutSwitch() { channel.forgetKeyboardGroup(); }
 
   // The key that produces a keysym.

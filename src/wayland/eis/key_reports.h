@@ -5,8 +5,8 @@
 
 namespace ostler {
 
-// Knows which of the keys that were sent the compositor has processed. Keys that have not been when it
-// removes the keyboard may be lost.
+// Knows which of the keys that were sent the compositor has processed. Keys that have not been when
+// it removes the keyboard may be lost.
 class KeyReports {
 public:
   void noteKey() { ++sent; }

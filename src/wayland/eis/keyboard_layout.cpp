@@ -14,8 +14,8 @@ std::unique_ptr<const Keymap> readKeymap(ei_device* keyboard) {
   ei_keymap* const source = ei_device_keyboard_get_keymap(keyboard);
   if (source == nullptr || ei_keymap_get_type(source) != EI_KEYMAP_TYPE_XKB) return nullptr;
   std::string text(std::min(ei_keymap_get_size(source), largestKeymap), '\0');
-  // Reading is safe where mapping is not: access beyond the end of a file that is shorter than announced is
-  // fatal.
+  // Reading is safe where mapping is not: access beyond the end of a file that is shorter than
+  // announced is fatal.
   const ssize_t size = pread(ei_keymap_get_fd(source), text.data(), text.size(), 0);
   text.resize(static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
   return Keymap::parse(text);

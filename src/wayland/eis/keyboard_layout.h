@@ -13,8 +13,7 @@
 
 namespace ostler {
 
-// Finds the key of the compositor's keyboard that produces a keysym in the
-// active layout.
+// Finds the key of the compositor's keyboard that produces a keysym in the active layout.
 class KeyboardLayout {
 public:
   // `askGroup` asks the desktop which group of a keymap is active.

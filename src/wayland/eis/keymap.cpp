@@ -25,8 +25,8 @@ void ignoreLog(xkb_context*, xkb_log_level, const char*, std::va_list) noexcept 
 
 bool isKeypad(std::uint64_t keysym) { return keysym >= XKB_KEY_KP_Space && keysym <= XKB_KEY_KP_Equal; }
 
-// Many characters have a keysym of their own, such as XK_adiaeresis, and a
-// Unicode keysym. Returns the Unicode one.
+// Many characters have a keysym of their own, such as XK_adiaeresis, and a Unicode keysym. Returns
+// the Unicode one.
 std::uint64_t unify(std::uint64_t keysym) {
   if (keysym >= unicodeKeysymBase || isKeypad(keysym)) return keysym;
   const std::uint32_t character = xkb_keysym_to_utf32(static_cast<xkb_keysym_t>(keysym));
@@ -34,8 +34,7 @@ std::uint64_t unify(std::uint64_t keysym) {
   return isControl ? keysym : unicodeKeysymBase | character;
 }
 
-// Simulates the compositor's keyboard state: holds keys and tells what another
-// key produces.
+// Simulates the compositor's keyboard state: holds keys and tells what another key produces.
 class GroupState {
 public:
   GroupState(xkb_keymap* keymap, xkb_layout_index_t group) : state(xkb_state_new(keymap)) {

@@ -21,13 +21,12 @@ public:
 
   // A keymap has a group for each layout that the user can switch to.
   std::size_t groups() const { return allGroups.size(); }
-  // The key that produces the keysym by itself or with Shift, AltGr or both:
-  // the key of a US keyboard if that one does, otherwise the one with the
-  // fewest modifiers. Dead keys are not used. A group that does not exist
-  // counts as the first.
+  // The key that produces the keysym by itself or with Shift, AltGr or both: the key of a US
+  // keyboard if that one does, otherwise the one with the fewest modifiers. Dead keys are not used.
+  // A group that does not exist counts as the first.
   std::optional<EvdevKey> find(std::uint64_t keysym, std::size_t group) const;
-  // Like find(), but for a character that no key produces: the dead key and the
-  // key after it that do.
+  // Like find(), but for a character that no key produces: the dead key and the key after it that
+  // do.
   std::optional<DeadKeySequence> findSequence(std::uint64_t keysym, std::size_t group) const;
 
 private:

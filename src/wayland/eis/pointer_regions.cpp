@@ -35,19 +35,17 @@ PointerRegions::PointerRegions(const std::vector<PointerRegion>& ofDevice, const
   }
 }
 
-// libei (up to 1.4 at least) drops a motion outside the device's regions
-// without an error. A region does not contain its right and bottom edges, so a
-// move there would be lost. Such a point is moved to the nearest float inside
-// the region.
+// libei (up to 1.4 at least) drops a motion outside the device's regions without an error. A region
+// does not contain its right and bottom edges, so a move there would be lost. Such a point is moved
+// to the nearest float inside the region.
 EisPosition PointerRegions::Area::nearestInside(EisPosition target) const {
   if (contains(target)) return target;
   return {std::clamp(target.x, left, std::nextafter(right, 0.0f)),
           std::clamp(target.y, top, std::nextafter(bottom, 0.0f))};
 }
 
-// Coordinates of the portal are relative to the stream, those of EIS to the
-// desktop. Without the conversion a click on a second monitor would land on the
-// first on GNOME 48 and KDE Plasma 6.3.
+// Coordinates of the portal are relative to the stream, those of EIS to the desktop. Without the
+// conversion a click on a second monitor would land on the first on GNOME 48 and KDE Plasma 6.3.
 EisPosition PointerRegions::place(EisPosition inStream) const {
   EisPosition nearest = inStream;
   float nearestDistance = std::numeric_limits<float>::infinity();

@@ -32,8 +32,8 @@ class PointerRegions {
 public:
   PointerRegions(const std::vector<PointerRegion>& ofDevice, const StreamPlace& stream);
 
-  // Converts a position in the stream to one on the desktop. A position outside
-  // all regions is moved to the nearest point inside one.
+  // Converts a position in the stream to one on the desktop. A position outside all regions is
+  // moved to the nearest point inside one.
   EisPosition place(EisPosition inStream) const;
   // Converts like place(), but does not move the position.
   EisPosition onDesktop(EisPosition inStream) const;

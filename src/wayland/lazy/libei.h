@@ -50,8 +50,8 @@ namespace ostler {
 
 OSTLER_LIBEI_FUNCTIONS(OSTLER_DECLARE_LAZY)
 
-// Round trips, which exist since libei 1.4: with an older one the pointers are
-// null. Its headers lack them, so the types are declared here.
+// Round trips, which exist since libei 1.4: with an older one the pointers are null. Its headers
+// lack them, so the types are declared here.
 struct EiPing;
 extern EiPing* (*newEiPing)(ei*);
 extern void (*sendEiPing)(EiPing*);

@@ -48,8 +48,8 @@ bool libeiLoaded = false;
 bool xkbcommonLoaded = false;
 bool xkbComposeLoaded = false;
 
-// Also finds functions in the dependencies of the library. Returns nothing on
-// success, otherwise the loader's message.
+// Also finds functions in the dependencies of the library. Returns nothing on success, otherwise
+// the loader's message.
 std::optional<std::string> load(const char* file, std::span<const LazyFunction> functions) {
   void* const library = dlopen(file, RTLD_NOW | RTLD_LOCAL);
   if (library == nullptr) return dlerror();

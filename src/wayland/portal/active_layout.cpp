@@ -9,8 +9,8 @@
 #include "wayland/portal/glib_handles.h"
 #include "wayland/portal/portal_call.h"
 
-// KDE Plasma 6.3 and GNOME 48 do not report the active layout on the EIS channel. KDE Plasma 6.7 reports
-// each switch there, but not the layout at the start; GNOME 51 reports both.
+// KDE Plasma 6.3 and GNOME 48 do not report the active layout on the EIS channel. KDE Plasma 6.7
+// reports each switch there, but not the layout at the start; GNOME 51 reports both.
 
 namespace ostler {
 namespace {
@@ -55,8 +55,8 @@ std::vector<InputSource> readSources(GVariant* settings, const char* key) {
   return result;
 }
 
-// GNOME Shell puts up to three input sources into a keymap, followed by the
-// layout of the user's language. The next three sources form another keymap.
+// GNOME Shell puts up to three input sources into a keymap, followed by the layout of the user's
+// language. The next three sources form another keymap.
 std::optional<std::size_t> askGnome(GDBusConnection* connection) {
   constexpr std::size_t sourcesOfKeymap = 3;
   const char* const wanted[] = {settingsNamespace};

@@ -10,9 +10,9 @@
 
 #include "wayland/portal/signal_subscription.h"
 
-// The reply to a portal request only names an object. The answer is a Response
-// signal of that object. It may arrive before the reply, when the user has
-// answered a dialog, or never if the portal or the bus goes away.
+// The reply to a portal request only names an object. The answer is a Response signal of that
+// object. It may arrive before the reply, when the user has answered a dialog, or never if the
+// portal or the bus goes away.
 
 namespace ostler {
 namespace {
@@ -22,10 +22,9 @@ constexpr int callTimeout = -1;  // the default of GDBus
 // A call needs descriptors for a main context, and its answer may contain one.
 constexpr int descriptorsOfCall = 4;
 
-// The main context in which a wait runs, which is this thread's default while
-// the guard exists. It is the global default context, so that the host's
-// sources keep running. If another thread is running that one, it would call
-// the handlers there, so the wait gets a separate context.
+// The main context in which a wait runs, which is this thread's default while the guard exists. It
+// is the global default context, so that the host's sources keep running. If another thread is
+// running that one, it would call the handlers there, so the wait gets a separate context.
 class WaitContext {
 public:
   WaitContext() {
@@ -66,8 +65,8 @@ void onResponse(PortalWait& wait, std::string_view objectPath, GVariant* paramet
   wait.end();
 }
 
-// The connection emits "closed" in the main context in which it was created.
-// Possibly nothing runs that context, so the connection's state is polled.
+// The connection emits "closed" in the main context in which it was created. Possibly nothing runs
+// that context, so the connection's state is polled.
 gboolean onBusCheck(gpointer data) noexcept {
   PortalWait& wait = *static_cast<PortalWait*>(data);
   if (g_dbus_connection_is_closed(wait.connection)) wait.end();
@@ -149,9 +148,8 @@ Variant portalRequest(GDBusConnection* connection, const char* interfaceName, co
                                              [&wait](std::string_view, GVariant* change) {
                                                if (hasPortalLeft(change)) wait.end();
                                              });
-  // The subscription covers the responses to all requests, because the response
-  // may arrive before the reply that names its path. It stays queued in the
-  // context until the loop runs.
+  // The subscription covers the responses to all requests, because the response may arrive before
+  // the reply that names its path. It stays queued in the context until the loop runs.
   const SignalSubscription responseSubscription(
       connection, context, {portalBusName, requestInterface, "Response", nullptr, nullptr},
       [&wait](std::string_view requestPath, GVariant* response) { onResponse(wait, requestPath, response); });

@@ -6,8 +6,8 @@
 
 namespace ostler {
 
-// Sends input events through the portal's Notify methods, one call each. Throws
-// std::runtime_error if the user has not granted the device or the call fails.
+// Sends input events through the portal's Notify methods, one call each. Throws std::runtime_error
+// if the user has not granted the device or the call fails.
 class PortalInput {
 public:
   explicit PortalInput(const PortalSession& started) : session(started) {}

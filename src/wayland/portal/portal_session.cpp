@@ -35,9 +35,8 @@ BusConnection connectToSessionBus() {
 BusConnection openSessionBus() {
   BusConnection bus = connectToSessionBus();
   if (g_dbus_connection_is_closed(bus.get())) {
-    // GLib returns a closed connection until its pending sources in the default
-    // context have run. The number of iterations is limited because the host's
-    // sources may always be ready.
+    // GLib returns a closed connection until its pending sources in the default context have run.
+    // The number of iterations is limited because the host's sources may always be ready.
     bus.reset();
     for (int i = 0; i < 100 && g_main_context_iteration(nullptr, FALSE) != FALSE; ++i) {
     }

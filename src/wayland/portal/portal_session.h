@@ -26,9 +26,8 @@ struct SharedStream {
 // The bits by which the portal names the devices of a session.
 enum PortalDevice : std::uint32_t { keyboardDevice = 1, pointerDevice = 2 };
 
-// One session of the desktop portal for input and for a stream of the screen.
-// The constructor opens it, with a dialog unless the portal remembers the permission, and the
-// destructor closes it.
+// One session of the desktop portal for input and for a stream of the screen. The constructor opens
+// it, with a dialog unless the portal remembers the permission, and the destructor closes it.
 class PortalSession {
 public:
   // Blocks until the user has answered. Throws std::runtime_error.
@@ -37,23 +36,18 @@ public:
   PortalSession& operator=(const PortalSession&) = delete;
   ~PortalSession();
 
-  // Returns a socket of the PipeWire server that has the stream. Throws
-  // std::runtime_error.
+  // Returns a socket of the PipeWire server that has the stream. Throws std::runtime_error.
   FileDescriptor openPipeWireRemote() const;
   // Returns the compositor's EIS socket, or no descriptor if the portal offers none.
   FileDescriptor connectToEis() const;
 
-  // Whether the messages that have arrived by now say that the session has ended.
-  // Does not wait.
+  // Whether the messages that have arrived by now say that the session has ended. Does not wait.
   bool hasEnded() { return watch->hasEnded(); }
-  // Throws std::runtime_error if the screen was locked when hasEnded() was last
-  // called.
+  // Throws std::runtime_error if the screen was locked when hasEnded() was last called.
   void requireUnlocked() const;
-  // Whether the desktop has reported a switch of the keyboard layout since the
-  // last call.
+  // Whether the desktop has reported a switch of the keyboard layout since the last call.
   bool takeLayoutSwitch();
-  // Call this if the compositor has ended the session and the portal has not
-  // reported it.
+  // Call this if the compositor has ended the session and the portal has not reported it.
   void markEnded();
   // Throws std::runtime_error unless the user has granted the device. The description says for what
   // it is needed.

@@ -7,23 +7,21 @@
 
 namespace ostler {
 
-// Tells whether the session has ended before we closed it: the user stopped
-// sharing, GNOME locked the screen, or the portal or the bus went away.
-// GNOME and KDE Plasma then drop all input and send no more frames, but no call
-// fails.
+// Tells whether the session has ended before we closed it: the user stopped sharing, GNOME locked
+// the screen, or the portal or the bus went away. GNOME and KDE Plasma then drop all input and send
+// no more frames, but no call fails.
 class SessionWatch {
 public:
-  // The connection must be open. Throws std::runtime_error when file
-  // descriptors run out.
+  // The connection must be open. Throws std::runtime_error when file descriptors run out.
   SessionWatch(GDBusConnection* connection, const std::string& sessionHandle);
 
-  // Processes the signals that have arrived and returns whether the session has
-  // ended. Does not wait.
+  // Processes the signals that have arrived and returns whether the session has ended. Does not
+  // wait.
   bool hasEnded();
   // Records an end that was not reported on the bus.
   void markEnded() { ended = true; }
-  // The main context that hasEnded() iterates, for signals that matter as long as
-  // the session is open.
+  // The main context that hasEnded() iterates, for signals that matter as long as the session is
+  // open.
   GMainContext* signalContext() const { return context.get(); }
 
 private:

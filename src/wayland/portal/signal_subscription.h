@@ -16,10 +16,9 @@ struct SignalMatch {
   const char* arg0 = nullptr;
 };
 
-// Receives a signal. The handler, which must not throw, is called by whoever
-// iterates the main context. GLib may have a call of the handler queued even
-// after the subscription has ended, so the destructor iterates the context
-// until GLib has released the subscription.
+// Receives a signal. The handler, which must not throw, is called by whoever iterates the main
+// context. GLib may have a call of the handler queued even after the subscription has ended, so the
+// destructor iterates the context until GLib has released the subscription.
 class SignalSubscription {
 public:
   using Handler = std::function<void(std::string_view objectPath, GVariant* parameters)>;
@@ -44,8 +43,8 @@ private:
   bool released = false;
 };
 
-// Matches each change of the owner of the portal's bus name. If there was no
-// owner before, no portal has left: a method call may have just started it.
+// Matches each change of the owner of the portal's bus name. If there was no owner before, no
+// portal has left: a method call may have just started it.
 SignalMatch portalOwnerChange();
 bool hasPortalLeft(GVariant* parametersOfOwnerChange);
 

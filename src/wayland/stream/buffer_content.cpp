@@ -11,8 +11,7 @@
 namespace ostler {
 namespace {
 
-// The first metadata of a type, if it is as large as `Meta`. SPA guarantees its
-// size and alignment.
+// The first metadata of a type, if it is as large as `Meta`. SPA guarantees its size and alignment.
 template <typename Meta>
 const Meta* findMeta(const spa_buffer& buffer, std::uint32_t type) {
   return static_cast<const Meta*>(spa_buffer_find_meta_data(&buffer, type, sizeof(Meta)));
@@ -35,10 +34,9 @@ BufferContent takeCursor(const spa_buffer& buffer) {
   return content;
 }
 
-// When only the pointer has moved, KDE Plasma 6.3 and GNOME 48 send a buffer
-// just for its metadata and mark the chunk as corrupted. The chunk of KDE has
-// the size of a picture, but holds old pixels or none; that of GNOME has size
-// 0.
+// When only the pointer has moved, KDE Plasma 6.3 and GNOME 48 send a buffer just for its metadata
+// and mark the chunk as corrupted. The chunk of KDE has the size of a picture, but holds old pixels
+// or none; that of GNOME has size 0.
 bool isCursorOnly(const volatile spa_chunk& chunk) { return (chunk.flags & SPA_CHUNK_FLAG_CORRUPTED) != 0; }
 
 // The position of the rows in the mapped memory.
@@ -48,9 +46,8 @@ struct RowLayout {
   std::size_t rowBytes;
   std::size_t rows;
 
-  // No step overflows, since each value is below 2^34. The first check rejects
-  // overlapping rows, which would fit into a small buffer but add up to a huge
-  // frame.
+  // No step overflows, since each value is below 2^34. The first check rejects overlapping rows,
+  // which would fit into a small buffer but add up to a huge frame.
   bool fitsIn(std::size_t size) const {
     if (rows > size / rowBytes) return false;
     if (offset > size || rowBytes > size - offset) return false;
@@ -76,8 +73,8 @@ BufferContent readBuffer(const spa_buffer* buffer, const StreamFormat& format, P
   const spa_data& data = buffer->datas[0];
   if (data.data == nullptr || isCorrupted(*buffer) || data.chunk == nullptr) return {};
 
-  // The chunk is in memory shared with the server. Each field is read once, so
-  // that what is checked is what is used.
+  // The chunk is in memory shared with the server. Each field is read once, so that what is checked
+  // is what is used.
   const volatile spa_chunk& chunk = *data.chunk;
   BufferContent content = takeCursor(*buffer);
   if (isCursorOnly(chunk)) {

@@ -17,10 +17,10 @@ struct BufferContent {
   bool cursorOnly = false;      // a buffer of GNOME just for its metadata
 };
 
-// Reads a buffer that arrived with `format`. Returns nothing for a buffer that
-// is null, empty, marked as corrupted or too short for the format, and only the
-// cursor if just the chunk is marked as corrupted. Throws on a format that
-// unpack() cannot read. A frame takes over `storage`, which is then empty.
+// Reads a buffer that arrived with `format`. Returns nothing for a buffer that is null, empty,
+// marked as corrupted or too short for the format, and only the cursor if just the chunk is marked
+// as corrupted. Throws on a format that unpack() cannot read. A frame takes over `storage`, which
+// is then empty.
 BufferContent readBuffer(const spa_buffer* buffer, const StreamFormat& format, PixelBytes& storage);
 
 }  // namespace ostler

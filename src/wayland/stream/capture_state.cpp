@@ -7,8 +7,7 @@
 namespace ostler {
 namespace {
 
-// When the format changes, the new one follows the cleared one within this
-// time.
+// When the format changes, the new one follows the cleared one within this time.
 constexpr std::chrono::seconds longestChange{1};
 
 }  // namespace
@@ -19,8 +18,8 @@ void CaptureState::setFormat(const StreamFormat& format) {
   frameWidth = format.width;
   frameHeight = format.height;
   formatCleared.reset();
-  // A logical size is set once, by the portal or from the first format, so that
-  // the pointer's coordinates keep their meaning.
+  // A logical size is set once, by the portal or from the first format, so that the pointer's
+  // coordinates keep their meaning.
   if (logicalWidth > 0 && logicalHeight > 0) return;
   logicalWidth = format.width;
   logicalHeight = format.height;
@@ -36,9 +35,8 @@ StreamFormat CaptureState::format() const {
   return {videoFormat, frameWidth, frameHeight};
 }
 
-// The allocator maps and unmaps each large frame, which takes several times as
-// long as copying it. So the storage is reused: the last reference returns it,
-// on whichever thread that is released.
+// The allocator maps and unmaps each large frame, which takes several times as long as copying it.
+// So the storage is reused: the last reference returns it, on whichever thread that is released.
 std::shared_ptr<const Frame> CaptureState::share(Frame newFrame) {
   const auto reclaim = [this](Frame* replaced) noexcept {
     const std::unique_ptr<Frame> owner(replaced);
@@ -54,8 +52,7 @@ PixelBytes CaptureState::takeStorage() {
 }
 
 void CaptureState::store(std::optional<Frame> newFrame, std::optional<Point> cursor) {
-  // This releases the replaced frame after the lock, which the frame's deleter
-  // takes too.
+  // This releases the replaced frame after the lock, which the frame's deleter takes too.
   std::shared_ptr<const Frame> next;
   if (newFrame) next = share(std::move(*newFrame));
   {
@@ -119,8 +116,8 @@ void CaptureState::waitForFirstFrame(std::chrono::steady_clock::time_point deadl
   waitForFrameOrFailure(deadline);
   const MutexLock lock(frameMutex);
   if (streamFailed) throw std::runtime_error("Wayland ScreenCast stream failed: " + streamError);
-  // If a compositor ends, or the scale changes on GNOME 48, the stream is
-  // paused without a format or an error.
+  // If a compositor ends, or the scale changes on GNOME 48, the stream is paused without a format
+  // or an error.
   if (frameReady && formatCleared && std::chrono::steady_clock::now() - *formatCleared > longestChange) {
     throw std::runtime_error("Wayland ScreenCast stream failed: the desktop has ended it");
   }

@@ -88,8 +88,8 @@ void CaptureStream::disconnectAndDestroy(pw_stream* connected) {
   pw_stream_destroy(connected);
 }
 
-// After the delegated constructor has returned, a failure runs the destructor,
-// which cleans up a partial connection.
+// After the delegated constructor has returned, a failure runs the destructor, which cleans up a
+// partial connection.
 CaptureStream::CaptureStream(FileDescriptor remote, std::uint32_t nodeId, CaptureState& captureState)
     : CaptureStream(std::move(remote), captureState) {
   connectStream(nodeId);
@@ -119,7 +119,8 @@ void CaptureStream::connectStream(std::uint32_t nodeId) {
 
   // The lock keeps events from running before the stream is connected.
   const LoopLock lock(threadLoop.get());
-  // PipeWire's RT module may ask the portal for realtime scheduling, which this thread does not need.
+  // PipeWire's RT module may ask the portal for realtime scheduling, which this thread does not
+  // need.
   pipeWireContext.reset(pw_context_new(pw_thread_loop_get_loop(threadLoop.get()),
                                        pw_properties_new("module.rt", "false", nullptr), 0));
   if (pipeWireContext == nullptr) throw std::runtime_error("Failed to create the PipeWire context.");
@@ -157,8 +158,8 @@ const pw_stream_events CaptureStream::streamEvents = [] {
   return events;
 }();
 
-// The core has an error event too, but listening to it takes a macro that is
-// not standard C++. This listener receives only errors of the core itself.
+// The core has an error event too, but listening to it takes a macro that is not standard C++. This
+// listener receives only errors of the core itself.
 const pw_proxy_events CaptureStream::coreEvents = [] {
   pw_proxy_events events{};
   events.version = PW_VERSION_PROXY_EVENTS;
@@ -173,8 +174,7 @@ void CaptureStream::onStreamStateChanged(void* data, pw_stream_state, pw_stream_
                                                                        : "unknown PipeWire stream error");
 }
 
-// If the daemon dies, only the core reports an error: the stream just becomes
-// unconnected.
+// If the daemon dies, only the core reports an error: the stream just becomes unconnected.
 void CaptureStream::onCoreError(void* data, int, int, const char* message) noexcept {
   static_cast<CaptureStream*>(data)->state.failStream(message != nullptr ? message
                                                                          : "unknown PipeWire stream error");
@@ -217,11 +217,10 @@ void CaptureStream::takeBuffer(const spa_buffer* buffer) {
   if (content.frame || content.cursor) state.store(std::move(content.frame), content.cursor);
 }
 
-// GNOME 48 can fail to send any picture of the first of two monitors. When it
-// has drawn that monitor, it draws the second, which sends the stream the
-// pointer's position. The picture would follow less than a millisecond later,
-// which exceeds the stream's frame rate, so GNOME draws again, with the same
-// result, at each refresh. Without a limit the picture follows.
+// GNOME 48 can fail to send any picture of the first of two monitors. When it has drawn that
+// monitor, it draws the second, which sends the stream the pointer's position. The picture would
+// follow less than a millisecond later, which exceeds the stream's frame rate, so GNOME draws
+// again, with the same result, at each refresh. Without a limit the picture follows.
 void CaptureStream::liftRateLimit() {
   rateLimitLifted = true;
   PodStorage podStorage;
@@ -229,9 +228,9 @@ void CaptureStream::liftRateLimit() {
   pw_stream_update_params(stream.get(), &offered, 1);
 }
 
-// KDE Plasma 6.3 sends one frame when the stream starts and no more until the
-// screen changes. PipeWire 0.3.65 loses that frame in 3 to 7 % of sessions
-// (once also on GNOME 48), so the stream is restarted.
+// KDE Plasma 6.3 sends one frame when the stream starts and no more until the screen changes.
+// PipeWire 0.3.65 loses that frame in 3 to 7 % of sessions (once also on GNOME 48), so the stream
+// is restarted.
 void waitForFirstFrame(CaptureState& state, CaptureStream& stream) {
   using namespace std::chrono_literals;
   const auto start = std::chrono::steady_clock::now();

@@ -12,22 +12,21 @@
 
 namespace ostler {
 
-// Call this before creating the first stream; only the first call has an
-// effect. From then on PipeWire prints nothing unless PIPEWIRE_DEBUG is set.
+// Call this before creating the first stream; only the first call has an effect. From then on
+// PipeWire prints nothing unless PIPEWIRE_DEBUG is set.
 void initialisePipeWire();
 
-// The PipeWire stream of a session's first monitor or window. It is connected
-// once and never reconnected.
+// The PipeWire stream of a session's first monitor or window. It is connected once and never
+// reconnected.
 //
-// A separate thread handles its events with the thread loop locked:
-// `param_changed` when the server has fixed a format, `process` for each
-// buffer, `state_changed`, and `error` of the core. The handlers write to the
-// state, whose lock is always taken after the loop's. The destructor stops the
-// thread, so no event is handled after it.
+// A separate thread handles its events with the thread loop locked: `param_changed` when the server
+// has fixed a format, `process` for each buffer, `state_changed`, and `error` of the core. The
+// handlers write to the state, whose lock is always taken after the loop's. The destructor stops
+// the thread, so no event is handled after it.
 class CaptureStream {
 public:
-  // `remote` is a socket of the PipeWire server that has the node. Returns
-  // while the stream is still connecting; wait for the first frame in `state`.
+  // `remote` is a socket of the PipeWire server that has the node. Returns while the stream is
+  // still connecting; wait for the first frame in `state`.
   CaptureStream(FileDescriptor remote, std::uint32_t nodeId, CaptureState& state);
   CaptureStream(const CaptureStream&) = delete;
   CaptureStream& operator=(const CaptureStream&) = delete;
@@ -55,8 +54,8 @@ private:
   static void disconnectAndDestroy(pw_stream* connected);
 
   CaptureState& state;
-  // In the order of construction. The context, the core, the stream and the
-  // hooks are used only with the loop locked.
+  // In the order of construction. The context, the core, the stream and the hooks are used only
+  // with the loop locked.
   FileDescriptor pipeWireFd;
   Owner<pw_thread_loop, stopAndDestroy> threadLoop;
   Owner<pw_context, pw_context_destroy> pipeWireContext;

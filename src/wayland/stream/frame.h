@@ -17,9 +17,8 @@ struct StreamFormat {
   bool operator==(const StreamFormat&) const = default;
 };
 
-// One picture as the stream sent it: rows of width * 4 bytes without gaps, top
-// row first. It keeps its format, so a later change of the stream's format does
-// not affect it.
+// One picture as the stream sent it: rows of width * 4 bytes without gaps, top row first. It keeps
+// its format, so a later change of the stream's format does not affect it.
 struct Frame {
   StreamFormat format;
   PixelBytes bytes;

@@ -55,9 +55,9 @@ constexpr std::int32_t cursorMetaSize(int imageSide) {
 
 const spa_pod* buildOfferedFormats(PodStorage& storage) { return buildFormats(storage); }
 
-// GNOME limits the rate of a stream to the one that was negotiated, unless its
-// numerator is 0. PipeWire compares fractions by cross multiplication, so 0/0
-// counts as equal to each of them and lies within every range that is offered.
+// GNOME limits the rate of a stream to the one that was negotiated, unless its numerator is 0.
+// PipeWire compares fractions by cross multiplication, so 0/0 counts as equal to each of them and
+// lies within every range that is offered.
 const spa_pod* buildUnlimitedFormats(PodStorage& storage) {
   const spa_fraction unlimited{0, 0};
   return buildFormats(storage, SPA_FORMAT_VIDEO_maxFramerate, SPA_POD_Fraction(&unlimited));
@@ -86,8 +86,8 @@ std::array<const spa_pod*, 3> buildBufferParams(PodStorage& storage, const Strea
   const void* const header = spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta,
                                                         SPA_PARAM_META_type, SPA_POD_Id(SPA_META_Header),
                                                         SPA_PARAM_META_size, SPA_POD_Int(headerMetaSize));
-  // The cursor's image is never read, but a server omits the whole cursor
-  // metadata if its image does not fit.
+  // The cursor's image is never read, but a server omits the whole cursor metadata if its image
+  // does not fit.
   const void* const cursor = spa_pod_builder_add_object(
       &builder, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta, SPA_PARAM_META_type, SPA_POD_Id(SPA_META_Cursor),
       SPA_PARAM_META_size,

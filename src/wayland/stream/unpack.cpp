@@ -9,8 +9,8 @@
 namespace ostler {
 namespace {
 
-// The compiler vectorises this loop at -O3. If the processor has a byte
-// shuffle, one instruction converts several pixels.
+// The compiler vectorises this loop at -O3. If the processor has a byte shuffle, one instruction
+// converts several pixels.
 template <int red, int blue>
 [[gnu::always_inline]] inline void unpackPixels(unsigned char* __restrict to,
                                                 const unsigned char* __restrict from, std::size_t pixels) {
