@@ -2,7 +2,7 @@
 // Runs in the helper process. Reads the clipboard of KDE where the portal offers none (until Plasma
 // 6.3). An X11 client cannot: KWin gives what a Wayland program has copied to X11 clients only
 // while an X11 window has the focus, and the previous text, without an error, at other times.
-// Writing through the X server works there, and tells when a program reads.
+// Writing through the X server works there, and shows when a program reads.
 
 const { spawnSync } = require('node:child_process');
 const { packContent, packText, textType } = require('../common/clipboard_content');

@@ -26,7 +26,7 @@ let session, clipboard, pasteLock, watches;
 // Errors are ignored, because a host that has exited needs no answer.
 const send = (message) => process.send(message, () => {});
 
-// Nothing tells an idle process that its session has ended. The messages that say so arrive on
+// An idle process does not notice that its session has ended. The messages that say so arrive on
 // the main thread's connections, where one look takes some microseconds. What a call has left
 // to be undone later is undone here too.
 function lookAfter() {

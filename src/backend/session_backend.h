@@ -59,7 +59,7 @@ public:
   // Takes a screenshot with a choice of the compression.
   std::vector<unsigned char> picture(Size target, Rect crop, double quality, PngCompression compression);
 
-  // Ask the window manager. Throw where nothing tells a program about the windows of others.
+  // Ask the window manager. Throw where a program cannot learn of the windows of others.
   virtual std::vector<DesktopWindow> windows() = 0;
   virtual void activate(std::uint32_t id) = 0;
 

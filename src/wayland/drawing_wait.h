@@ -7,7 +7,7 @@
 
 namespace ostler {
 
-// Waits until the program with the focus has drawn what was typed last. Nothing else tells that a
+// Waits until the program with the focus has drawn what was typed last. Nothing else shows that a
 // program on Wayland has read its keys. One that is stopped draws nothing, not even its caret.
 class DrawingWait {
 public:

@@ -67,8 +67,8 @@ void WaylandBackend::moveTo(Position target) {
 
 // The hot corner of GNOME Shell has a barrier along each of its edges, which lets only motions
 // along the other edge begin on it: on GNOME 48 and 51 one from 0,5 to 400,300 ends at 0,300. A
-// second one gets through. Only the stream tells, so nothing is sent twice if it does not report
-// the pointer.
+// second one gets through. Only the stream reports it, so nothing is sent twice if it does not
+// report the pointer.
 bool WaylandBackend::beginsAtCorner(Position target) const {
   const std::optional<Position> reported = reportedPointer();
   if (!reported) return false;

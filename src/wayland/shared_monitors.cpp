@@ -78,17 +78,17 @@ SharedMonitors::SharedMonitors(const PortalSession& portal, CaptureState& first)
   for (const SharedStream& stream : portal.streams()) {
     CaptureState* state = &first;
     if (!views.empty()) {
-      further.push_back(std::make_unique<Further>());
-      state = &further.back()->capture;
+      others.push_back(std::make_unique<OtherStream>());
+      state = &others.back()->capture;
       state->setLogicalSize(*stream.logicalSize);
-      further.back()->stream.emplace(portal.openPipeWireRemote(), stream.nodeId, *state);
+      others.back()->stream.emplace(portal.openPipeWireRemote(), stream.nodeId, *state);
     }
     const Point position = *stream.position;
     const Rect area{position.x - origin.x, position.y - origin.y, stream.logicalSize->width,
                     stream.logicalSize->height};
     views.push_back({stream.mappingId.value_or(std::to_string(views.size())), area, stream.nodeId, state});
   }
-  for (const auto& each : further) waitForFirstFrame(each->capture, *each->stream);
+  for (const auto& each : others) waitForFirstFrame(each->capture, *each->stream);
 }
 
 double SharedMonitors::scaleOf(const View& view) const {
@@ -103,7 +103,7 @@ std::vector<Monitor> SharedMonitors::list() const {
 }
 
 void SharedMonitors::requireStreams() {
-  for (const auto& each : further) each->capture.waitForFirstFrame(std::chrono::steady_clock::now());
+  for (const auto& each : others) each->capture.waitForFirstFrame(std::chrono::steady_clock::now());
 }
 
 std::uint64_t SharedMonitors::countFrames() const {

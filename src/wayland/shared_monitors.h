@@ -54,14 +54,14 @@ private:
     std::uint32_t nodeId;
     CaptureState* capture;
   };
-  struct Further {
+  struct OtherStream {
     CaptureState capture;
     std::optional<CaptureStream> stream;
   };
 
   double scaleOf(const View& view) const;
 
-  std::vector<std::unique_ptr<Further>> further;
+  std::vector<std::unique_ptr<OtherStream>> others;
   std::vector<View> views;
   Point origin;  // of the spanning desktop
   Size bounds;

@@ -279,7 +279,7 @@ void SelectionOwner::endTransfersOf(xcb_window_t requestor) {
 }
 
 // Returns whether the program with this window has the keyboard. The upper bits of a window's
-// number tell the connection that created it.
+// number identify the connection that created it.
 bool SelectionOwner::hasFocus(xcb_window_t window) const {
   const XcbReply<xcb_get_input_focus_reply_t> reply(
       xcb_get_input_focus_reply(connection.get(), xcb_get_input_focus(connection.get()), nullptr));

@@ -74,7 +74,7 @@ bool hasMonitors(xcb_connection_t* connection) {
 }
 
 // Makes the server report every change of the monitors. Of one that a program has defined itself,
-// as with `xrandr --setmonitor`, only the event of the root window tells.
+// as with `xrandr --setmonitor`, only the event of the root window reports it.
 void selectChanges(xcb_connection_t* connection) {
   const std::uint32_t structure = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
   xcb_change_window_attributes(connection, rootOf(connection), XCB_CW_EVENT_MASK, &structure);

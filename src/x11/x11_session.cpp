@@ -95,7 +95,7 @@ private:
         throw std::runtime_error("The keyboard map has no spare keycode.");
       writer.write(text, delay);
     }
-    // Returns the whole screen as one monitor if the server does not tell.
+    // Returns the whole screen as one monitor if the server lists none.
     std::vector<Monitor> readMonitors() {
       std::vector<Monitor> found = monitors.read();
       if (found.empty()) {

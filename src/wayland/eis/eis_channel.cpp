@@ -37,7 +37,7 @@ constexpr milliseconds replacementLimit{500};  // the longest wait for a new or 
 
 constexpr std::uint32_t lockModifier = 1 << 1;  // Lock is the second modifier of every XKB keymap
 
-bool hungUp(int socket) {
+bool hasHungUp(int socket) {
   pollfd state{socket, 0, 0};
   int hangUps = 0;
   do {
@@ -75,7 +75,7 @@ public:
         if (!isVersionAnnounced(handshake.connectionVersion())) state = State::broken;
       }
       // A server that hangs up after this check still crashes libei.
-      if (state == State::broken || hungUp(socket)) return false;
+      if (state == State::broken || hasHungUp(socket)) return false;
       if (state != State::partial) return true;
       sleepFor(milliseconds(1));
     }
@@ -100,9 +100,10 @@ EisChannel::EisChannel(FileDescriptor socket) {
   ServerWait server;
   if (!connectEis(std::move(socket), server)) return;
   bool done = false;
-  while (!done && server.wait(ei_get_fd(eiContext.get()), eisFd.get(), handshaken)) done = dispatch();
+  while (!done && server.wait(ei_get_fd(eiContext.get()), eisFd.get(), isHandshakeComplete))
+    done = dispatch();
   settingUp = false;
-  if (!handshaken) abandon();
+  if (!isHandshakeComplete) abandon();
   // If no device was announced, a disconnection does not end the session: the portal takes the
   // input.
   if (std::none_of(slots.begin(), slots.end(), std::mem_fn(&Slot::isFilled))) disconnected = false;
@@ -208,7 +209,7 @@ bool EisChannel::dispatch() {
 }
 
 bool EisChannel::handle(ei_event* event) {
-  handshaken = true;  // libei delivers no event before
+  isHandshakeComplete = true;  // libei delivers no event before
   if (static_cast<int>(ei_event_get_type(event)) == eiEventPong) {
     keyReports.noteReport();
     reportsLate = false;

@@ -102,7 +102,7 @@ private:
                              {EI_DEVICE_CAP_SCROLL},
                              {EI_DEVICE_CAP_KEYBOARD}}};
   int contextFd = -1;  // the duplicate of eisFd that the context uses
-  bool handshaken = false;
+  bool isHandshakeComplete = false;
   bool settingUp = true;
   bool disconnected = false;
   std::vector<EiDevice> resumedDevices;  // in the order in which they were resumed

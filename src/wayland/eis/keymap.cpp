@@ -34,7 +34,7 @@ std::uint64_t unify(std::uint64_t keysym) {
   return isControl ? keysym : unicodeKeysymBase | character;
 }
 
-// Simulates the compositor's keyboard state: holds keys and tells what another key produces.
+// Simulates the compositor's keyboard state: holds keys and returns what another key produces.
 class GroupState {
 public:
   GroupState(xkb_keymap* keymap, xkb_layout_index_t group) : state(xkb_state_new(keymap)) {

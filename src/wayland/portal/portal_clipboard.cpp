@@ -23,8 +23,8 @@
 #include "wayland/portal/portal_call.h"
 #include "wayland/portal/signal_subscription.h"
 
-// The portal tells each change of the clipboard, and asks for our content each time another program
-// reads it. GNOME 48 and 51 also read when the content is set, KDE Plasma 6.7 does not.
+// The portal reports each change of the clipboard, and asks for our content each time another
+// program reads it. GNOME 48 and 51 also read when the content is set, KDE Plasma 6.7 does not.
 
 namespace ostler {
 namespace {
