@@ -96,7 +96,7 @@ void copyLargeFrames(benchmark::State& state) {
 }
 BENCHMARK(copyLargeFrames)->Unit(benchmark::kMillisecond);
 
-void copyLargeFrames(benchmark::State& state) {
+void copyLargeMemory(benchmark::State& state) {
   const PixelBytes memory(largeSize, 7);
   PixelBytes copy(largeSize, 0);
   for (auto _ : state) {
@@ -104,7 +104,7 @@ void copyLargeFrames(benchmark::State& state) {
     benchmark::DoNotOptimize(copy.data());
   }
 }
-BENCHMARK(copyLargeFrames)->Unit(benchmark::kMillisecond);
+BENCHMARK(copyLargeMemory)->Unit(benchmark::kMillisecond);
 
 void encodeJpeg75(benchmark::State& state) {
   const RgbImage image = desktopLike();

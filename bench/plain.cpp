@@ -82,7 +82,8 @@ Bytes encodePng(const RgbImage& image) {
 RgbImage crop(const RgbImage& image, int left, int top, int width, int height) {
   RgbImage result(width, height);
   for (int y = 0; y < height; ++y) {
-    std::memcpy(result.row(y), image.row(top + y) + left * 3, static_cast<std::size_t>(width) * 3);
+    std::memcpy(result.row(y), image.row(top + y) + static_cast<std::size_t>(left) * 3,
+                static_cast<std::size_t>(width) * 3);
   }
   return result;
 }
@@ -129,6 +130,7 @@ private:
 
   void tap(const std::vector<KeySym>& keysyms) {
     std::vector<KeyCode> keys;
+    keys.reserve(keysyms.size());
     for (const KeySym keysym : keysyms) keys.push_back(XKeysymToKeycode(display, keysym));
     for (auto key = keys.begin(); key != keys.end(); ++key) XTestFakeKeyEvent(display, *key, True, 0);
     for (auto key = keys.rbegin(); key != keys.rend(); ++key) XTestFakeKeyEvent(display, *key, False, 0);

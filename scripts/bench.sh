@@ -18,5 +18,5 @@ case " $* " in
     sh scripts/setup.sh xdotool scrot maim
     ;;
 esac
-export OSTLER_BENCH_PROGRAMS=$PWD/build-bench/bench
+export OSTLER_BENCH_PROGRAMS="$PWD/build-bench/bench"
 exec sh scripts/x11-only.sh node bench/run.js "$@"

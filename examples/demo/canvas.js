@@ -109,7 +109,7 @@ function press(combo) {
 // The sequences that a terminal sends. Longer forms come before their beginnings.
 const GRAMMAR = [
   [/^\x1b\[<(\d+);(\d+);(\d+)([Mm])/, (code, x, y, end) => pointer(Number(code), Number(x), Number(y), end === 'M')],
-  [/^\x1b\[200~([^]*?)\x1b\[201~/, (pasted) => [...pasted].forEach(text)],
+  [/^\x1b\[200~([\s\S]*?)\x1b\[201~/, (pasted) => [...pasted].forEach(text)],
   [/^\x1b\[3;(\d+);(\d+)t/, (left, top) => { state.origin = { left: Number(left), top: Number(top) }; }],
   [/^\x1b\[6;(\d+);(\d+)t/, (height, width) => { state.cell = { width: Number(width), height: Number(height) }; }],
   [/^\x1b\[0n/, () => { state.mouse = mouseWanted; }],

@@ -39,9 +39,9 @@ function findMonitor(monitors, id) {
 class Desktop {
   static {
     for (const method of Object.keys(methods)) {
-      if (Object.hasOwn(this.prototype, method)) continue;
+      if (Object.hasOwn(Desktop.prototype, method)) continue;
       const value = { async [method](...args) { return this.#forward(method, args); } }[method];
-      Object.defineProperty(this.prototype, method, { value, writable: true, configurable: true });
+      Object.defineProperty(Desktop.prototype, method, { value, writable: true, configurable: true });
     }
   }
 

@@ -16,7 +16,7 @@ complain() { echo "ostler: $file $1" >&2; exit 1; }
 # Fails with the lines of the input that do not match: only PATTERN COMPLAINT
 only() {
   others=$(grep -vxE "$1" || true)
-  [ -z "$others" ] || complain "$2 $(echo $others)"
+  [ -z "$others" ] || complain "$2 $(printf '%s' "$others" | tr '\n' ' ')"
 }
 
 # check x64|arm64 MODULE NUMBER_OF_DRIVER_FUNCTIONS

@@ -7,10 +7,10 @@ cd "$(dirname "$0")/../.."
 sources=$PWD/build-package/sources
 [ ! -e "$sources/complete" ] || exit 0
 
-libjpeg=libjpeg-turbo=1:2.1.5-2
-libpng=libpng1.6=1.6.39-2+deb12u5
+libjpeg="libjpeg-turbo=1:2.1.5-2"
+libpng="libpng1.6=1.6.39-2+deb12u5"
 # Node's source contains Chromium's zlib, which compresses faster than Debian's.
-zlib=nodejs=20.19.2+dfsg-1+deb13u3
+zlib="nodejs=20.19.2+dfsg-1+deb13u3"
 zlib_path=node-v20.19.2/deps/v8/third_party/zlib
 
 rm -rf "$sources"

@@ -1,3 +1,4 @@
+# shellcheck shell=sh disable=SC2034
 # Sets other names of the target $1, which is Node's name for an architecture: "x64" or
 # "arm64". The other scripts here source this file.
 case $1 in

@@ -147,7 +147,7 @@ for (const [name, variable, value, stillTyped] of [
   ['when the display cannot be opened, and lets typing go on', 'DISPLAY', ':4711', 'on'],
 ]) {
   it(`returns false ${name}`, async () => {
-    const setVariable = (to) => host.run((addon, key, text) => { process.env[key] = text; }, variable, to);
+    const setVariable = (to) => host.run((_addon, key, text) => { process.env[key] = text; }, variable, to);
     assert.strictEqual(await lock(), true);
     await user('key', 'Escape');
     await becomes(1);
@@ -248,7 +248,7 @@ for (const unanswered of [0, 1]) {
     const other = await startHost(server.env);
     await other.call('cursorPosition');
     const threads = threadsOf(other).length;
-    const setDisplay = (name) => other.run((addon, value) => { process.env.DISPLAY = value; }, name);
+    const setDisplay = (name) => other.run((_addon, value) => { process.env.DISPLAY = value; }, name);
     await setDisplay(display);
     const started = Date.now();
     assert.strictEqual(await lock(other), false);

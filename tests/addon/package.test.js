@@ -19,7 +19,7 @@ const outputOf = (...command) => execFileSync(command[0], command.slice(1), { cw
 function declaredMembers(name) {
   const source = fs.readFileSync(`${root}/index.d.ts`, 'utf8');
   const [body] = RegExp(`interface ${name} \\{[^]*?\n  \\}`).exec(source);
-  return [...body.matchAll(/^    (\w+)[(:]/gm)].map(([, member]) => member);
+  return [...body.matchAll(/^ {4}(\w+)[(:]/gm)].map(([, member]) => member);
 }
 
 it('declares the methods that the addon has, in the same order', async () => {

@@ -57,7 +57,7 @@ describe('gives a text to other programs and takes theirs', () => {
       ['TARGETS', 'TIMESTAMP', 'MULTIPLE', 'text/plain;charset=utf-8', 'UTF8_STRING', 'text/plain', 'STRING']);
     assert.deepStrictEqual([read('STRING'), read('text/plain').toString(), read('image/png').length], 
       [Buffer.from([0xe9, 63]), 'é€', 0]);
-    assert.ok(Number.parseInt(read('TIMESTAMP')) > 0);
+    assert.ok(Number.parseInt(read('TIMESTAMP'), 10) > 0);
   });
 });
 

@@ -139,7 +139,7 @@ describe(`on ${desktopName} at 1280x720`, { timeout: 900000 }, () => {
     assert.deepStrictEqual(held,
       ['motion 50 20', 'button 1 down 50 20', 'clicks 1', 'motion 60 20', 'button 1 up 60 20']);
     const drag = await sent('drag', 10, 10, 210, 110);
-    assert.deepStrictEqual(drag.filter((line, i) => i < 3 || i > drag.length - 3),
+    assert.deepStrictEqual(drag.filter((_line, i) => i < 3 || i > drag.length - 3),
       ['motion 10 10', 'button 1 down 10 10', 'clicks 1', 'motion 210 110', 'button 1 up 210 110']);
     assert.ok(drag.length > 5 && drag.slice(3, -1).every((line) => line.startsWith('motion ')), `${drag}`);
   });

@@ -6,6 +6,7 @@
 # line of its input as a command, and exits at the end of the input. A command
 # can use "${inside[@]}" to run a program inside the desktop, and $compositor,
 # a process id.
+# shellcheck disable=SC2034
 set -euo pipefail
 if [ $# = 6 ]; then exec unshare --mount "$0" "$@" unshared; fi
 desktop=$1 root=$2 run=$3 size=$4 scale=$5 monitors=$6
