@@ -5,27 +5,13 @@ const { parseArgs } = require('node:util');
 const { sessionKind } = require('../common/session_kind');
 const { UsageError, didYouMean, splitLine } = require('./arguments');
 const { commands, readFile } = require('./commands');
+const { all, optionsOf } = require('./table');
 
 // Only commands that need them load these, because each costs time.
-const doctor = (values) => require('./doctor').doctor(values);
-const forget = (values) => require('./forget').forget(values);
-const readName = (...words) => require('./forget').readName(...words);
 const openFor = (options) => require('./open').openFor(options);
 const version = () => require('../../package.json').version;
 
 const exitCodes = { refused: 1, usage: 2 };
-
-const json = { json: { type: 'boolean', short: 'j' } };
-
-// `report` is that of a command which opens no session.
-const others = {
-  doctor: { usage: '[--json]', about: 'says what works in this session and what to install', words: [0, 0],
-    options: json, report: doctor },
-  forget: { usage: '[NAME] [--json]', about: 'revokes the permission that is kept under NAME, or that of this command',
-    words: [0, 1], options: json, read: readName, report: forget },
-  run: { usage: '[FILE]', about: 'runs the commands in FILE or stdin, one per line, in one session', words: [0, 1] },
-};
-const all = { ...commands, ...others };
 
 function helpOf(name) {
   return `ostler ${name} ${all[name].usage}\n    ${all[name].about}`;
@@ -59,17 +45,10 @@ function describe({ code, message }, known) {
 function parse(name, words) {
   const command = Object.hasOwn(all, name) ? all[name] : undefined;
   if (!command) throw new UsageError(`there is no command "${name}"${didYouMean(name, Object.keys(all))}`);
-  const boolean = { type: 'boolean' };
-  const known = {
-    ...command.options, ...(!command.report && { ask: boolean }), help: { ...boolean, short: 'h' },
-    version: { ...boolean, short: 'v' },
-  };
+  const known = optionsOf(command);
   let parsed;
   try {
-    parsed = parseArgs({
-      args: guardNumbers(words), allowPositionals: true,
-      options: known,
-    });
+    parsed = parseArgs({ args: guardNumbers(words), allowPositionals: true, options: known });
   } catch (error) {
     throw new UsageError(describe(error, known));
   }

@@ -57,6 +57,24 @@ it('prints what the desktop returns', async () => {
   }
 });
 
+it('completes commands, options and their values in bash', () => {
+  for (const [words, expected] of [
+    [['scr'], 'screenshot scroll'],
+    [['click', '--b'], '--button'],
+    [['click', '-b', 'm'], 'middle'],
+    [['click', '-n', ''], ''],
+    [['screenshot', 'pic'], 'picture.png'],
+    [['type', 'pic'], ''],
+    [['move', '1', '2', ',', 'write', '--paste', 'a'], 'auto always'],
+    [['completion', ''], 'bash zsh --help --version'],
+  ]) {
+    const script = 'source <("$0" completion bash); compopt() { :; }; COMP_WORDS=(ostler "$@"); COMP_CWORD=$#; _ostler; echo "${COMPREPLY[*]}"';
+    const cwd = fs.mkdtempSync(file('completed-'));
+    fs.writeFileSync(path.join(cwd, 'picture.png'), '');
+    assert.strictEqual(execFileSync('bash', ['-c', script, program, ...words], { cwd, encoding: 'utf8' }).trim(), expected, words.join(' '));
+  }
+});
+
 it('sends input, with words quoted as in a shell', async () => {
   await witness.events();
   const script = `click 5 6 --button right --count 2\nscroll 7 8 0 -1\ndrag 1 1 9 9\nmove 'to o'`;

@@ -15,6 +15,11 @@ const pages = ['.', 'docs'].flatMap((directory) => fs.readdirSync(path.join(root
   .filter((name) => name.endsWith('.md')).map((name) => path.join(directory, name)));
 const read = (page) => fs.readFileSync(path.join(root, page), 'utf8');
 
+it('the page for man is that of the command', () => {
+  const page = execFileSync(process.execPath, [path.join(root, 'scripts/man_page.js')], { encoding: 'utf8' });
+  assert.strictEqual(read('man/ostler.1'), page, 'run: node scripts/man_page.js >man/ostler.1');
+});
+
 describe('samples', () => {
   const directory = temporaryDirectory();
   let server;
