@@ -17,17 +17,22 @@ let mark = 0;
 const call = (...invocation) => host.call(...invocation);
 const shot = async () => decodePng(await call('screenshot', '', null, [], 0, 0, 0, 0, 0, 0, -1));
 
-// Returns the events that arrived at the window while `act` ran. A final move marks their end.
-async function received(act) {
+// Returns the events that arrived at the window while `act` ran. A final move and key mark their end:
+// on GNOME, keys come through the input method, which can be slower than motions.
+async function allReceived(act) {
   await act();
   mark = 1 - mark;
-  const last = `motion ${mark}.5 300.25`;
+  const marks = [`motion ${mark}.5 300.25`, ...key('Escape')];
   await call('move', mark + 0.5, 300.25);
-  await desktop.seen(last, seen);
-  const lines = desktop.events.slice(seen, -1);
+  await call('key', 'escape');
+  for (const line of marks) await desktop.seen(line, seen);
+  const lines = desktop.events.slice(seen).filter((line) => !marks.includes(line));
   seen = desktop.events.length;
   return lines;
 }
+const isText = (line) => line.startsWith('text ');
+const received = async (act) => (await allReceived(act)).filter((line) => !isText(line));
+const receivedText = async (act) => (await allReceived(act)).filter(isText).map((line) => line.slice(5)).join('');
 const sent = (method, ...values) => received(() => call(method, ...values));
 
 const key = (name) => [`key ${name} down`, `key ${name} up`];
@@ -41,17 +46,6 @@ function textOf(lines) {
   const names = keys.filter((_, i) => i % 2 === 0).map(([, name]) => name);
   assert.deepStrictEqual(keys.map((words) => words.join(' ')), names.flatMap(key));
   return names.map((name) => ({ space: ' ', Return: '\n', Tab: '\t' }[name] ?? name)).join('');
-}
-
-// Returns the text that the lines spell when dead keys and the keys after them are composed.
-function composedText(lines) {
-  const characters = [];
-  for (const line of lines) {
-    const [kind, name, state] = line.split(' ');
-    if (kind === 'text') characters.splice(-1, 1, line.slice(5));
-    else if (state === 'down' && !/^(dead_|Shift_L|ISO_Level3_Shift)/.test(name)) characters.push(name === 'space' ? ' ' : name);
-  }
-  return characters.join('');
 }
 
 // Returns the blocks of a picture whose colours differ from those that the window draws.
@@ -139,9 +133,11 @@ describe(`on ${desktopName} at 1280x720`, { timeout: 900000 }, () => {
     assert.deepStrictEqual(held,
       ['motion 50 20', 'button 1 down 50 20', 'clicks 1', 'motion 60 20', 'button 1 up 60 20']);
     const drag = await sent('drag', 10, 10, 210, 110);
-    assert.deepStrictEqual(drag.filter((_line, i) => i < 3 || i > drag.length - 3),
-      ['motion 10 10', 'button 1 down 10 10', 'clicks 1', 'motion 210 110', 'button 1 up 210 110']);
-    assert.ok(drag.length > 5 && drag.slice(3, -1).every((line) => line.startsWith('motion ')), `${drag}`);
+    const isMotion = (line) => /^(merged )?motion/.test(line);
+    assert.deepStrictEqual([...drag.slice(0, 3), ...drag.slice(3).filter((line) => !isMotion(line))],
+      ['motion 10 10', 'button 1 down 10 10', 'clicks 1', 'button 1 up 210 110']);
+    assert.strictEqual(drag.at(-2), 'motion 210 110');
+    assert.strictEqual(drag.filter(isMotion).length, 12);
   });
 
   // KWin holds nothing there, and reports a motion to it only most of the time.
@@ -208,7 +204,7 @@ describe(`on ${desktopName} at 1280x720`, { timeout: 900000 }, () => {
     assert.strictEqual(textOf(await sent('type', text)), text);
     assert.deepStrictEqual(await sent('key', 'ctrl+y'),
       ['key Control_L down', 'key y down ctrl', 'key y up', 'key Control_L up']);
-    assert.strictEqual(composedText(await sent('type', 'x^y É')), 'x^y É');
+    assert.strictEqual(await receivedText(() => call('type', 'x^y É')), 'x^y É');
   });
 
   it('writes what has a key or a dead key on a Spanish keyboard, and nothing of a text with more', async () => {
@@ -216,7 +212,7 @@ describe(`on ${desktopName} at 1280x720`, { timeout: 900000 }, () => {
     await received(() => waitUntil(() => call('type', 'ñ').then(() => true, () => false)));
     const own = await desktop.share(() => openDesktop({ env: desktop.env }));
     for (const text of ['¿Qué? Ñandú, "pingüino"', 'Été à la forêt, âêîôû ÄËÏÖÜ ãõ ^`~']) {
-      assert.strictEqual(composedText(await received(() => own.write(text, { paste: 'never' }))), text);
+      assert.strictEqual(await receivedText(() => own.write(text, { paste: 'never' })), text);
     }
     const writing = () => assert.rejects(own.write('añж', { paste: 'never' }), /: ж \(U\+0436\)\.$/);
     assert.deepStrictEqual(await received(writing), []);

@@ -15,18 +15,10 @@ def log(kind, *words):
     print(kind, *(f'{word:.12g}' if isinstance(word, float) else word for word in words), flush=True)
 
 
-composed = Gtk.IMMulticontext()
-pressed = 0  # the keysym of the last key
-
-
-def log_composed(_, text):
-    """Prints a text that is not just that of the key."""
-    if text != chr(Gdk.keyval_to_unicode(pressed)):
-        log('text', text)
+input_method = Gtk.IMMulticontext()
 
 
 def log_event(controller, _):
-    global pressed
     event = controller.get_current_event()
     kind = event.get_event_type()
     if kind in (Gdk.EventType.KEY_PRESS, Gdk.EventType.KEY_RELEASE):
@@ -35,12 +27,14 @@ def log_event(controller, _):
         name = character if character.isprintable() and character != ' ' else Gdk.keyval_name(value)
         if kind == Gdk.EventType.KEY_PRESS:
             log('key', name, 'down', *(held for mask, held in MODIFIERS if event.get_modifier_state() & mask))
-            pressed = value
-            composed.filter_keypress(event)
+            input_method.filter_keypress(event)
         else:
             log('key', name, 'up')
         return True
     if kind == Gdk.EventType.MOTION_NOTIFY:
+        # GTK merges motions with a button held that arrive within one frame.
+        for _ in event.get_history() or ():
+            log('merged motion')
         log('motion', *event.get_position()[1:])
     if kind in (Gdk.EventType.BUTTON_PRESS, Gdk.EventType.BUTTON_RELEASE):
         state = 'down' if kind == Gdk.EventType.BUTTON_PRESS else 'up'
@@ -71,9 +65,9 @@ def activate(app):
     for controller in (clicks, events, scroll):
         window.add_controller(controller)
     window.connect('notify::is-active', lambda *_: log('active' if window.is_active() else 'inactive'))
-    composed.set_client_widget(area)
-    composed.connect('commit', log_composed)
-    composed.focus_in()
+    input_method.set_client_widget(area)
+    input_method.connect('commit', lambda _, text: log('text', text))
+    input_method.focus_in()
     window.fullscreen()
     window.present()
 
