@@ -77,9 +77,9 @@ private:
     }
 
     std::optional<std::string> klipperText() const { return ostler::readKlipper(portal.bus()); }
-    std::unique_ptr<Clipboard> makeClipboard() const {
+    std::unique_ptr<Clipboard> makeClipboard() {
       if (!portal.hasClipboard()) return nullptr;
-      return makePortalClipboard(portal.bus(), portal.handle());
+      return makePortalClipboard(portal.bus(), portal.handle(), portal.takeClipboardOwner());
     }
 
     using WaylandBackend::sendMotion;

@@ -24,7 +24,7 @@ const text = 'text/plain;charset=utf-8';
 const recorded = (line) => session.recordWhen((record) => record.includes(line));
 
 for (const clipboard of ['as', '(as)']) {
-  it(`reads, pastes and restores through a portal that sends ${clipboard}`, async () => {
+  it(`reads, pastes and restores through a portal that sends ${clipboard}, also what was copied before`, async () => {
     const desktop = await open({ clipboard });
     assert.strictEqual(desktop.clipboard, 'portal');
     assert.strictEqual(await desktop.getClipboard(), '');
@@ -46,6 +46,13 @@ for (const clipboard of ['as', '(as)']) {
     assert.strictEqual(await desktop.getClipboard(), '');  // 2 s for an owner that sends nothing
     assert.ok(performance.now() - start < 4000);
     await desktop.close();
+    for (const copied of [{ [text]: 'before' }, {}]) {
+      await session.act({ copy: copied });
+      const next = await open({ clipboard });
+      assert.strictEqual(await next.getClipboard(), copied[text] ?? '');
+      await next.move(1, 1);
+      await next.close();
+    }
   });
 }
 

@@ -116,6 +116,8 @@ def called(_bus, sender, path, interface, method, parameters, invocation):
         end = connect(method, step)
     if method in portal_clipboard.METHODS and 'error' not in step:
         end = clipboard.called(method, parameters, script.steps.get('clipboard'))
+        if method == 'RequestClipboard' and clipboard.kind == '(as)':
+            Gio.bus_own_name_on_connection(bus, 'org.gnome.Mutter.RemoteDesktop', Gio.BusNameOwnerFlags.NONE, None, None)
     script.write_down('%s.%s %s' % (interface.rsplit('.')[-1], method, arguments))
     message = invocation.get_message()
     if 'silent' in step:
@@ -199,7 +201,7 @@ def close_session():
 GLib.unix_signal_add(GLib.PRIORITY_DEFAULT, signal.SIGUSR1, close_session)
 clipboard = portal_clipboard.Clipboard(
     lambda name, body: bus.emit_signal(None, desktop, 'org.freedesktop.portal.Clipboard', name, body),
-    lambda text: script.write_down(text))
+    lambda text: script.write_down(text), close_session)
 with open(os.path.join(directory, 'portal.pid'), 'w') as pid:
     pid.write(str(os.getpid()))
 def act():

@@ -1,5 +1,7 @@
 # The clipboard of the simulated portal, and the other programs that use it. The script's
-# "clipboard" is the type in which the portal sends lists of types: "as", or "(as)" as on GNOME 48.
+# "clipboard" is the type in which the portal sends lists of types: "as" as on KDE, or "(as)" as on
+# GNOME 48, which also tells at the start of a session what has been copied before, and ends the
+# session when a program reads and there is nothing.
 #
 # Commands for DIRECTORY/eis.json, as one element of the list:
 #     {"copy": {TYPE: TEXT}}   another program copies; null instead of a text: it never sends any
@@ -14,8 +16,8 @@ METHODS = {'RequestClipboard': 'o a{sv}', 'SetSelection': 'o a{sv}', 'SelectionW
 
 
 class Clipboard:
-    def __init__(self, emit, write_down):
-        self.emit, self.write_down = emit, write_down
+    def __init__(self, emit, write_down, close_session):
+        self.emit, self.write_down, self.close_session = emit, write_down, close_session
         self.kept = []  # open pipes
         self.kind, self.session, self.copied, self.reads = 'as', '/', {}, {}
 
@@ -42,7 +44,11 @@ class Clipboard:
             self.report(types, bool(types))
         elif method == 'SelectionWrite':
             return self.receive(self.reads[parameters[1]])
+        elif method == 'RequestClipboard' and self.kind == '(as)' and self.copied:
+            self.report(list(self.copied), False)
         elif method == 'SelectionRead':
+            if self.kind == '(as)' and not self.copied:
+                self.close_session()
             return self.send(self.copied.get(parameters[1], ''))
         return None
 

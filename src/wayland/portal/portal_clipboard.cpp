@@ -43,7 +43,7 @@ constexpr std::size_t mostTypes = 64;
 // The names under which a text is offered and read, the best first.
 constexpr std::array<const char*, 3> textNames = {textType, "UTF8_STRING", "text/plain"};
 
-// What is tried while the portal has not told the types of what was copied before the session.
+// What is tried while KDE's portal has not told the types of what was copied before the session.
 const std::vector<std::string> likelyTypes = {textType, "text/plain", "image/png"};
 
 using Types = std::vector<std::string>;
@@ -85,7 +85,9 @@ bool waitForPipe(const FileDescriptor& pipe, short events, Clock::time_point lim
 
 class PortalClipboard final : public Clipboard {
 public:
-  PortalClipboard(GDBusConnection* bus, std::string handle) : connection(bus), session(std::move(handle)) {
+  PortalClipboard(GDBusConnection* bus, std::string handle, const Variant& owner)
+      : connection(bus), session(std::move(handle)) {
+    if (owner != nullptr) onOwnerChanged(owner.get());
     thread = std::thread([this] {
       while (!isEnding) g_main_context_iteration(context.get(), TRUE);
     });
@@ -102,14 +104,14 @@ public:
 
   ClipboardContent read(ClipboardPart part) override {
     Types types;
+    bool isUnknown = false;
     {
       const MutexLock lock(mutex);
       if (isOwner && content != nullptr) return *content;
-      if (offeredTypes)
-        types = *offeredTypes;
-      else
-        types = likelyTypes;
+      if (offeredTypes) types = *offeredTypes;
+      isUnknown = !offeredTypes;
     }
+    if (isUnknown && !isGnome()) types = likelyTypes;
     const Clock::time_point deadline = Clock::now() + limitForAll;
     ClipboardContent result;
     std::size_t left = longestContent;
@@ -187,6 +189,19 @@ private:
     const Variant reply(call("SetSelection", g_variant_new("(oa{sv})", session.c_str(), options)));
     if (reply == nullptr)
       throw std::runtime_error("The desktop portal did not accept the clipboard's content.");
+  }
+
+  // GNOME tells at the start of a session what was copied before. If it tells nothing, there is
+  // nothing, and GNOME 48's portal ends when it is asked to read that.
+  bool isGnome() const {
+    if (!haveSpareDescriptors(4)) return true;
+    const Variant arguments(g_variant_ref_sink(g_variant_new("(s)", "org.gnome.Mutter.RemoteDesktop")));
+    const Variant reply(g_dbus_connection_call_sync(
+        connection, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "NameHasOwner",
+        arguments.get(), G_VARIANT_TYPE("(b)"), G_DBUS_CALL_FLAGS_NONE, callLimit, nullptr, nullptr));
+    gboolean isOwned = FALSE;
+    if (reply != nullptr) g_variant_get(reply.get(), "(b)", &isOwned);
+    return isOwned != FALSE;
   }
 
   Variant call(const char* method, GVariant* parameters) const {
@@ -293,9 +308,7 @@ private:
   std::atomic<bool> isEnding{false};
   const MainContext context{g_main_context_new()};
   const SignalSubscription ownerChanged{
-      connection,
-      context.get(),
-      {portalBusName, clipboardInterface, "SelectionOwnerChanged", portalObjectPath},
+      connection, context.get(), clipboardOwnerChange,
       [this](std::string_view, GVariant* values) { onOwnerChanged(values); }};
   const SignalSubscription transfer{
       connection,
@@ -307,9 +320,10 @@ private:
 
 }  // namespace
 
-std::unique_ptr<Clipboard> makePortalClipboard(GDBusConnection* connection, std::string sessionHandle) {
+std::unique_ptr<Clipboard> makePortalClipboard(GDBusConnection* connection, std::string sessionHandle,
+                                               const Variant& owner) {
   if (!haveSpareDescriptors(8)) return nullptr;
-  return std::make_unique<PortalClipboard>(connection, std::move(sessionHandle));
+  return std::make_unique<PortalClipboard>(connection, std::move(sessionHandle), owner);
 }
 
 }  // namespace ostler

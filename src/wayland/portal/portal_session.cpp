@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "wayland/portal/portal_call.h"
+#include "wayland/portal/portal_clipboard.h"
 
 namespace ostler {
 namespace {
@@ -185,7 +186,14 @@ void PortalSession::startPortalSession(const PortalPermission& permission) {
     portalRequest(bus, screenCastInterface, "SelectSources",
                   g_variant_new("(oa{sv})", sessionHandle.c_str(), &options.builder));
   }
-  if (permission.clipboard) requestClipboard(bus, sessionHandle);
+  if (permission.clipboard) {
+    // GNOME reports what has been copied before the session while it handles Start.
+    const auto keep = [this](std::string_view, GVariant* values) {
+      clipboardOwner.reset(g_variant_ref_sink(values));
+    };
+    clipboardOwnerChanges.emplace(bus, watch->signalContext(), clipboardOwnerChange, keep);
+    requestClipboard(bus, sessionHandle);
+  }
 
   if (permission.asking) permission.asking();
   PortalOptions options;
@@ -206,6 +214,11 @@ void PortalSession::startPortalSession(const PortalPermission& permission) {
 
 void PortalSession::requireUnlocked() const {
   if (screen->isLocked()) throw std::runtime_error("The screen is locked.");
+}
+
+Variant PortalSession::takeClipboardOwner() {
+  watch->hasEnded();
+  return std::move(clipboardOwner);
 }
 
 bool PortalSession::takeLayoutSwitch() {

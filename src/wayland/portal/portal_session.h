@@ -12,6 +12,7 @@
 #include "wayland/portal/glib_handles.h"
 #include "wayland/portal/screen_lock.h"
 #include "wayland/portal/session_watch.h"
+#include "wayland/portal/signal_subscription.h"
 
 namespace ostler {
 
@@ -60,6 +61,8 @@ public:
   const std::vector<SharedStream>& streams() const { return sharedStreams; }
   // Whether the user has granted access to the clipboard.
   bool hasClipboard() const { return clipboardGranted; }
+  // Returns the parameters of the last clipboardOwnerChange that has arrived, or null.
+  Variant takeClipboardOwner();
 
 private:
   explicit PortalSession(BusConnection bus);
@@ -74,6 +77,8 @@ private:
   std::optional<SessionWatch> watch;
   std::optional<ScreenLock> screen;
   std::optional<LayoutSwitch> layout;
+  Variant clipboardOwner;  // what the portal has reported of it last
+  std::optional<SignalSubscription> clipboardOwnerChanges;
 };
 
 }  // namespace ostler
