@@ -12,7 +12,9 @@ set(CMAKE_LIBRARY_ARCHITECTURE ${triplet})
 
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(flags "-fvisibility=hidden -ffunction-sections -fdata-sections")
-set(CMAKE_C_FLAGS_INIT "${flags}")
+# The codecs are the only code in C. They report errors with longjmp, and no exception passes through
+# them, so they need no tables for unwinding.
+set(CMAKE_C_FLAGS_INIT "${flags} -fno-unwind-tables -fno-asynchronous-unwind-tables")
 set(CMAKE_CXX_FLAGS_INIT "${flags}")
 set(CMAKE_EXE_LINKER_FLAGS_INIT "-fuse-ld=lld")
 # Folding merges the large tables that three files of libjpeg-turbo have copies of.
