@@ -1,6 +1,7 @@
 #!/bin/sh
-# Runs the tests of tests/real_desktop on headless desktops, GNOME and KDE of both
-# releases unless one is named: test_desktop.sh [gnome | kde] [--suite trixie | sid] [--texts]
+# Runs the test of keymaps on all layouts, then those of tests/real_desktop on headless desktops,
+# GNOME and KDE of both releases unless one is named:
+# test_desktop.sh [gnome | kde] [--suite trixie | sid] [--texts]
 # --texts runs the test of texts on many layouts instead, which takes longer.
 # Debian 13 (trixie) has GNOME 48 and KDE Plasma 6.3, sid has later ones.
 # The first run builds each desktop in a directory (see docs/test-desktop.md).
@@ -91,6 +92,7 @@ for desktop in $desktops; do
 done
 
 sh scripts/build.sh release
+OSTLER_ALL_LAYOUTS=1 build/tests/ostler_unit_tests --gtest_brief=1 --gtest_filter='Keymap.*'
 export OSTLER_SESSION="$PWD/build/session.node" OSTLER_ADDON="$PWD/build/ostler.node" OSTLER_RENDER_NODE="$PWD/build/render_node.so" OSTLER_DESKTOP OSTLER_DESKTOP_SUITE OSTLER_DESKTOP_ROOT
 status=0
 for OSTLER_DESKTOP in $desktops; do

@@ -24,6 +24,7 @@ std::string describe(const DeadKeySequences& sequences, std::uint32_t character)
 TEST(DeadKeySequences, AreThoseOfTheTableWithTheFewestModifiers) {
   loadWaylandLibraries();
   xkb_context* const context = xkb_context_new(XKB_CONTEXT_NO_DEFAULT_INCLUDES);
+  const Composer composer(context);
   const struct {
     const char* name;
     std::vector<ProducedKeysym> keys;
@@ -51,7 +52,7 @@ TEST(DeadKeySequences, AreThoseOfTheTableWithTheFewestModifiers) {
        "1 1"},
   };
   for (const auto& row : cases) {
-    EXPECT_EQ(describe(findDeadKeySequences(context, row.keys), row.character), row.sequence) << row.name;
+    EXPECT_EQ(describe(composer.findSequences(row.keys), row.character), row.sequence) << row.name;
   }
   xkb_context_unref(context);
 }

@@ -2,18 +2,13 @@
 
 #include <algorithm>
 #include <array>
-#include <optional>
 #include <span>
 
-#include "base/owner.h"
 #include "keys/text.h"
 #include "wayland/lazy/load.h"
 
 namespace ostler {
 namespace {
-
-using ComposeTable = Owner<xkb_compose_table, xkb_compose_table_unref>;
-using ComposeState = Owner<xkb_compose_state, xkb_compose_state_unref>;
 
 // The client composes by the table of its own locale, or of its toolkit. Nearly all of these agree
 // with this table, except for the pairs that isAmbiguous() describes.
@@ -36,21 +31,34 @@ int modifiers(const DeadKeySequence& sequence) {
   return modifiers(sequence.deadKey) + modifiers(sequence.base);
 }
 
+}  // namespace
+
+Composer::Composer(xkb_context* context) {
+  if (!isXkbComposeLoaded()) return;
+  table.reset(xkb_compose_table_new_from_locale(context, tableLocale, XKB_COMPOSE_COMPILE_NO_FLAGS));
+  if (table != nullptr) state.reset(xkb_compose_state_new(table.get(), XKB_COMPOSE_STATE_NO_FLAGS));
+}
+
+bool Composer::replaces(xkb_keysym_t keysym) const {
+  if (state == nullptr) return false;
+  xkb_compose_state_reset(state.get());
+  xkb_compose_state_feed(state.get(), keysym);
+  return xkb_compose_state_get_status(state.get()) == XKB_COMPOSE_COMPOSED;
+}
+
 // Returns the character that the two keysyms produce together, if it is exactly one.
-std::optional<std::uint32_t> compose(xkb_compose_state* state, xkb_keysym_t deadKey, xkb_keysym_t base) {
-  xkb_compose_state_reset(state);
-  xkb_compose_state_feed(state, deadKey);
-  xkb_compose_state_feed(state, base);
-  if (xkb_compose_state_get_status(state) != XKB_COMPOSE_COMPOSED) return std::nullopt;
+std::optional<std::uint32_t> Composer::compose(xkb_keysym_t deadKey, xkb_keysym_t base) const {
+  xkb_compose_state_reset(state.get());
+  xkb_compose_state_feed(state.get(), deadKey);
+  xkb_compose_state_feed(state.get(), base);
+  if (xkb_compose_state_get_status(state.get()) != XKB_COMPOSE_COMPOSED) return std::nullopt;
   std::array<char, 64> text{};
-  xkb_compose_state_get_utf8(state, text.data(), text.size());
+  xkb_compose_state_get_utf8(state.get(), text.data(), text.size());
   const std::vector<std::uint32_t> characters = decodeUtf8(text.data());
   return characters.size() == 1 ? std::optional(characters.front()) : std::nullopt;
 }
 
-}  // namespace
-
-DeadKeySequences findDeadKeySequences(xkb_context* context, const std::vector<ProducedKeysym>& keys) {
+DeadKeySequences Composer::findSequences(const std::vector<ProducedKeysym>& keys) const {
   DeadKeySequences sequences;
   // Users follow a dead key with a space or a letter rather than with another dead key, so those
   // are preferred.
@@ -58,17 +66,12 @@ DeadKeySequences findDeadKeySequences(xkb_context* context, const std::vector<Pr
   const auto firstDeadKey = std::stable_partition(
       bases.begin(), bases.end(), [](const ProducedKeysym& produced) { return !isDeadKey(produced.keysym); });
   const std::span deadKeys(firstDeadKey, bases.end());
-  if (!isXkbComposeLoaded() || deadKeys.empty()) return sequences;
-  const ComposeTable table(
-      xkb_compose_table_new_from_locale(context, tableLocale, XKB_COMPOSE_COMPILE_NO_FLAGS));
-  if (table == nullptr) return sequences;
-  const ComposeState state(xkb_compose_state_new(table.get(), XKB_COMPOSE_STATE_NO_FLAGS));
-  if (state == nullptr) return sequences;
+  if (state == nullptr || deadKeys.empty()) return sequences;
 
   for (const auto& [keysym, key] : bases) {
     for (const auto& [deadKeysym, deadKey] : deadKeys) {
       if (isAmbiguous(deadKeysym, keysym)) continue;
-      const auto character = compose(state.get(), deadKeysym, keysym);
+      const auto character = compose(deadKeysym, keysym);
       if (!character) continue;
       const DeadKeySequence sequence{deadKey, key};
       const auto [known, isNew] = sequences.emplace(*character, sequence);

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <unordered_map>
 #include <vector>
 
+#include "base/owner.h"
 #include "wayland/eis/evdev_keys.h"
 #include "wayland/lazy/xkbcommon.h"
 
@@ -24,9 +26,24 @@ struct ProducedKeysym {
 // The sequence for each character, which is given as a code point.
 using DeadKeySequences = std::unordered_map<std::uint32_t, DeadKeySequence>;
 
-// Finds what the dead keys among `keys` produce together with the others, by libxkbcommon's compose
-// table. Of several sequences for a character the one with the fewest modifiers is taken. Without
-// the table there are none.
-DeadKeySequences findDeadKeySequences(xkb_context* context, const std::vector<ProducedKeysym>& keys);
+// libxkbcommon's compose table, which says what a client makes of the keysyms it receives. Without the
+// table nothing is composed.
+class Composer {
+public:
+  explicit Composer(xkb_context* context);
+
+  // Whether clients type something else for a keysym than its own character, as they do for the
+  // Arabic ligatures that a single key produces.
+  bool replaces(xkb_keysym_t keysym) const;
+  // Finds what the dead keys among `keys` produce together with the others. Of several sequences
+  // for a character the one with the fewest modifiers is taken.
+  DeadKeySequences findSequences(const std::vector<ProducedKeysym>& keys) const;
+
+private:
+  std::optional<std::uint32_t> compose(xkb_keysym_t deadKey, xkb_keysym_t base) const;
+
+  Owner<xkb_compose_table, xkb_compose_table_unref> table;
+  Owner<xkb_compose_state, xkb_compose_state_unref> state;
+};
 
 }  // namespace ostler

@@ -27,12 +27,14 @@ bool isKeypad(std::uint64_t keysym) { return keysym >= XKB_KEY_KP_Space && keysy
 
 // Many characters have a keysym of their own, such as XK_adiaeresis, and a Unicode keysym. Returns
 // the Unicode one.
-std::uint64_t unify(std::uint64_t keysym) {
-  if (keysym >= unicodeKeysymBase || isKeypad(keysym)) return keysym;
+std::uint64_t unicodeForm(std::uint64_t keysym) {
+  if (keysym >= unicodeKeysymBase) return keysym;
   const std::uint32_t character = xkb_keysym_to_utf32(static_cast<xkb_keysym_t>(keysym));
   const bool isControl = character < 0x20 || character == 0x7f;
   return isControl ? keysym : unicodeKeysymBase | character;
 }
+
+std::uint64_t unify(std::uint64_t keysym) { return isKeypad(keysym) ? keysym : unicodeForm(keysym); }
 
 // Simulates the compositor's keyboard state: holds keys and returns what another key produces.
 class GroupState {
@@ -76,6 +78,7 @@ std::unique_ptr<const Keymap> Keymap::parse(const std::string& text) {
                                                     XKB_KEYMAP_COMPILE_NO_FLAGS));
   if (keymap == nullptr) return nullptr;
 
+  const Composer composer(context.get());
   auto result = std::make_unique<Keymap>();
   for (xkb_layout_index_t group = 0; group < xkb_keymap_num_layouts(keymap.get()); ++group) {
     Group& found = result->allGroups.emplace_back();
@@ -86,8 +89,9 @@ std::unique_ptr<const Keymap> Keymap::parse(const std::string& text) {
       if (shift) state.press(KEY_LEFTSHIFT);
       for (std::uint32_t code = 1; code <= lastCode; ++code) {
         const xkb_keysym_t given = state.keysym(code);
-        if (given == XKB_KEY_NoSymbol) continue;
-        const std::uint64_t keysym = unify(given);
+        if (given == XKB_KEY_NoSymbol || composer.replaces(given)) continue;
+        // Some layouts have keysyms of the keypad in their row of digits, where Num Lock does nothing.
+        const std::uint64_t keysym = code <= KEY_SLASH ? unicodeForm(given) : unify(given);
         const EvdevKey key{code, shift, altGr};
         const auto [known, isNew] = found.keys.emplace(keysym, key);
         if (!isNew && isUsKey(keysym, key)) known->second = key;
@@ -104,7 +108,7 @@ std::unique_ptr<const Keymap> Keymap::parse(const std::string& text) {
     std::vector<ProducedKeysym> keysyms;
     keysyms.reserve(produced.size());
     for (const auto& [keysym, given] : produced) keysyms.push_back({given, found.keys.at(keysym)});
-    found.sequences = findDeadKeySequences(context.get(), keysyms);
+    found.sequences = composer.findSequences(keysyms);
   }
   return result;
 }
