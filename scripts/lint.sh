@@ -14,7 +14,7 @@ if [ "${1:-}" = fix ]; then
 fi
 
 echo 'ostler: checking the shell scripts with shellcheck'
-find scripts tests -name '*.sh' -exec shellcheck .ci/run {} +
+find scripts tests examples -name '*.sh' -exec shellcheck .ci/run {} +
 
 echo 'ostler: checking the JavaScript with biome'
 node_modules/.bin/biome lint --error-on-warnings
