@@ -8,7 +8,8 @@ const { spawnSync } = require('node:child_process');
 const { packContent, packText, textType } = require('../common/clipboard_content');
 
 const longest = 16 << 20;  // in bytes
-const patience = 2000, wholePatience = 5000;  // in milliseconds
+// In milliseconds: for one run of a program, and for a whole read, during which no other call is answered.
+const patience = 2000, wholePatience = 5000;
 
 const isPicture = /^\S+ \d+x\d+ \d+bpp$/u;  // what Klipper says of one
 
@@ -17,13 +18,15 @@ const textNames = [textType, 'UTF8_STRING', 'text/plain', 'TEXT', 'STRING', 'COM
 // Reads with wl-paste, through the compositor's data-control protocol.
 class DataControl {
   kind = 'data-control';
+  #deadline;
 
   static isThere() {
     return spawnSync('wl-paste', ['--version'], { stdio: 'ignore', timeout: patience }).status === 0;
   }
 
   readText() {
-    const [type] = textNames.filter((name) => this.#types().includes(name));
+    const types = this.#types();
+    const type = textNames.find((name) => types.includes(name));
     return type ? this.#read(type)?.toString() ?? '' : '';
   }
 
@@ -32,11 +35,10 @@ class DataControl {
     const types = this.#types();
     const [text] = textNames.filter((name) => types.includes(name));
     const others = types.filter((type) => !textNames.includes(type));
-    const deadline = performance.now() + wholePatience;
     let left = longest;
     const items = [];
     for (const type of [...text ? [text] : [], ...others.sort((a, b) => (b === 'image/png') - (a === 'image/png'))]) {
-      const bytes = performance.now() < deadline ? this.#read(type) : undefined;
+      const bytes = this.#read(type);
       if (!bytes?.length || bytes.length > left) continue;
       left -= bytes.length;
       items.push({ type: type === text ? textType : type, bytes });
@@ -44,7 +46,9 @@ class DataControl {
     return items.length > 0 ? packContent(items) : null;
   }
 
+  // A read begins with the list of types.
   #types() {
+    this.#deadline = performance.now() + wholePatience;
     const types = this.#run('--list-types')?.toString() ?? '';
     return [...new Set(types.split('\n').filter(Boolean))];
   }
@@ -54,8 +58,10 @@ class DataControl {
   }
 
   #run(...args) {
+    const timeout = Math.min(patience, Math.floor(this.#deadline - performance.now()));
+    if (timeout <= 0) return undefined;  // 0 would be no limit
     const { status, stdout } = spawnSync('wl-paste', args,
-      { stdio: ['ignore', 'pipe', 'ignore'], timeout: patience, maxBuffer: longest + 1 });
+      { stdio: ['ignore', 'pipe', 'ignore'], timeout, maxBuffer: longest + 1 });
     return status === 0 ? stdout : undefined;
   }
 }

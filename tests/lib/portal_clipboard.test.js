@@ -72,8 +72,9 @@ describe('without a clipboard, the calls that need one reject', () => {
   }
 });
 
-// wl-paste offers a text, a picture and a type that it does not send.
+// wl-paste offers a text, a picture and a type that it does not send, or hangs.
 const wlPaste = `#!/bin/sh
+[ "$1" = --version ] || [ ! -e "$0.hangs" ] || exec sleep 60
 case "$*" in
   --version) ;;
   --list-types) printf 'UTF8_STRING\\nimage/png\\ntext/plain\\nlost\\n' ;;
@@ -113,6 +114,13 @@ describe('without the portal, there is the X server\'s clipboard, and on KDE wha
         await desktop.setClipboard('ours');
         const read = ['-selection', 'clipboard', '-o'];
         assert.strictEqual(execFileSync('xclip', read, { env, encoding: 'utf8' }), 'ours');
+      }
+      if (hasWlPaste) {
+        fs.writeFileSync(path.join(directory, 'wl-paste.hangs'), '');
+        const start = performance.now();
+        assert.strictEqual(await desktop.getClipboard(), '');
+        const took = performance.now() - start;
+        assert.ok(took < 5000, `${took}`);
       }
       await desktop.close();
       await own.stop();
